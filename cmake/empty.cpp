@@ -1,0 +1,1 @@
+// Placeholder for a folder half that has no units yet.
