@@ -10,12 +10,23 @@
 //  "Provider=SQLOLEDB; Password=…; User ID=…; Data Source=(local); Initial Catalog=…"
 //      -> ODBC (FreeTDS) to that server and database;
 //  "Provider=SQLite; Data Source=PATH" or a bare file path -> embedded file,
-//      created on demand.
+//      created on demand (empty: the schema is the caller's, see
+//      data/SampleDatabase.h).
+// The mapping to ODBC (server, port, instance, integrated security, charset)
+// is described in data/ConnectionString.h. Without "Persist Security Info=True"
+// ConnectionString() no longer shows the password once connected.
+//
+// Every operation opens the connection when it is closed. Database errors are
+// EDatabaseError with the database's own message; after one, the transaction
+// level follows the database (a failed statement may have ended the
+// transaction). Transactions nest: the outer level is a transaction, inner
+// levels are savepoints.
 
 #include "data/DataSet.h"
 
 #include <QObject>
 #include <QString>
+#include <functional>
 #include <memory>
 
 namespace lnq {
@@ -36,12 +47,30 @@ public:
     // Runs one statement and loads its rows into target (BeginLoad/EndLoad),
     // field types from the columns' declared types. A second statement after
     // ";" is refused on the embedded driver.
-    void OpenDataSet(const QString& sql, TDataSet& target);
+    // A text that returns no result set is executed and then refused with
+    // EDatabaseError "CommandText 不返回结果集", as ADO does.
+    virtual void OpenDataSet(const QString& sql, TDataSet& target);
     // Runs a batch; discards any rows.
-    void Execute(const QString& sql);
+    virtual void Execute(const QString& sql);
     // Applies one posted change of a dataset to the database (inside the open
-    // transaction when there is one).
-    TUpdateResult ApplyUpdate(const TUpdateRequest& request);
+    // transaction when there is one): UPDATE / INSERT / DELETE on the base
+    // table, the row found by its primary key (else the rowid, else all the
+    // values as read). All statements of one change commit or fail together.
+    virtual TUpdateResult ApplyUpdate(const TUpdateRequest& request);
+    // Whether sql is one statement that produces a result set (the embedded
+    // driver prepares it; over ODBC the first keyword decides).
+    bool ReturnsRows(const QString& sql);
+    // Embedded only: a script in SQLite's own dialect (schema files), not
+    // translated. EDatabaseError on the ODBC driver.
+    void ExecuteNative(const QString& sql);
+    // Embedded only: the database file.
+    QString DatabaseFile() const;
+
+    // Called with every statement text before it reaches the database, for
+    // tracing; an exception it throws aborts that statement like a database
+    // error (and is what the caller then sees).
+    using StatementObserver = std::function<void(const QString& sql)>;
+    void SetStatementObserver(StatementObserver observer);
 
     int BeginTrans(); // returns the nesting level
     void CommitTrans();

@@ -21,8 +21,39 @@
 //  - After Open, and after First, the cursor is on the first visible record
 //    and Bof() is true; Eof() is true only when there is no record.
 //  - Next on the last record leaves the cursor there and raises Eof();
-//    Prior on the first raises Bof(). Any other move clears both flags.
-//  - RecNo() is 1-based within the current view; 0 or -1 when empty/inactive.
+//    Prior on the first raises Bof(). Last() puts the cursor on the last
+//    record and raises Eof() (the platform's rule, mirror image of First).
+//    Any other move clears both flags; an empty view has both set.
+//  - RecNo() is 1-based within the current view; 0 when empty, -1 when
+//    inactive.
+//  - Moving (First/Next/Locate/GotoBookmark...) posts a pending edit first.
+//
+// Editing: Insert puts the new record before the current one, Append at the
+// end; the new record enters the view when it is posted (until then
+// RecordCount() is unchanged and the fields read the edit buffer). Post hands
+// the change to ApplyUpdate first and stores it only when that returns: a
+// resolver that throws leaves the stored records untouched and the edit
+// pending. A posted record is placed by the dataset's sort and re-checked by
+// its filter (it leaves the view when the filter refuses it).
+//
+// Clones: every dataset sharing the records sees posted changes at once;
+// inserts and deletes re-build the other datasets' views (their own sort and
+// filter) and emit dataSetChanged there. Requery() of any member reloads the
+// records of the whole group; Close() + Open() detaches the one dataset.
+//
+// Calculated fields: AddCalculatedField declares one before opening; the
+// OnCalcFields callback fills them for every record at load and after each
+// post (State() is dsCalcFields then and only calculated fields may be set).
+//
+// Hidden columns: a driver may load columns flagged Hidden next to the
+// query's own (the row identity, as ADO fetches hidden key columns). They are
+// kept with the records and shared with clones, handed to the resolver with
+// every change (TUpdateRequest::Fields lists them; RowId is read from the
+// IsRowId column), but they are no fields: FieldCount, Fields, FieldDefs,
+// FieldNames, FieldByName and FindField, the view accessors, Locate, sorting
+// and filters never see them. A copy (TClientDataSet::CopyFrom) and the
+// record-set file leave them out: outside its connection the identity of a
+// row means nothing.
 
 #include "data/FieldTypes.h"
 #include "util/DateUtils.h"
@@ -63,6 +94,8 @@ struct TFieldDef {
     bool Required = false;
     bool ReadOnly = false; // expression columns and auto-increment keys
     bool IsKey = false;    // part of the base table's primary key
+    bool Hidden = false;   // carried for the resolver, not a field (see the top of this file)
+    bool IsRowId = false;  // the database's own identity of the row (SQLite's rowid)
     QString BaseTable;     // table the column comes from ("" for expressions)
     QString BaseColumn;    // its name there
 };
@@ -125,6 +158,7 @@ public:
     void Clear(); // set null
 
 private:
+    friend class TDataSet; // re-indexes fields kept across a reload
     TDataSet* m_owner;
     int m_index;
     bool m_visible = true;
@@ -161,20 +195,23 @@ public:
 // Kinds of change a dataset asks its resolver (the connection) to apply.
 enum class TUpdateKind : std::uint8_t { ukModify, ukInsert, ukDelete };
 
+// Fields and the value vectors cover every column of the record set: the
+// fields, then calculated ones, then hidden ones (Hidden set).
 struct TUpdateRequest {
     TUpdateKind Kind = TUpdateKind::ukModify;
     QString BaseTable;
     const TFieldDefs* Fields = nullptr;
     std::vector<QVariant> OldValues; // row as read (modify, delete)
     std::vector<QVariant> NewValues; // row as posted (modify, insert)
-    std::vector<bool> Changed;       // per field, modify and insert
-    QVariant RowId;                  // SQLite rowid when the query exposed it
+    std::vector<bool> Changed;       // per column, modify and insert
+    QVariant RowId;                  // modify, delete: the row's IsRowId column when there is one
 };
 
 // What the resolver hands back after an insert: values the database chose
 // (auto-increment keys, defaults) to store into the posted record.
 struct TUpdateResult {
-    std::vector<std::pair<int, QVariant>> Assigned; // field index, value
+    std::vector<std::pair<int, QVariant>> Assigned; // column index (as in the request), value
+    QVariant RowId; // the new row's identity, stored into its IsRowId column
 };
 
 class TDataSet : public QObject {
@@ -198,8 +235,16 @@ public:
     // Fields.
     int FieldCount() const;
     TField& Fields(int index) const;
-    TField& FieldByName(const QString& name) const; // EDatabaseError "字段 'X' 不存在" (names X)
-    TField* FindField(const QString& name) const;   // nullptr when unknown; case-insensitive
+    // FieldByName is meant to be called for every record (filters do): the
+    // same name object asked again is answered from a small cache without
+    // hashing. Names are case-insensitive.
+    TField& FieldByName(const QString& name) const { // EDatabaseError "字段 'X' 不存在" (names X)
+        for (const FieldCacheEntry& e : m_fieldCache)
+            if (e.name.constData() == name.constData() && e.field && e.name.size() == name.size())
+                return *e.field;
+        return FieldByNameSlow(name);
+    }
+    TField* FindField(const QString& name) const; // nullptr when unknown; case-insensitive
     const TFieldDefs& FieldDefs() const;
     QStringList FieldNames() const;
 
@@ -264,10 +309,20 @@ public:
     void EnableControls();
     bool ControlsDisabled() const;
 
+    // Calculated fields (see the top of this file). Declarations take effect
+    // at the next load; they are kept across reloads.
+    using CalcFieldsFn = std::function<void(TDataSet& dataSet)>;
+    void AddCalculatedField(const QString& name, TFieldType type, int size = 0);
+    void ClearCalculatedFields();
+    void SetOnCalcFields(CalcFieldsFn fn);
+
     // Whole record set to a file and back, in the project's own binary format
-    // (recognised by its content, not by the file name). LoadFromFile opens
-    // the dataset with the file's fields and rows; a file that is not such a
-    // record set raises EReadError.
+    // (recognised by its content, not by the file name). All live records are
+    // written in their natural (insertion) order, whatever the view's sort
+    // and filter; the pending edit is not. LoadFromFile opens the dataset
+    // with the file's fields and rows; a file that is not such a record set
+    // (wrong magic, newer version, truncated, corrupt) raises EReadError, a
+    // file that cannot be opened EInOutError.
     void SaveToFile(const QString& fileName) const;
     void LoadFromFile(const QString& fileName);
     void SaveToStream(QIODevice& out) const;
@@ -275,7 +330,11 @@ public:
 
     // Loading rows (drivers, copies). BeginLoad closes the dataset and sets
     // its fields; rows are appended through the builder; EndLoad opens it on
-    // the first record.
+    // the first record. Builder column numbers are positions in defs, hidden
+    // definitions included. The builder converts a value of another kind to the
+    // column's type (text to number...) and raises EConvertError when it
+    // cannot; a column index out of range raises EDatabaseError. If loading
+    // fails half-way, the dataset stays closed until the next BeginLoad.
     TRecordSetBuilder& BeginLoad(const TFieldDefs& defs);
     void EndLoad();
 
@@ -291,10 +350,28 @@ Q_SIGNALS:
     void scrolled();
     // Browse / edit / insert / inactive.
     void stateChanged();
+    // The view's order (Sort text, index, index field names) was set or
+    // cleared, also when the dataset is closed. This is the post-sort
+    // notification host code attaches to; it follows dataSetChanged.
+    void orderChanged();
 
 protected:
     // The resolver of posted changes; the base keeps changes in memory only.
+    // Calculated fields are in the request's rows but never marked Changed;
+    // hidden columns are there too (see the top of this file).
     virtual TUpdateResult ApplyUpdate(const TUpdateRequest& request);
+    // Open() without rows yet: the base opens an empty record set on the
+    // dataset's last field definitions (EDatabaseError when it has none).
+    virtual void DoOpen();
+    // Filter text hooks (TClientDataSet): whether there is a condition, bind
+    // it to the fields before a filtering pass (may raise), and test a record.
+    virtual bool HasFilterText() const { return false; }
+    virtual void PrepareFilterText() {}
+    virtual bool FilterTextAccepts(qint64 record) const;
+    // Loads fields and all rows of source's current view (CopyFrom).
+    void LoadRowsFrom(const TDataSet& source);
+    // The next load replaces the records of every dataset sharing them.
+    void ReloadSharedRecords(const std::function<void()>& load);
     // The view order (sort or index) changed: subclasses call this after
     // changing their sort description; the base rebuilds the view.
     void SetOrdering(const QStringList& fields, const std::vector<bool>& descending,
@@ -305,6 +382,15 @@ protected:
 
 private:
     friend class TField;
+    TField& FieldByNameSlow(const QString& name) const;
+    // The cached copy of the name keeps its character data alive, so a
+    // matching data pointer always means the same text.
+    struct FieldCacheEntry {
+        QString name;
+        TField* field = nullptr;
+    };
+    mutable FieldCacheEntry m_fieldCache[4];
+    mutable unsigned m_fieldCacheNext = 0;
     struct Private;
     std::unique_ptr<Private> d;
 };
@@ -341,6 +427,7 @@ public:
 
 protected:
     TUpdateResult ApplyUpdate(const TUpdateRequest& request) override;
+    void DoOpen() override;
 
 private:
     struct Private;
@@ -397,7 +484,8 @@ public:
     QString ClassName() const override { return QStringLiteral("TClientDataSet"); }
 
     // Copies fields and all rows of source's current view (its order and
-    // filter), opens on the first record.
+    // filter), opens on the first record. The source's calculated fields
+    // become data fields; its hidden columns are not copied.
     void CopyFrom(TDataSet& source);
 
     // Index definitions. Selecting an index (by name) or index field names
@@ -415,10 +503,19 @@ public:
     // Filter text: a condition over fields ("Name = 'x' and Qty > 3",
     // "Name like 'ab%'", "Price >= 10 or Flag = True"), applied when Filtered
     // is true together with the record-filter callback.
+    // A text that does not parse raises EDatabaseError naming the problem
+    // and keeps the previous filter; an unknown field is reported when the
+    // filter is applied (Filtered true on an open dataset).
     QString Filter() const;
     void SetFilter(const QString& filter);
 
+protected:
+    bool HasFilterText() const override;
+    void PrepareFilterText() override;
+    bool FilterTextAccepts(qint64 record) const override;
+
 private:
+    void ApplyIndex();
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -57,6 +57,15 @@ TStorageKind StorageKindOf(TFieldType t);
 // SQL Server report it ("NVARCHAR(50)", "DATETIME", "BIT", "MONEY",
 // "DECIMAL(18,2)", "INT IDENTITY", "IMAGE", ...). Unknown or empty text gives
 // ftString, the safe default for SQLite's untyped expressions.
+//
+// Decisions worth knowing: NVARCHAR gives ftWideString and CHAR / NCHAR give
+// ftFixedChar (all three are text to every caller); plain TEXT gives ftString
+// because SQLite schemas use it for ordinary short text, while NTEXT, XML and
+// VARCHAR(MAX) / NVARCHAR(MAX) give ftMemo; TIMESTAMP is a date-time (the
+// SQLite reading) and ROWVERSION gives ftBytes. size receives the length of
+// strings and binaries and the precision of DECIMAL / NUMERIC (18 when not
+// given); scale receives the decimals of DECIMAL / NUMERIC (4 for MONEY).
 TFieldType FieldTypeFromDeclaredType(const QString& declared, int* size = nullptr);
+TFieldType FieldTypeFromDeclaredType(const QString& declared, int* size, int* scale);
 
 } // namespace lnq

@@ -4,6 +4,46 @@
 // meaning, and the functions SQLite lacks are registered on the connection.
 // Anything outside the supported dialect raises ETsqlError naming the construct;
 // nothing is passed through with a different meaning.
+//
+// How SQL Server's meaning is kept:
+//  - Operand types are known at translation time (literals, declared column
+//    types read with PRAGMA table_info, function result types): "+" becomes
+//    "||" for text, "+" for numbers, day arithmetic for date-times, and a text
+//    operand meeting a number is converted strictly (lnq_toint: 'a' + 1 fails
+//    as in SQL Server). Only operands of unknown type go to lnq_add at run time.
+//  - Text comparisons (=, <>, <, IN, BETWEEN, CASE, ORDER BY, GROUP BY,
+//    DISTINCT, UNION, MIN/MAX, joins) use SQLite's NOCASE collation, and text
+//    columns created through this layer are declared COLLATE NOCASE, so the
+//    file stays readable by any SQLite tool. LIKE is SQLite's (ASCII
+//    case-insensitive) unless the pattern has [ ] classes (lnq_like).
+//  - Date-times are text "yyyy-MM-dd HH:mm:ss" (".zzz" when the milliseconds
+//    are not zero); date literals compared with or written into date-time
+//    columns are normalised at translation time ('2024-3-5' is midnight).
+//    The data layer must store date-times in the same form.
+//  - GETDATE() reads lnq::Clock::now() (LNQ_NOW fixes it); DATEDIFF counts
+//    boundaries (weeks from Sunday; y / dy is dayofyear, counted in days).
+//  - IDENTITY columns become INTEGER PRIMARY KEY AUTOINCREMENT (seed kept in
+//    sqlite_sequence) and are reported with the declared type "INT IDENTITY".
+//    Other declared types are kept as written (DATETIME, BIT, MONEY,
+//    DECIMAL(18,2), NVARCHAR(50), "VARCHAR(MAX)").
+//  - Columns of a select that SQL Server leaves unnamed (expressions without
+//    alias) are named "" as there.
+//  - sysobjects, sys.objects, sys.tables, INFORMATION_SCHEMA.TABLES/COLUMNS,
+//    OBJECT_ID and OBJECTPROPERTY read sqlite_master; the dbo. prefix is dropped.
+//
+// What remains different from SQL Server:
+//  - Trailing blanks are significant in comparisons ('a' = 'a ' is false here).
+//  - Case folding of the NOCASE collation and of SQLite's LIKE covers ASCII
+//    letters only (full-width and accented letters compare case-sensitively);
+//    UPPER/LOWER/REPLACE/CHARINDEX and [ ] patterns fold all of Unicode.
+//  - Text sorts by code point, not by the pinyin order of Chinese_PRC.
+//  - Integers are 64-bit: int overflow at 2^31 is not raised; string truncation
+//    on insert into a shorter varchar is not raised either (SQLite keeps the text).
+//  - GETDATE() is read per row, so a statement running across a second
+//    boundary may see two values; date-times keep milliseconds exactly rather
+//    than rounding them to 1/300 s.
+//  - Foreign keys are enforced only when the connection enables them.
+//  - Index names are global to the database, not per table.
 
 #include "util/Exceptions.h"
 

@@ -1,0 +1,256 @@
+#include "data/TsqlDialect.h"
+
+#include "data/TsqlFunctions.h"
+#include "data/TsqlParser.h"
+#include "data/TsqlTranslator.h"
+
+#include <QHash>
+#include <list>
+#include <sqlite3.h>
+
+namespace lnq {
+
+using namespace tsql;
+
+TsqlPrepared::~TsqlPrepared() {
+    sqlite3_finalize(stmt);
+}
+
+TsqlPrepared::TsqlPrepared(TsqlPrepared&& o) noexcept
+    : stmt(o.stmt), declaredTypes(std::move(o.declaredTypes)), baseTable(std::move(o.baseTable)) {
+    o.stmt = nullptr;
+}
+
+TsqlPrepared& TsqlPrepared::operator=(TsqlPrepared&& o) noexcept {
+    if (this != &o) {
+        sqlite3_finalize(stmt);
+        stmt = o.stmt;
+        o.stmt = nullptr;
+        declaredTypes = std::move(o.declaredTypes);
+        baseTable = std::move(o.baseTable);
+    }
+    return *this;
+}
+
+namespace {
+
+constexpr size_t kCacheCapacity = 512;
+
+// A finished translation of one SQL text, shared by cache and callers.
+struct Entry {
+    Translation translation;
+};
+
+} // namespace
+
+struct TsqlDialect::Private {
+    sqlite3* db;
+    Schema schema;
+    sqlite3_stmt* schemaVersion = nullptr;
+    int knownSchemaVersion = -1;
+    // LRU: most recent at the front.
+    std::list<std::pair<QString, std::shared_ptr<const Entry>>> lru;
+    QHash<QString, decltype(lru)::iterator> index;
+
+    explicit Private(sqlite3* d) : db(d), schema(d) {}
+    ~Private() { sqlite3_finalize(schemaVersion); }
+
+    [[noreturn]] void sqliteError(const QString& sql) const {
+        throw EDatabaseError(QString::fromUtf8(sqlite3_errmsg(db)) + QStringLiteral(" [SQL: ") + sql + u']');
+    }
+
+    void clearCaches() {
+        schema.invalidate();
+        lru.clear();
+        index.clear();
+    }
+
+    // Translations depend on column types: a schema change anywhere (also by
+    // another connection) drops them.
+    void checkSchemaVersion() {
+        if (!schemaVersion && sqlite3_prepare_v3(db, "PRAGMA schema_version", -1, SQLITE_PREPARE_PERSISTENT,
+                                                 &schemaVersion, nullptr) != SQLITE_OK)
+            sqliteError(QStringLiteral("PRAGMA schema_version"));
+        int v = -1;
+        if (sqlite3_step(schemaVersion) == SQLITE_ROW) v = sqlite3_column_int(schemaVersion, 0);
+        sqlite3_reset(schemaVersion);
+        if (v != knownSchemaVersion) {
+            clearCaches();
+            knownSchemaVersion = v;
+        }
+    }
+
+    std::shared_ptr<const Entry> cached(const QString& sql) {
+        auto it = index.find(sql);
+        if (it == index.end()) return nullptr;
+        lru.splice(lru.begin(), lru, *it);
+        return (*it)->second;
+    }
+
+    void remember(const QString& sql, std::shared_ptr<const Entry> e) {
+        lru.emplace_front(sql, std::move(e));
+        index.insert(sql, lru.begin());
+        if (lru.size() > kCacheCapacity) {
+            index.remove(lru.back().first);
+            lru.pop_back();
+        }
+    }
+
+    static std::vector<StmtPtr> parseOne(const QString& tsql) {
+        std::vector<StmtPtr> stmts = parseBatch(tsql);
+        if (stmts.empty()) throw ETsqlError(QStringLiteral("no SQL statement to run"));
+        if (stmts.size() > 1)
+            throw ETsqlError(
+                QStringLiteral("only one statement may be run here; a second statement begins at offset "
+                               "%1 (stacked statements are refused)")
+                    .arg(stmts[1]->pos));
+        if (stmts[0]->kind == SK::If || stmts[0]->kind == SK::Block)
+            throw ETsqlError(QStringLiteral("IF and BEGIN...END blocks run only as a batch"));
+        return stmts;
+    }
+
+    std::shared_ptr<const Entry> translateOne(const QString& tsql) {
+        checkSchemaVersion();
+        if (auto e = cached(tsql)) return e;
+        std::vector<StmtPtr> stmts = parseOne(tsql);
+        auto e = std::make_shared<Entry>();
+        e->translation = translateStatement(*stmts[0], schema);
+        // DDL changes the schema version once run; caching it would only be dropped again.
+        if (!e->translation.changesSchema) remember(tsql, e);
+        return e;
+    }
+
+    void run(const QString& sql) {
+        const QByteArray utf8 = sql.toUtf8();
+        const char* tail = utf8.constData();
+        const char* end = tail + utf8.size();
+        while (tail < end) {
+            sqlite3_stmt* st = nullptr;
+            if (sqlite3_prepare_v2(db, tail, int(end - tail), &st, &tail) != SQLITE_OK) sqliteError(sql);
+            if (!st) break; // trailing blanks
+            int rc;
+            while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
+            }
+            if (rc != SQLITE_DONE) {
+                const QString msg = QString::fromUtf8(sqlite3_errmsg(db));
+                sqlite3_finalize(st);
+                throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + sql + u']');
+            }
+            sqlite3_finalize(st);
+        }
+    }
+
+    bool evaluate(const QString& sql) {
+        sqlite3_stmt* st = nullptr;
+        const QByteArray utf8 = sql.toUtf8();
+        if (sqlite3_prepare_v2(db, utf8.constData(), int(utf8.size()), &st, nullptr) != SQLITE_OK)
+            sqliteError(sql);
+        const int rc = sqlite3_step(st);
+        const bool result = rc == SQLITE_ROW && sqlite3_column_int(st, 0) != 0;
+        if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
+            const QString msg = QString::fromUtf8(sqlite3_errmsg(db));
+            sqlite3_finalize(st);
+            throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + sql + u']');
+        }
+        sqlite3_finalize(st);
+        return result;
+    }
+
+    // Statements are translated just before they run, so that a table
+    // created earlier in the batch is known to the later statements.
+    void execute(const Stmt& s) {
+        switch (s.kind) {
+        case SK::If:
+            checkSchemaVersion();
+            if (evaluate(translateCondition(*s.cond, schema)))
+                execute(*s.thenStmt);
+            else if (s.elseStmt)
+                execute(*s.elseStmt);
+            return;
+        case SK::Block:
+            for (const StmtPtr& b : s.body)
+                execute(*b);
+            return;
+        default:
+            break;
+        }
+        checkSchemaVersion();
+        const Translation t = translateStatement(s, schema);
+        for (const QString& sql : t.statements)
+            run(sql);
+        if (t.changesSchema) clearCaches();
+    }
+};
+
+TsqlDialect::TsqlDialect(sqlite3* db) : d(std::make_unique<Private>(db)) {
+    if (!db) throw ETsqlError(QStringLiteral("no database connection"));
+    // Names are emitted in double quotes: a misspelt one must be an error,
+    // never SQLite's fallback to a string literal.
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    registerFunctions(db);
+}
+
+TsqlDialect::~TsqlDialect() = default;
+
+TsqlPrepared TsqlDialect::PrepareQuery(const QString& tsql) {
+    const auto entry = d->translateOne(tsql);
+    const Translation& t = entry->translation;
+    if (t.statements.size() != 1)
+        throw ETsqlError(t.statements.isEmpty()
+                             ? QStringLiteral("the statement has nothing to run as a query")
+                             : QStringLiteral("the statement needs several steps: run it as a batch"));
+    TsqlPrepared p;
+    const QString& sql = t.statements[0];
+    const QByteArray utf8 = sql.toUtf8();
+    if (sqlite3_prepare_v2(d->db, utf8.constData(), int(utf8.size()), &p.stmt, nullptr) != SQLITE_OK)
+        d->sqliteError(sql);
+    const int n = sqlite3_column_count(p.stmt);
+    p.declaredTypes.reserve(n);
+    const bool useOwn = int(t.columnTypes.size()) == n;
+    for (int i = 0; i < n; ++i) {
+        QString type = useOwn ? t.columnTypes[size_t(i)] : QString();
+        if (type.isEmpty()) {
+            if (const char* decl = sqlite3_column_decltype(p.stmt, i)) type = QString::fromUtf8(decl);
+        }
+        p.declaredTypes.push_back(type);
+    }
+    p.baseTable = t.baseTable;
+    return p;
+}
+
+void TsqlDialect::ExecuteBatch(const QString& tsql) {
+    // A batch of one plain statement reuses the cached translation.
+    d->checkSchemaVersion();
+    if (auto e = d->cached(tsql)) {
+        for (const QString& sql : e->translation.statements)
+            d->run(sql);
+        return;
+    }
+    std::vector<StmtPtr> stmts = parseBatch(tsql);
+    if (stmts.size() == 1 && stmts[0]->kind != SK::If && stmts[0]->kind != SK::Block) {
+        auto e = std::make_shared<Entry>();
+        e->translation = translateStatement(*stmts[0], d->schema);
+        for (const QString& sql : e->translation.statements)
+            d->run(sql);
+        if (e->translation.changesSchema)
+            d->clearCaches();
+        else
+            d->remember(tsql, std::move(e));
+        return;
+    }
+    for (const StmtPtr& s : stmts)
+        d->execute(*s);
+}
+
+QString TsqlDialect::Translate(const QString& tsql) {
+    const auto entry = d->translateOne(tsql);
+    const QStringList& st = entry->translation.statements;
+    return st.size() == 1 ? st.first() : st.join(QStringLiteral(";\n"));
+}
+
+qint64 TsqlDialect::LastIdentity() const {
+    return sqlite3_last_insert_rowid(d->db);
+}
+
+} // namespace lnq

@@ -1,0 +1,533 @@
+#include "common/TestMain.h"
+#include "data/ADOConnection.h"
+#include "data/ConnectionString.h"
+#include "data/SqliteDriver.h"
+#include "util/Exceptions.h"
+
+#include <QFile>
+#include <QSqlDatabase>
+#include <QTemporaryDir>
+#include <cmath>
+
+using namespace lnq;
+
+namespace {
+
+int countRows(TADOConnection& c, const QString& sql) {
+    TADODataSet ds;
+    ds.SetConnection(&c);
+    ds.SetCommandText(sql);
+    ds.Open();
+    return ds.Fields(0).AsInteger();
+}
+
+} // namespace
+
+class TestADOConnection : public QObject {
+    Q_OBJECT
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<TADOConnection> m_conn;
+
+    QString path(const QString& name) const { return m_dir.filePath(name); }
+
+    void openDataSet(TADODataSet& ds, const QString& sql) {
+        ds.SetConnection(m_conn.get());
+        ds.SetCommandText(sql);
+        ds.Open();
+    }
+
+private Q_SLOTS:
+    void init() {
+        QVERIFY(m_dir.isValid());
+        QFile::remove(path(QStringLiteral("t.db")));
+        m_conn = std::make_unique<TADOConnection>();
+        m_conn->SetConnectionString(QStringLiteral("Provider=SQLite;Busy Timeout=300;Data Source=") +
+                                    path(QStringLiteral("t.db")));
+        m_conn->Open();
+        m_conn->ExecuteNative(QStringLiteral(
+            "CREATE TABLE T (iNo INTEGER PRIMARY KEY AUTOINCREMENT, dWhen DATETIME, bFlag BIT NOT NULL "
+            "DEFAULT 1,"
+            " mPrice MONEY, dcAmount DECIMAL(18,2), vName NVARCHAR(50) COLLATE NOCASE, iQty INT, iBig BIGINT,"
+            " fRate FLOAT, imgData IMAGE, dDay DATE, vNote TEXT DEFAULT '备注');"
+            "INSERT INTO T (dWhen, bFlag, mPrice, dcAmount, vName, iQty, iBig, fRate, imgData, dDay) VALUES"
+            " ('2024-03-05 14:30:15', 1, 12.5, 1234.56, '张三', 7, 9000000000, 0.25, x'00FF10', "
+            "'2024-03-05'),"
+            " (NULL, 0, NULL, NULL, NULL, NULL, NULL, NULL, NULL, NULL);"
+            "CREATE TABLE NoKey (vName NVARCHAR(20), iQty INT);"
+            "INSERT INTO NoKey VALUES ('a', 1), ('b', 2), ('dup', 3), ('dup', 3);"));
+    }
+    void cleanup() { m_conn.reset(); }
+
+    // ---------------------------------------------------------------- strings
+
+    void odbcMapping_data() {
+        QTest::addColumn<QString>("ado");
+        QTest::addColumn<QString>("odbc");
+        QTest::newRow("classic SQLOLEDB string")
+            << "Provider=SQLOLEDB.1;Password=secret;Persist Security Info=True;User ID=sa;"
+               "Initial Catalog=KxData;Data Source=(local)"
+            << "DRIVER={FreeTDS};SERVER=localhost;PORT=1433;DATABASE=KxData;UID=sa;PWD=secret;TDS_Version=7."
+               "4;"
+               "ClientCharset=UTF-8";
+        QTest::newRow("blanks around pairs, dot server")
+            << "Provider=SQLOLEDB; Password=p1; User ID=kx; Data Source=.; Initial Catalog=Shop"
+            << "DRIVER={FreeTDS};SERVER=localhost;PORT=1433;DATABASE=Shop;UID=kx;PWD=p1;TDS_Version=7.4;"
+               "ClientCharset=UTF-8";
+        QTest::newRow("named instance has no port")
+            << "Provider=SQLOLEDB;User ID=sa;Password=x;Data Source=SRV01\\SQLEXPRESS;Initial Catalog=db"
+            << "DRIVER={FreeTDS};SERVER=SRV01\\SQLEXPRESS;DATABASE=db;UID=sa;PWD=x;TDS_Version=7.4;"
+               "ClientCharset=UTF-8";
+        QTest::newRow("host and port")
+            << "Provider=SQLOLEDB;User ID=sa;Password=x;Data Source=10.0.0.5,1435;Initial Catalog=db"
+            << "DRIVER={FreeTDS};SERVER=10.0.0.5;PORT=1435;DATABASE=db;UID=sa;PWD=x;TDS_Version=7.4;"
+               "ClientCharset=UTF-8";
+        QTest::newRow("integrated security")
+            << "Provider=SQLOLEDB.1;Integrated Security=SSPI;Persist Security Info=False;Initial Catalog=db;"
+               "Data Source=dbhost"
+            << "DRIVER={FreeTDS};SERVER=dbhost;PORT=1433;DATABASE=db;Trusted_Connection=Yes;TDS_Version=7.4;"
+               "ClientCharset=UTF-8";
+        QTest::newRow("quoted password with separators")
+            << "Provider=SQLOLEDB;User ID=sa;Password=\"a;b}c\"\"d\";Data Source=h;Initial Catalog=db"
+            << "DRIVER={FreeTDS};SERVER=h;PORT=1433;DATABASE=db;UID=sa;PWD={a;b}}c\"d};TDS_Version=7.4;"
+               "ClientCharset=UTF-8";
+        QTest::newRow("empty password kept")
+            << "Provider=SQLOLEDB;User ID=sa;Data Source=h"
+            << "DRIVER={FreeTDS};SERVER=h;PORT=1433;UID=sa;PWD=;TDS_Version=7.4;ClientCharset=UTF-8";
+        QTest::newRow("protocol version and charset overridden")
+            << "Provider=SQLNCLI10;User ID=sa;Password=x;Data Source=old;TDS_Version=7.1;ClientCharset=GBK"
+            << "DRIVER={FreeTDS};SERVER=old;PORT=1433;UID=sa;PWD=x;TDS_Version=7.1;ClientCharset=GBK";
+        QTest::newRow("ready ODBC string untouched") << "Driver={FreeTDS};Server=h;Port=1433;UID=a;PWD=b"
+                                                     << "Driver={FreeTDS};Server=h;Port=1433;UID=a;PWD=b";
+    }
+    void odbcMapping() {
+        QFETCH(QString, ado);
+        QFETCH(QString, odbc);
+        const TConnectionInfo info = ResolveConnectionString(ado);
+        QCOMPARE(info.kind, TConnectionInfo::Kind::SqlServer);
+        QCOMPARE(info.odbc, odbc);
+    }
+
+    void embeddedStrings_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("file");
+        QTest::newRow("provider") << "Provider=SQLite;Data Source=/tmp/a.db"
+                                  << "/tmp/a.db";
+        QTest::newRow("quoted path with semicolon") << "provider=sqlite; data source='/tmp/x;y.db'"
+                                                    << "/tmp/x;y.db";
+        QTest::newRow("bare path") << "/var/lib/lnq/demo.db"
+                                   << "/var/lib/lnq/demo.db";
+        QTest::newRow("bare relative path") << "  demo.db "
+                                            << "demo.db";
+    }
+    void embeddedStrings() {
+        QFETCH(QString, text);
+        QFETCH(QString, file);
+        const TConnectionInfo info = ResolveConnectionString(text);
+        QCOMPARE(info.kind, TConnectionInfo::Kind::Embedded);
+        QCOMPARE(info.file, file);
+    }
+
+    void refusedStrings_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("empty") << "   "
+                               << "连接字符串为空";
+        QTest::newRow("jet provider") << "Provider=Microsoft.Jet.OLEDB.4.0;Data Source= 'a.xls'"
+                                      << "不支持的数据库提供程序: Microsoft.Jet.OLEDB.4.0";
+        QTest::newRow("sqlite without file") << "Provider=SQLite"
+                                             << "连接字符串没有指定数据库文件 (Data Source)";
+    }
+    void refusedStrings() {
+        QFETCH(QString, text);
+        QFETCH(QString, message);
+        try {
+            ResolveConnectionString(text);
+            QFAIL("accepted");
+        } catch (const EDatabaseError& e) {
+            QCOMPARE(e.Message(), message);
+        }
+    }
+
+    void stripPassword() {
+        QCOMPARE(StripPassword(QStringLiteral("Provider=SQLOLEDB;Password=x;User ID=sa;Data Source=h")),
+                 QStringLiteral("Provider=SQLOLEDB;User ID=sa;Data Source=h"));
+        QCOMPARE(StripPassword(QStringLiteral("Provider=SQLOLEDB;PWD=\"a;b\";Initial Catalog=\"my;db\"")),
+                 QStringLiteral("Provider=SQLOLEDB;Initial Catalog=\"my;db\""));
+    }
+
+    // ---------------------------------------------------------------- reading
+
+    void declaredTypesGiveFieldTypes_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<int>("type");
+        QTest::newRow("identity") << "iNo" << int(TFieldType::ftAutoInc);
+        QTest::newRow("datetime") << "dWhen" << int(TFieldType::ftDateTime);
+        QTest::newRow("bit") << "bFlag" << int(TFieldType::ftBoolean);
+        QTest::newRow("money") << "mPrice" << int(TFieldType::ftCurrency);
+        QTest::newRow("decimal") << "dcAmount" << int(TFieldType::ftBCD);
+        QTest::newRow("int") << "iQty" << int(TFieldType::ftInteger);
+        QTest::newRow("bigint") << "iBig" << int(TFieldType::ftLargeint);
+        QTest::newRow("float") << "fRate" << int(TFieldType::ftFloat);
+        QTest::newRow("image") << "imgData" << int(TFieldType::ftBlob);
+        QTest::newRow("date") << "dDay" << int(TFieldType::ftDate);
+    }
+    void declaredTypesGiveFieldTypes() {
+        QFETCH(QString, field);
+        QFETCH(int, type);
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from T order by iNo"));
+        QCOMPARE(int(ds.FieldByName(field).DataType()), type);
+        QVERIFY(ds.FieldByName(QStringLiteral("vName")).DataType() == TFieldType::ftString ||
+                ds.FieldByName(QStringLiteral("vName")).DataType() == TFieldType::ftWideString);
+    }
+
+    void valuesArriveTyped() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from T order by iNo"));
+        QCOMPARE(ds.RecordCount(), 2);
+        QCOMPARE(ds.FieldByName("dWhen").AsDateTime(), QDateTime(QDate(2024, 3, 5), QTime(14, 30, 15)));
+        QCOMPARE(ds.FieldByName("bFlag").AsBoolean(), true);
+        QCOMPARE(ds.FieldByName("mPrice").AsCurrency(), 12.5);
+        QCOMPARE(ds.FieldByName("dcAmount").AsFloat(), 1234.56);
+        QCOMPARE(ds.FieldByName("vName").AsString(), QStringLiteral("张三"));
+        QCOMPARE(ds.FieldByName("iBig").AsLargeInt(), Q_INT64_C(9000000000));
+        QCOMPARE(ds.FieldByName("imgData").AsBytes(), QByteArray("\x00\xFF\x10", 3));
+        QCOMPARE(ds.FieldByName("dDay").AsDateTime().date(), QDate(2024, 3, 5));
+        ds.Next();
+        for (const char* f :
+             {"dWhen", "mPrice", "dcAmount", "vName", "iQty", "iBig", "fRate", "imgData", "dDay"})
+            QVERIFY2(ds.FieldByName(QString::fromLatin1(f)).IsNull(), f);
+        QCOMPARE(ds.FieldByName("bFlag").AsBoolean(), false);
+    }
+
+    void keyAndBaseColumns() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select iNo, vName as Alias, iQty*2 as Twice from T"));
+        const TFieldDefs& defs = ds.FieldDefs();
+        QVERIFY(defs[0].IsKey);
+        QVERIFY(defs[0].ReadOnly);
+        QCOMPARE(defs[1].Name, QStringLiteral("Alias"));
+        QCOMPARE(defs[1].BaseColumn, QStringLiteral("vName"));
+        QCOMPARE(defs[1].BaseTable, QStringLiteral("T"));
+        QVERIFY(!defs[1].ReadOnly);
+        QVERIFY(defs[2].ReadOnly);
+        QVERIFY(defs[2].BaseTable.isEmpty());
+    }
+
+    void expressionColumnsTakeTheValueType() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select count(*) as n, sum(fRate) as s, 'x' as t from T"));
+        QVERIFY(IsNumberTypeGroup(ds.FieldByName("n").DataType()));
+        QCOMPARE(ds.FieldByName("n").AsInteger(), 2);
+        QCOMPARE(ds.FieldByName("s").AsFloat(), 0.25);
+        QCOMPARE(ds.FieldByName("t").AsString(), QStringLiteral("x"));
+    }
+
+    void statementWithoutRowsIsRefusedAfterRunning() {
+        TADODataSet ds;
+        ds.SetConnection(m_conn.get());
+        ds.SetCommandText(QStringLiteral("insert into NoKey (vName, iQty) values ('z', 9)"));
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Open());
+        QVERIFY(!ds.Active());
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from NoKey where vName='z'")), 1);
+    }
+
+    void returnsRows_data() {
+        QTest::addColumn<QString>("sql");
+        QTest::addColumn<bool>("rows");
+        QTest::newRow("select") << "select * from T" << true;
+        QTest::newRow("top") << "select top 1 vName from T" << true;
+        QTest::newRow("update") << "update T set iQty = 1 where 1=0" << false;
+        QTest::newRow("batch") << "delete from NoKey where 1=0; select * from T" << false;
+        QTest::newRow("bad") << "selec * from T" << false;
+    }
+    void returnsRows() {
+        QFETCH(QString, sql);
+        QFETCH(bool, rows);
+        QCOMPARE(m_conn->ReturnsRows(sql), rows);
+    }
+
+    void errorsAreDatabaseErrors_data() {
+        QTest::addColumn<QString>("sql");
+        QTest::newRow("missing table") << "select * from NoSuchTable";
+        QTest::newRow("missing column") << "select nothere from T";
+        QTest::newRow("syntax") << "select from where";
+    }
+    void errorsAreDatabaseErrors() {
+        QFETCH(QString, sql);
+        TADODataSet ds;
+        ds.SetConnection(m_conn.get());
+        ds.SetCommandText(sql);
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Open());
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, m_conn->Execute(sql));
+        // The connection stays usable.
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T")), 2);
+    }
+
+    void badFiles() {
+        QFile junk(path(QStringLiteral("junk.db")));
+        QVERIFY(junk.open(QIODevice::WriteOnly));
+        junk.write(QByteArray(4096, 'x'));
+        junk.close();
+        TADOConnection c;
+        c.SetConnectionString(path(QStringLiteral("junk.db")));
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, c.Open());
+        QVERIFY(!c.Connected());
+        c.SetConnectionString(path(QStringLiteral("no/such/dir/x.db")));
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, c.Open());
+    }
+
+    void createdOnDemand() {
+        const QString file = path(QStringLiteral("new.db"));
+        QFile::remove(file);
+        TADOConnection c;
+        c.SetConnectionString(file);
+        QVERIFY(c.IsEmbedded());
+        c.Execute(QStringLiteral("create table X (a int)"));
+        QVERIFY(c.Connected());
+        QVERIFY(QFile::exists(file));
+        QCOMPARE(c.DatabaseFile(), file);
+    }
+
+    // ---------------------------------------------------------------- posting
+
+    void postModifyInsertDelete() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from T order by iNo"));
+        ds.Edit();
+        ds.FieldByName("vName").SetAsString(QStringLiteral("李四"));
+        ds.FieldByName("mPrice").SetAsCurrency(99.75);
+        ds.FieldByName("dWhen").SetAsDateTime(QDateTime(QDate(2023, 12, 31), QTime(23, 59, 59, 120)));
+        ds.Post();
+
+        ds.Append();
+        ds.FieldByName("vName").SetAsString(QStringLiteral("王'五"));
+        ds.FieldByName("iQty").SetAsInteger(3);
+        ds.Post();
+        // The identity and the defaults come back from the database.
+        QVERIFY(ds.FieldByName("iNo").AsInteger() >= 3);
+        QCOMPARE(ds.FieldByName("bFlag").AsBoolean(), true);
+        QCOMPARE(ds.FieldByName("vNote").AsString(), QStringLiteral("备注"));
+        const int newId = ds.FieldByName("iNo").AsInteger();
+
+        TADODataSet check;
+        openDataSet(check, QStringLiteral("select * from T order by iNo"));
+        QCOMPARE(check.RecordCount(), 3);
+        QCOMPARE(check.FieldByName("vName").AsString(), QStringLiteral("李四"));
+        QCOMPARE(check.FieldByName("mPrice").AsCurrency(), 99.75);
+        QCOMPARE(check.FieldByName("dWhen").AsDateTime(),
+                 QDateTime(QDate(2023, 12, 31), QTime(23, 59, 59, 120)));
+        QVERIFY(check.Locate(QStringLiteral("iNo"), newId));
+        QCOMPARE(check.FieldByName("vName").AsString(), QStringLiteral("王'五"));
+
+        QVERIFY(ds.Locate(QStringLiteral("iNo"), 1));
+        ds.Delete();
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T")), 2);
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T where iNo = 1")), 0);
+    }
+
+    void postWithoutKeyMatchesAllValues() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from NoKey order by iQty"));
+        ds.Edit();
+        ds.FieldByName("iQty").SetAsInteger(10);
+        ds.Post();
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select iQty from NoKey where vName = 'a'")), 10);
+
+        // Two identical rows cannot be told apart: nothing is written.
+        QVERIFY(ds.Locate(QStringLiteral("vName"), QStringLiteral("dup")));
+        ds.Edit();
+        ds.FieldByName("iQty").SetAsInteger(4);
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+        ds.Cancel();
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from NoKey where iQty = 3")), 2);
+    }
+
+    void postOfVanishedRowFails() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from T order by iNo"));
+        m_conn->Execute(QStringLiteral("delete from T where iNo = 1"));
+        ds.Edit();
+        ds.FieldByName("iQty").SetAsInteger(1);
+        try {
+            ds.Post();
+            QFAIL("posted");
+        } catch (const EDatabaseError& e) {
+            QCOMPARE(e.Message(), QStringLiteral("无法为更新定位行。一些值可能已在最后一次读取后已更改。"));
+        }
+    }
+
+    // A failure at any statement of a post leaves the table as it was.
+    void faultDuringPostLeavesRowsUnchanged_data() {
+        QTest::addColumn<int>("failAt");
+        for (int i = 1; i <= 4; ++i)
+            QTest::newRow(qPrintable(QStringLiteral("statement %1").arg(i))) << i;
+    }
+    void faultDuringPostLeavesRowsUnchanged() {
+        QFETCH(int, failAt);
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from T order by iNo"));
+        int n = 0;
+        QStringList seen;
+        m_conn->SetStatementObserver([&](const QString& sql) {
+            seen << sql;
+            if (++n == failAt) throw EDatabaseError(QStringLiteral("injected"));
+        });
+        ds.Append();
+        ds.FieldByName("vName").SetAsString(QStringLiteral("新"));
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+        m_conn->SetStatementObserver({});
+        QVERIFY2(n >= failAt, qPrintable(seen.join(QLatin1Char('\n'))));
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T")), 2);
+        QVERIFY(!m_conn->InTransaction());
+        // The connection still works, and so does the same post now.
+        ds.Post();
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T")), 3);
+    }
+
+    // ---------------------------------------------------------------- transactions
+
+    void nestedTransactions() {
+        QCOMPARE(m_conn->BeginTrans(), 1);
+        m_conn->Execute(QStringLiteral("insert into NoKey values ('outer', 1)"));
+        QCOMPARE(m_conn->BeginTrans(), 2);
+        m_conn->Execute(QStringLiteral("insert into NoKey values ('inner', 1)"));
+        m_conn->RollbackTrans();
+        QCOMPARE(m_conn->TransactionLevel(), 1);
+        QCOMPARE(m_conn->BeginTrans(), 2);
+        m_conn->Execute(QStringLiteral("insert into NoKey values ('kept', 1)"));
+        m_conn->CommitTrans();
+        m_conn->CommitTrans();
+        QVERIFY(!m_conn->InTransaction());
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from NoKey where vName='outer'")), 1);
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from NoKey where vName='inner'")), 0);
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from NoKey where vName='kept'")), 1);
+    }
+
+    void postInsideTransactionRollsBack() {
+        TADODataSet ds;
+        openDataSet(ds, QStringLiteral("select * from T order by iNo"));
+        m_conn->BeginTrans();
+        ds.Edit();
+        ds.FieldByName("vName").SetAsString(QStringLiteral("临时"));
+        ds.Post();
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T where vName='临时'")), 1);
+        m_conn->RollbackTrans();
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from T where vName='临时'")), 0);
+    }
+
+    void commitWithoutTransactionFails() {
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, m_conn->CommitTrans());
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, m_conn->RollbackTrans());
+        QCOMPARE(m_conn->TransactionLevel(), 0);
+    }
+
+    void closeAbandonsTransaction() {
+        m_conn->BeginTrans();
+        m_conn->Execute(QStringLiteral("insert into NoKey values ('lost', 1)"));
+        m_conn->Close();
+        QVERIFY(!m_conn->InTransaction());
+        QCOMPARE(countRows(*m_conn, QStringLiteral("select count(*) from NoKey where vName='lost'")), 0);
+    }
+
+    void lockedDatabaseReportsError() {
+        TADOConnection other;
+        other.SetConnectionString(path(QStringLiteral("t.db")));
+        other.ExecuteNative(QStringLiteral("BEGIN EXCLUSIVE"));
+        try {
+            m_conn->Execute(QStringLiteral("insert into NoKey values ('x', 1)"));
+            QFAIL("wrote into a locked database");
+        } catch (const EDatabaseError& e) {
+            QVERIFY2(e.Message().contains(QLatin1String("locked")), qPrintable(e.Message()));
+        }
+        other.ExecuteNative(QStringLiteral("ROLLBACK"));
+        m_conn->Execute(QStringLiteral("insert into NoKey values ('x', 1)"));
+    }
+
+    // ---------------------------------------------------------------- date text
+
+    void dateText_data() {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<QDateTime>("expected");
+        QTest::newRow("full") << QByteArray("2024-02-29 23:59:59") << true
+                              << QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59));
+        QTest::newRow("millis") << QByteArray("2024-01-01 00:00:00.250") << true
+                                << QDateTime(QDate(2024, 1, 1), QTime(0, 0, 0, 250));
+        QTest::newRow("T separator, no seconds")
+            << QByteArray("2024-01-01T08:05") << true << QDateTime(QDate(2024, 1, 1), QTime(8, 5));
+        QTest::newRow("date only") << QByteArray("1999-12-31") << true
+                                   << QDateTime(QDate(1999, 12, 31), QTime(0, 0));
+        QTest::newRow("before 1899") << QByteArray("1850-06-01 06:00:00") << true
+                                     << QDateTime(QDate(1850, 6, 1), QTime(6, 0));
+        QTest::newRow("no leap day") << QByteArray("2023-02-29") << false << QDateTime();
+        QTest::newRow("month 13") << QByteArray("2023-13-01") << false << QDateTime();
+        QTest::newRow("hour 24") << QByteArray("2023-01-01 24:00:00") << false << QDateTime();
+        QTest::newRow("junk") << QByteArray("yesterday") << false << QDateTime();
+        QTest::newRow("trailing junk") << QByteArray("2023-01-01 10:00:00x") << false << QDateTime();
+    }
+    void dateText() {
+        QFETCH(QByteArray, text);
+        QFETCH(bool, valid);
+        QFETCH(QDateTime, expected);
+        TDateTime v = -1;
+        QCOMPARE(ParseSqliteDateTime(text.constData(), int(text.size()), v), valid);
+        if (!valid) return;
+        QCOMPARE(DateTimeToQt(v), expected);
+        QCOMPARE(v, DateTimeFromQt(expected));
+    }
+
+    // ---------------------------------------------------------------- SQL Server
+
+    void unreachableServerReportsTheDriversError() {
+        if (!QSqlDatabase::isDriverAvailable(QStringLiteral("QODBC")))
+            QSKIP("Qt's ODBC driver is not installed");
+        TADOConnection c;
+        c.SetConnectionString(
+            QStringLiteral("Provider=SQLOLEDB;Password=x;User ID=sa;Data Source=127.0.0.1,1;"
+                           "Initial Catalog=db;Connect Timeout=2"));
+        QVERIFY(!c.IsEmbedded());
+        try {
+            c.Open();
+            QFAIL("connected to port 1");
+        } catch (const EDatabaseError& e) {
+            QVERIFY2(e.Message().contains(QLatin1String("connect"), Qt::CaseInsensitive),
+                     qPrintable(e.Message()));
+        }
+        QVERIFY(!c.Connected());
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, c.Execute(QStringLiteral("select 1")));
+    }
+
+    void liveSqlServer() {
+        const QString cs = qEnvironmentVariable("LNQ_TEST_MSSQL");
+        if (cs.isEmpty()) QSKIP("LNQ_TEST_MSSQL names no SQL Server connection string");
+        TADOConnection c;
+        c.SetConnectionString(cs);
+        c.Open();
+        QVERIFY(!c.IsEmbedded());
+        c.Execute(QStringLiteral("if object_id('tempdb..#lnq') is not null drop table #lnq "
+                                 "create table #lnq (iNo int identity(1,1) primary key, vName nvarchar(20), "
+                                 "mPrice money, dWhen datetime, bFlag bit)"));
+        c.Execute(QStringLiteral("insert into #lnq (vName, mPrice, dWhen, bFlag) values "
+                                 "(N'张三', 12.5, '2024-03-05 14:30:15', 1)"));
+        TADODataSet ds;
+        ds.SetConnection(&c);
+        ds.SetCommandText(QStringLiteral("select * from #lnq"));
+        ds.Open();
+        QCOMPARE(ds.FieldByName("iNo").DataType(), TFieldType::ftAutoInc);
+        QCOMPARE(ds.FieldByName("mPrice").DataType(), TFieldType::ftCurrency);
+        QCOMPARE(ds.FieldByName("bFlag").DataType(), TFieldType::ftBoolean);
+        QCOMPARE(ds.FieldByName("vName").AsString(), QStringLiteral("张三"));
+        QCOMPARE(ds.FieldByName("dWhen").AsDateTime(), QDateTime(QDate(2024, 3, 5), QTime(14, 30, 15)));
+        QCOMPARE(c.BeginTrans(), 1);
+        QCOMPARE(c.BeginTrans(), 2);
+        c.RollbackTrans();
+        c.CommitTrans();
+        QVERIFY(!c.ConnectionString().contains(QLatin1String("Password"), Qt::CaseInsensitive) ||
+                cs.contains(QLatin1String("Persist Security Info=True"), Qt::CaseInsensitive));
+    }
+};
+
+LNQ_TEST_MAIN_CORE(TestADOConnection)
+#include "tst_ADOConnection.moc"

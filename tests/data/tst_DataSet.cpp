@@ -1,0 +1,1178 @@
+#include "common/TestMain.h"
+#include "data/DataSet.h"
+#include "util/Exceptions.h"
+
+#include <QBuffer>
+#include <QSignalSpy>
+
+using namespace lnq;
+
+namespace {
+
+TFieldDef def(const QString& name, TFieldType type, int size = 0) {
+    TFieldDef d;
+    d.Name = name;
+    d.DataType = type;
+    d.Size = size;
+    d.BaseTable = QStringLiteral("T");
+    d.BaseColumn = name;
+    return d;
+}
+
+// ID, Name, Grp, Price, Born: five rows with ties in Grp and mixed-case names.
+void loadPeople(TDataSet& ds) {
+    TRecordSetBuilder& b =
+        ds.BeginLoad({def("ID", TFieldType::ftInteger), def("Name", TFieldType::ftString, 20),
+                      def("Grp", TFieldType::ftString, 5), def("Price", TFieldType::ftFloat),
+                      def("Born", TFieldType::ftDate)});
+    struct Row {
+        int id;
+        const char* name;
+        const char* grp;
+        double price;
+        QDate born;
+    };
+    const Row rows[] = {{1, "alice", "B", 10.5, QDate(1990, 1, 2)},
+                        {2, "Bob", "A", 3, QDate(1985, 5, 6)},
+                        {3, "carol", "B", 7.25, QDate(2000, 12, 31)},
+                        {4, "Dave", "A", 3, QDate(1970, 7, 8)},
+                        {5, "张三", "C", 99, QDate(2001, 2, 3)}};
+    for (const Row& r : rows) {
+        b.SetInteger(0, r.id);
+        b.SetText(1, QString::fromUtf8(r.name));
+        b.SetText(2, QString::fromLatin1(r.grp));
+        b.SetFloat(3, r.price);
+        b.SetDateTime(4, DateFromQt(r.born));
+        b.EndRow();
+    }
+    ds.EndLoad();
+}
+
+QList<int> ids(TDataSet& ds) {
+    QList<int> out;
+    const TBookmark bm = ds.GetBookmark();
+    ds.First();
+    while (!ds.Eof()) {
+        out << ds.FieldByName(QStringLiteral("ID")).AsInteger();
+        ds.Next();
+    }
+    if (bm.isValid() && ds.BookmarkValid(bm)) ds.GotoBookmark(bm);
+    return out;
+}
+
+QList<int> idsByRow(const TDataSet& ds) {
+    QList<int> out;
+    for (int r = 0; r < ds.RecordCount(); ++r)
+        out << ds.ValueAt(r, 0).toInt();
+    return out;
+}
+
+// A resolver standing in for the database: records requests, can refuse.
+class FakeResolverDataSet : public TADODataSet {
+public:
+    using TADODataSet::TADODataSet;
+    std::vector<TUpdateRequest> requests;
+    std::vector<std::vector<QVariant>> newValues;
+    bool refuse = false;
+    int nextId = 100;
+    int loads = 0;
+    std::function<void(TDataSet&)> loader;
+
+protected:
+    TUpdateResult ApplyUpdate(const TUpdateRequest& request) override {
+        if (refuse) throw EDatabaseError(QStringLiteral("违反约束"));
+        requests.push_back(request);
+        TUpdateResult r;
+        if (request.Kind == TUpdateKind::ukInsert && request.NewValues[0].isNull())
+            r.Assigned.emplace_back(0, QVariant(nextId++));
+        return r;
+    }
+    void DoOpen() override {
+        ++loads;
+        loader(*this);
+    }
+};
+
+} // namespace
+
+class TestDataSet : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void typedFields_data();
+    void typedFields();
+    void nullReadsAsDefaults();
+    void badTextRaisesConvertError();
+    void fieldLookup();
+    void builderFillsAndConverts();
+    void cursorFlags_data();
+    void cursorFlags();
+    void moveByAndRecNo();
+    void locate_data();
+    void locate();
+    void lookupDoesNotMove();
+    void bookmarksSurviveSortAndFilter();
+    void editCancelPost();
+    void insertBeforeAndAppend();
+    void movingPostsPendingEdit();
+    void deleteKeepsPosition();
+    void resolverSeesChanges();
+    void failedPostChangesNothing_data();
+    void failedPostChangesNothing();
+    void blobStreams();
+    void filterCallbackAndToggle();
+    void postedRecordsFollowFilterAndSort();
+    void sortText_data();
+    void sortText();
+    void sortErrors();
+    void cloneSharesRecords();
+    void cloneNeverStale();
+    void requeryReloadsGroup();
+    void notifications();
+    void disableControlsBatches();
+    void calculatedFields();
+    void viewAccessReflectsEdit();
+};
+
+void TestDataSet::typedFields_data() {
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("asString");
+    QTest::addColumn<double>("asFloat");
+    QTest::addColumn<int>("variantType");
+    QTest::addColumn<QString>("displayText");
+
+    auto add = [](const char* name, TFieldType t, QVariant v, QString s, double f, int vt, QString disp) {
+        QTest::newRow(name) << int(t) << v << s << f << vt << disp;
+    };
+    add("string", TFieldType::ftString, QStringLiteral("12.5"), "12.5", 12.5, QMetaType::QString, "12.5");
+    add("widestring", TFieldType::ftWideString, QStringLiteral("中文"), "中文", 0, QMetaType::QString,
+        "中文");
+    add("fixedchar", TFieldType::ftFixedChar, QStringLiteral("7"), "7", 7, QMetaType::QString, "7");
+    add("memo", TFieldType::ftMemo, QStringLiteral("line1\nline2"), "line1\nline2", 0, QMetaType::QString,
+        "line1\nline2");
+    add("fmtmemo", TFieldType::ftFmtMemo, QStringLiteral("x"), "x", 0, QMetaType::QString, "x");
+    add("smallint", TFieldType::ftSmallint, -12, "-12", -12, QMetaType::Int, "-12");
+    add("integer", TFieldType::ftInteger, 123456, "123456", 123456, QMetaType::Int, "123456");
+    add("word", TFieldType::ftWord, 65535, "65535", 65535, QMetaType::Int, "65535");
+    add("autoinc", TFieldType::ftAutoInc, 9, "9", 9, QMetaType::Int, "9");
+    add("largeint", TFieldType::ftLargeint, QVariant(qlonglong(1) << 40), "1099511627776", 1099511627776.0,
+        QMetaType::LongLong, "1099511627776");
+    add("boolean", TFieldType::ftBoolean, true, "True", 1, QMetaType::Bool, "True");
+    add("float", TFieldType::ftFloat, 0.1, "0.1", 0.1, QMetaType::Double, "0.1");
+    add("float big", TFieldType::ftFloat, 1e6, "1000000", 1e6, QMetaType::Double, "1000000");
+    add("currency", TFieldType::ftCurrency, 12.5, "12.5", 12.5, QMetaType::Double, "12.50");
+    add("bcd", TFieldType::ftBCD, 3.25, "3.25", 3.25, QMetaType::Double, "3.25");
+    add("fmtbcd", TFieldType::ftFMTBcd, 2.5, "2.5", 2.5, QMetaType::Double, "2.5");
+    add("date", TFieldType::ftDate, QDate(2024, 2, 29), "2024-02-29", DateFromQt(QDate(2024, 2, 29)),
+        QMetaType::QDate, "2024-02-29");
+    add("time", TFieldType::ftTime, QTime(13, 45, 10), "13:45:10", (13 * 3600 + 45 * 60 + 10) / 86400.0,
+        QMetaType::QTime, "13:45:10");
+    add("datetime", TFieldType::ftDateTime, QDateTime(QDate(2024, 2, 29), QTime(8, 0, 5)),
+        "2024-02-29 08:00:05", DateTimeFromQt(QDateTime(QDate(2024, 2, 29), QTime(8, 0, 5))),
+        QMetaType::QDateTime, "2024-02-29 08:00:05");
+    add("datetime midnight", TFieldType::ftDateTime, QDateTime(QDate(2024, 3, 1), QTime(0, 0)),
+        "2024-03-01 00:00:00", DateFromQt(QDate(2024, 3, 1)), QMetaType::QDateTime, "2024-03-01");
+    add("blob", TFieldType::ftBlob, QByteArray("\x00\x01\xd6\xd0", 4), QString::fromUtf8("\0\x01中", 5), 0,
+        QMetaType::QByteArray, "(BLOB)");
+    add("bytes", TFieldType::ftBytes, QByteArray("ab"), "ab", 0, QMetaType::QByteArray, "(BLOB)");
+    add("varbytes", TFieldType::ftVarBytes, QByteArray("cd"), "cd", 0, QMetaType::QByteArray, "(BLOB)");
+    add("graphic", TFieldType::ftGraphic, QByteArray("GIF"), "GIF", 0, QMetaType::QByteArray, "(BLOB)");
+}
+
+void TestDataSet::typedFields() {
+    QFETCH(int, type);
+    QFETCH(QVariant, value);
+    QFETCH(QString, asString);
+    QFETCH(double, asFloat);
+    QFETCH(int, variantType);
+    QFETCH(QString, displayText);
+
+    TClientDataSet ds;
+    ds.BeginLoad({def("F", TFieldType(type))}).EndRow();
+    ds.EndLoad();
+    TField& f = ds.FieldByName(QStringLiteral("F"));
+    QVERIFY(f.IsNull());
+    ds.Edit();
+    f.SetAsVariant(value);
+    ds.Post();
+    QVERIFY(!f.IsNull());
+    QCOMPARE(f.AsString(), asString);
+    QCOMPARE(f.AsVariant().typeId(), variantType);
+    QCOMPARE(f.AsVariant(), value);
+    QCOMPARE(f.DisplayText(), displayText);
+    QCOMPARE(f.FieldKind(), TFieldKind::fkData);
+    if (asFloat != 0) QCOMPARE(f.AsFloat(), asFloat);
+    if (StorageKindOf(TFieldType(type)) == TStorageKind::Bytes) QCOMPARE(f.AsBytes(), value.toByteArray());
+
+    // Writing the text form back gives the same value.
+    if (StorageKindOf(TFieldType(type)) != TStorageKind::Bytes) {
+        ds.Edit();
+        f.Clear();
+        QVERIFY(f.IsNull());
+        f.SetAsString(asString);
+        ds.Post();
+        QCOMPARE(f.AsVariant(), value);
+    }
+}
+
+void TestDataSet::nullReadsAsDefaults() {
+    TClientDataSet ds;
+    TRecordSetBuilder& b = ds.BeginLoad({def("S", TFieldType::ftString), def("I", TFieldType::ftInteger),
+                                         def("D", TFieldType::ftDateTime), def("B", TFieldType::ftBoolean),
+                                         def("X", TFieldType::ftBlob)});
+    b.EndRow();
+    ds.EndLoad();
+    for (int i = 0; i < ds.FieldCount(); ++i) {
+        TField& f = ds.Fields(i);
+        QVERIFY(f.IsNull());
+        QCOMPARE(f.AsString(), QString());
+        QCOMPARE(f.AsInteger(), 0);
+        QCOMPARE(f.AsFloat(), 0.0);
+        QCOMPARE(f.AsBoolean(), false);
+        QVERIFY(!f.AsDateTime().isValid());
+        QVERIFY(f.AsBytes().isEmpty());
+        QVERIFY(!f.AsVariant().isValid());
+        QCOMPARE(f.DisplayText(), QString());
+    }
+}
+
+void TestDataSet::badTextRaisesConvertError() {
+    TClientDataSet ds;
+    TRecordSetBuilder& b =
+        ds.BeginLoad({def("Code", TFieldType::ftString), def("Qty", TFieldType::ftInteger)});
+    b.SetText(0, QStringLiteral("abc"));
+    b.SetInteger(1, 1);
+    b.EndRow();
+    ds.EndLoad();
+    auto expectConvertError = [](const std::function<void()>& fn, const QString& text, const QString& field) {
+        try {
+            fn();
+            QFAIL("no EConvertError");
+        } catch (const EConvertError& e) {
+            QVERIFY2(e.Message().contains(text) && e.Message().contains(field), qPrintable(e.Message()));
+        }
+    };
+    TField& code = ds.FieldByName(QStringLiteral("Code"));
+    expectConvertError([&] { code.AsInteger(); }, "abc", "Code");
+    expectConvertError([&] { code.AsFloat(); }, "abc", "Code");
+    expectConvertError([&] { code.AsDateTimeValue(); }, "abc", "Code");
+    expectConvertError([&] { code.AsBoolean(); }, "abc", "Code");
+    ds.Edit();
+    expectConvertError([&] { ds.FieldByName(QStringLiteral("Qty")).SetAsString(QStringLiteral("x1")); }, "x1",
+                       "Qty");
+    // An empty text clears a number.
+    ds.FieldByName(QStringLiteral("Qty")).SetAsString(QString());
+    QVERIFY(ds.FieldByName(QStringLiteral("Qty")).IsNull());
+    ds.Cancel();
+    // Writing outside edit mode is refused.
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, code.SetAsString(QStringLiteral("x")));
+}
+
+void TestDataSet::fieldLookup() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    QCOMPARE(&ds.FieldByName(QStringLiteral("name")), &ds.Fields(1));
+    QCOMPARE(&ds.FieldByName(QStringLiteral("NAME")), &ds.Fields(1));
+    QCOMPARE(ds.FindField(QStringLiteral("pRiCe")), &ds.Fields(3));
+    QCOMPARE(ds.FindField(QStringLiteral("Nope")), nullptr);
+    try {
+        ds.FieldByName(QStringLiteral("Nope"));
+        QFAIL("no error");
+    } catch (const EDatabaseError& e) {
+        QVERIFY(e.Message().contains(QStringLiteral("'Nope'")));
+    }
+    // The same name object again and again (the filter's pattern), and many
+    // different names, must keep resolving to the right field.
+    const QString n = QStringLiteral("Grp");
+    for (int i = 0; i < 20; ++i) {
+        QCOMPARE(ds.FieldByName(n).Index(), 2);
+        QCOMPARE(ds.FieldByName(QStringLiteral("ID%1").arg(QString()).left(2)).Index(), 0);
+        QCOMPARE(ds.FindField(QStringLiteral("F%1").arg(i)), nullptr);
+    }
+    QCOMPARE(ds.FieldNames(), (QStringList{"ID", "Name", "Grp", "Price", "Born"}));
+    // A reload with other columns must not answer from the old lookups.
+    {
+        TClientDataSet other;
+        TRecordSetBuilder& b =
+            other.BeginLoad({def("Grp", TFieldType::ftInteger), def("X", TFieldType::ftString)});
+        b.SetInteger(0, 7);
+        b.EndRow();
+        other.EndLoad();
+        QCOMPARE(other.FieldByName(n).AsInteger(), 7);
+        other.BeginLoad({def("X", TFieldType::ftString), def("grp", TFieldType::ftString)}).EndRow();
+        other.EndLoad();
+        QCOMPARE(other.FieldByName(n).Index(), 1);
+        QCOMPARE(other.FieldByName(n).DataType(), TFieldType::ftString);
+        QCOMPARE(other.FieldByName(QStringLiteral("X")).Index(), 0);
+        other.FieldByName(QStringLiteral("X")).SetDisplayLabel(QStringLiteral("标签"));
+        other.BeginLoad({def("Y", TFieldType::ftString), def("x", TFieldType::ftString)}).EndRow();
+        other.EndLoad();
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, other.FieldByName(n));
+        QCOMPARE(other.Fields(1).DisplayLabel(), QStringLiteral("标签")); // followed its column
+        QCOMPARE(other.Fields(0).DisplayLabel(), QStringLiteral("Y"));
+    }
+    // Field objects and their display settings survive a reload with the same columns.
+    ds.FieldByName(QStringLiteral("Name")).SetDisplayLabel(QStringLiteral("姓名"));
+    loadPeople(ds);
+    QCOMPARE(ds.FieldByName(QStringLiteral("Name")).DisplayLabel(), QStringLiteral("姓名"));
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).DisplayLabel(), QStringLiteral("ID"));
+}
+
+void TestDataSet::builderFillsAndConverts() {
+    TClientDataSet ds;
+    TRecordSetBuilder& b = ds.BeginLoad({def("I", TFieldType::ftInteger), def("F", TFieldType::ftFloat),
+                                         def("S", TFieldType::ftString), def("D", TFieldType::ftDateTime),
+                                         def("B", TFieldType::ftBoolean)});
+    b.Reserve(300);
+    for (int r = 0; r < 200; ++r) {
+        if (r % 3 == 0) b.SetText(0, QString::number(r)); // converted
+        if (r % 3 == 1) b.SetInteger(0, r);
+        b.SetInteger(1, r);                          // integer into float
+        b.SetFloat(2, r + 0.5);                      // float into text
+        b.SetTextUtf8(3, "2024-01-02 03:04:05", 19); // text into date
+        b.SetInteger(4, r % 2);
+        if (r == 5) {
+            b.SetText(2, QStringLiteral("overwritten"));
+            b.SetNull(1);
+        }
+        b.EndRow();
+    }
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, b.SetInteger(5, 1));
+    QVERIFY_THROWS_EXCEPTION(EConvertError, b.SetText(0, QStringLiteral("x")));
+    b.SetInteger(1, 5); // a row that is never ended is dropped
+    b.SetText(2, QStringLiteral("partial"));
+    ds.EndLoad();
+    QCOMPARE(ds.RecordCount(), 200);
+    ds.Append();
+    ds.FieldByName(QStringLiteral("S")).SetAsString(QStringLiteral("appended"));
+    ds.Post();
+    QCOMPARE(ds.ValueAt(200, 2).toString(), QStringLiteral("appended"));
+    QVERIFY(ds.IsNullAt(200, 1));
+    ds.Delete();
+    for (int r = 0; r < 200; ++r) {
+        QCOMPARE(ds.IsNullAt(r, 0), r % 3 == 2);
+        if (r % 3 != 2) QCOMPARE(ds.ValueAt(r, 0).toInt(), r);
+        QCOMPARE(ds.IsNullAt(r, 1), r == 5);
+        QCOMPARE(ds.ValueAt(r, 2).toString(),
+                 r == 5 ? QStringLiteral("overwritten") : QString::number(r + 0.5));
+        QCOMPARE(ds.ValueAt(r, 3).toDateTime(), QDateTime(QDate(2024, 1, 2), QTime(3, 4, 5)));
+        QCOMPARE(ds.ValueAt(r, 4).toBool(), r % 2 == 1);
+    }
+}
+
+// Operations: F first, L last, N next, P prior, E edit+post (same position).
+void TestDataSet::cursorFlags_data() {
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<QString>("ops");
+    QTest::addColumn<QString>("expected"); // per step: RecNo,B/b,E/e
+
+    QTest::newRow("open three") << 3 << ""
+                                << "1Be";
+    QTest::newRow("walk to end") << 3 << "NNNN"
+                                 << "2be 3be 3bE 3bE";
+    QTest::newRow("walk back") << 3 << "LPPP"
+                               << "3bE 2be 1be 1Be";
+    QTest::newRow("first after end") << 3 << "NNNF"
+                                     << "2be 3be 3bE 1Be";
+    QTest::newRow("next then prior clears") << 3 << "NP"
+                                            << "2be 1be";
+    QTest::newRow("one record") << 1 << "NPLF"
+                                << "1bE 1Be 1bE 1Be";
+    QTest::newRow("empty") << 0 << "NPFL"
+                           << "0BE 0BE 0BE 0BE";
+}
+
+void TestDataSet::cursorFlags() {
+    QFETCH(int, rows);
+    QFETCH(QString, ops);
+    QFETCH(QString, expected);
+    TClientDataSet ds;
+    TRecordSetBuilder& b = ds.BeginLoad({def("ID", TFieldType::ftInteger)});
+    for (int i = 0; i < rows; ++i) {
+        b.SetInteger(0, i + 1);
+        b.EndRow();
+    }
+    ds.EndLoad();
+    auto state = [&] {
+        return QString::number(ds.RecNo()) + (ds.Bof() ? "B" : "b") + (ds.Eof() ? "E" : "e");
+    };
+    QStringList got;
+    if (ops.isEmpty()) got << state();
+    for (QChar op : ops) {
+        switch (op.toLatin1()) {
+        case 'F':
+            ds.First();
+            break;
+        case 'L':
+            ds.Last();
+            break;
+        case 'N':
+            ds.Next();
+            break;
+        case 'P':
+            ds.Prior();
+            break;
+        }
+        got << state();
+    }
+    QCOMPARE(got.join(' '), expected);
+    // The classic loop visits every record exactly once.
+    int visited = 0;
+    for (ds.First(); !ds.Eof(); ds.Next())
+        ++visited;
+    QCOMPARE(visited, rows);
+    visited = 0;
+    for (ds.Last(); !ds.Bof(); ds.Prior())
+        ++visited;
+    QCOMPARE(visited, rows);
+}
+
+void TestDataSet::moveByAndRecNo() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    QCOMPARE(ds.RecordCount(), 5);
+    QCOMPARE(ds.MoveBy(2), 2);
+    QCOMPARE(ds.RecNo(), 3);
+    QVERIFY(!ds.Bof() && !ds.Eof());
+    QCOMPARE(ds.MoveBy(10), 2);
+    QCOMPARE(ds.RecNo(), 5);
+    QVERIFY(ds.Eof());
+    QCOMPARE(ds.MoveBy(-10), -4);
+    QVERIFY(ds.Bof());
+    ds.SetRecNo(4);
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 4);
+    QCOMPARE(ds.CurrentRow(), 3);
+    ds.Close();
+    QCOMPARE(ds.RecNo(), -1);
+    QCOMPARE(ds.RecordCount(), 0);
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Next());
+}
+
+void TestDataSet::locate_data() {
+    QTest::addColumn<QString>("fields");
+    QTest::addColumn<QVariantList>("values");
+    QTest::addColumn<int>("options");
+    QTest::addColumn<int>("foundId"); // 0: not found
+
+    const int ci = int(TLocateOption::loCaseInsensitive);
+    const int partial = int(TLocateOption::loPartialKey);
+    QTest::newRow("exact") << "Name" << QVariantList{"carol"} << 0 << 3;
+    QTest::newRow("case differs") << "Name" << QVariantList{"CAROL"} << 0 << 0;
+    QTest::newRow("case-insensitive") << "name" << QVariantList{"CAROL"} << ci << 3;
+    QTest::newRow("partial") << "Name" << QVariantList{"Da"} << partial << 4;
+    QTest::newRow("partial is prefix only") << "Name" << QVariantList{"ave"} << partial << 0;
+    QTest::newRow("partial + ci") << "Name" << QVariantList{"da"} << (ci | partial) << 4;
+    QTest::newRow("two fields") << "Grp;Price" << QVariantList{"A", 3} << 0 << 2;
+    QTest::newRow("two fields, second decides") << "Grp;Name" << QVariantList{"a", "dave"} << ci << 4;
+    QTest::newRow("two fields no match") << "Grp;Name" << QVariantList{"B", "Dave"} << 0 << 0;
+    QTest::newRow("number first, text decides") << "Price;Name" << QVariantList{3, "Dave"} << 0 << 4;
+    QTest::newRow("integer first, text refuses") << "ID;Name" << QVariantList{4, "Bob"} << 0 << 0;
+    QTest::newRow("integer from text") << "ID" << QVariantList{"5"} << 0 << 5;
+    QTest::newRow("integer from non-number") << "ID" << QVariantList{"x"} << 0 << 0;
+    QTest::newRow("float") << "Price" << QVariantList{7.25} << 0 << 3;
+    QTest::newRow("date") << "Born" << QVariantList{QDate(1970, 7, 8)} << 0 << 4;
+    QTest::newRow("date as text") << "Born" << QVariantList{"2000-12-31"} << 0 << 3;
+    QTest::newRow("chinese") << "Name" << QVariantList{QStringLiteral("张三")} << 0 << 5;
+    QTest::newRow("null finds nothing here") << "Name" << QVariantList{QVariant()} << 0 << 0;
+}
+
+void TestDataSet::locate() {
+    QFETCH(QString, fields);
+    QFETCH(QVariantList, values);
+    QFETCH(int, options);
+    QFETCH(int, foundId);
+    TClientDataSet ds;
+    loadPeople(ds);
+    ds.SetRecNo(2);
+    const bool found = ds.Locate(fields, values, TLocateOptions(options));
+    QCOMPARE(found, foundId != 0);
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), found ? foundId : 2);
+}
+
+void TestDataSet::lookupDoesNotMove() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    ds.Next();
+    QCOMPARE(ds.Lookup(QStringLiteral("Grp;Price"), {"B", 7.25}, QStringLiteral("Name")).toString(),
+             QStringLiteral("carol"));
+    QVERIFY(!ds.Lookup(QStringLiteral("ID"), {42}, QStringLiteral("Name")).isValid());
+    QCOMPARE(ds.RecNo(), 2);
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Lookup(QStringLiteral("ID"), {1}, QStringLiteral("Zip")));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Locate(QStringLiteral("ID;Name"), QVariantList{1}));
+    // A null key finds a null cell; a null cell never equals a value (it
+    // holds 0 / "" underneath).
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Name")).Clear();
+    ds.FieldByName(QStringLiteral("ID")).Clear();
+    ds.FieldByName(QStringLiteral("Price")).Clear();
+    ds.Post();
+    ds.First();
+    QVERIFY(!ds.Locate(QStringLiteral("Name"), QString()));
+    QVERIFY(!ds.Locate(QStringLiteral("ID"), 0));
+    QVERIFY(!ds.Locate(QStringLiteral("Price"), 0.0));
+    QVERIFY(ds.Locate(QStringLiteral("Name"), QVariant()));
+    QCOMPARE(ds.RecNo(), 2);
+}
+
+void TestDataSet::bookmarksSurviveSortAndFilter() {
+    TADODataSet ds;
+    loadPeople(ds);
+    ds.SetRecNo(3); // carol
+    const TBookmark carol = ds.GetBookmark();
+    QVERIFY(carol.isValid());
+    ds.SetSort(QStringLiteral("Price DESC"));
+    // Sorting keeps the current record current.
+    QCOMPARE(ds.FieldByName(QStringLiteral("Name")).AsString(), QStringLiteral("carol"));
+    ds.First();
+    ds.GotoBookmark(carol);
+    QCOMPARE(ds.FieldByName(QStringLiteral("Name")).AsString(), QStringLiteral("carol"));
+    QCOMPARE(ds.RecNo(), 3); // 99, 10.5, 7.25
+
+    ds.SetOnFilterRecord([](TDataSet& d, bool& accept) { accept = d.FieldByName("Grp").AsString() != "B"; });
+    ds.SetFiltered(true);
+    QVERIFY(!ds.BookmarkValid(carol));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.GotoBookmark(carol));
+    ds.SetFiltered(false);
+    QVERIFY(ds.BookmarkValid(carol));
+
+    // A clone shares bookmarks.
+    TADODataSet clone;
+    clone.Clone(ds);
+    clone.GotoBookmark(carol);
+    QCOMPARE(clone.FieldByName(QStringLiteral("ID")).AsInteger(), 3);
+
+    // A deleted record's bookmark is dead everywhere, also when another
+    // record is added afterwards.
+    ds.GotoBookmark(carol);
+    ds.Delete();
+    ds.Append();
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(6);
+    ds.Post();
+    QVERIFY(!ds.BookmarkValid(carol));
+    QVERIFY(!clone.BookmarkValid(carol));
+    QVERIFY(!TBookmark().isValid());
+}
+
+void TestDataSet::editCancelPost() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    TField& name = ds.FieldByName(QStringLiteral("Name"));
+    ds.Edit();
+    QCOMPARE(ds.State(), TDataSetState::dsEdit);
+    QVERIFY(!ds.Modified());
+    name.SetAsString(QStringLiteral("Alice"));
+    QVERIFY(ds.Modified());
+    QCOMPARE(name.AsString(), QStringLiteral("Alice"));
+    QCOMPARE(ds.ValueAt(0, 1).toString(), QStringLiteral("Alice")); // views show the edit
+    ds.Cancel();
+    QCOMPARE(ds.State(), TDataSetState::dsBrowse);
+    QCOMPARE(name.AsString(), QStringLiteral("alice"));
+    ds.Edit();
+    name.SetAsString(QStringLiteral("Alice"));
+    ds.Post();
+    QCOMPARE(name.AsString(), QStringLiteral("Alice"));
+    QCOMPARE(ds.RecordCount(), 5);
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+
+    // Edit on an empty dataset inserts.
+    TClientDataSet empty;
+    empty.BeginLoad({def("A", TFieldType::ftString)});
+    empty.EndLoad();
+    empty.Edit();
+    QCOMPARE(empty.State(), TDataSetState::dsInsert);
+    empty.FieldByName(QStringLiteral("A")).SetAsString(QStringLiteral("x"));
+    empty.Post();
+    QCOMPARE(empty.RecordCount(), 1);
+    QVERIFY(empty.Bof() == false && empty.Eof() == false);
+}
+
+void TestDataSet::insertBeforeAndAppend() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    ds.SetRecNo(3);
+    ds.Insert();
+    QCOMPARE(ds.State(), TDataSetState::dsInsert);
+    QVERIFY(ds.FieldByName(QStringLiteral("ID")).IsNull());
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(10);
+    ds.Post();
+    QCOMPARE(ds.RecNo(), 3);
+    QCOMPARE(ids(ds), (QList<int>{1, 2, 10, 3, 4, 5}));
+    ds.First();
+    ds.Append();
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(11);
+    ds.Post();
+    QCOMPARE(ds.RecNo(), 7);
+    QCOMPARE(ids(ds), (QList<int>{1, 2, 10, 3, 4, 5, 11}));
+    // Insert then cancel leaves nothing behind.
+    ds.First();
+    ds.Insert();
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(12);
+    ds.Cancel();
+    QCOMPARE(ds.RecordCount(), 7);
+    // The natural order is the record set's order: a copy sees it too.
+    TClientDataSet copy;
+    copy.CopyFrom(ds);
+    QCOMPARE(ids(copy), (QList<int>{1, 2, 10, 3, 4, 5, 11}));
+}
+
+void TestDataSet::movingPostsPendingEdit() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(1.5);
+    ds.Next(); // posts
+    QCOMPARE(ds.State(), TDataSetState::dsBrowse);
+    QCOMPARE(ds.ValueAt(0, 3).toDouble(), 1.5);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(2.5);
+    QVERIFY(ds.Locate(QStringLiteral("ID"), 5));
+    QCOMPARE(ds.ValueAt(1, 3).toDouble(), 2.5);
+    ds.Insert();
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(77);
+    ds.First();
+    QCOMPARE(ds.RecordCount(), 6);
+}
+
+void TestDataSet::deleteKeepsPosition() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    ds.SetRecNo(2);
+    ds.Delete();
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 3);
+    ds.Last();
+    ds.Delete();
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 4);
+    QCOMPARE(ids(ds), (QList<int>{1, 3, 4}));
+    while (!ds.IsEmpty())
+        ds.Delete();
+    QVERIFY(ds.Bof() && ds.Eof());
+    QCOMPARE(ds.RecNo(), 0);
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Delete());
+}
+
+void TestDataSet::resolverSeesChanges() {
+    FakeResolverDataSet ds;
+    loadPeople(ds);
+    ds.Edit();
+    ds.Post(); // nothing changed: nothing sent
+    QCOMPARE(ds.requests.size(), size_t(0));
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(11);
+    ds.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("alice")); // same value
+    ds.Post();
+    QCOMPARE(ds.requests.size(), size_t(1));
+    const TUpdateRequest& m = ds.requests[0];
+    QCOMPARE(m.Kind, TUpdateKind::ukModify);
+    QCOMPARE(m.BaseTable, QStringLiteral("T"));
+    QCOMPARE(m.OldValues[3].toDouble(), 10.5);
+    QCOMPARE(m.NewValues[3].toDouble(), 11.0);
+    QCOMPARE(m.Changed, (std::vector<bool>{false, false, false, true, false}));
+
+    ds.Append();
+    ds.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("new"));
+    ds.Post();
+    QCOMPARE(ds.requests.back().Kind, TUpdateKind::ukInsert);
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 100); // value chosen by the database
+
+    ds.First();
+    ds.Delete();
+    QCOMPARE(ds.requests.back().Kind, TUpdateKind::ukDelete);
+    QCOMPARE(ds.requests.back().OldValues[0].toInt(), 1);
+}
+
+void TestDataSet::failedPostChangesNothing_data() {
+    QTest::addColumn<QString>("action");
+    QTest::newRow("edit") << "edit";
+    QTest::newRow("insert") << "insert";
+    QTest::newRow("delete") << "delete";
+}
+
+void TestDataSet::failedPostChangesNothing() {
+    QFETCH(QString, action);
+    FakeResolverDataSet ds;
+    loadPeople(ds);
+    TADODataSet other;
+    other.Clone(ds);
+    ds.SetRecNo(2);
+    ds.refuse = true;
+    QSignalSpy changed(&ds, &TDataSet::recordChanged);
+    if (action == u"edit") {
+        ds.Edit();
+        ds.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("Robert"));
+        changed.clear();
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+        QCOMPARE(ds.State(), TDataSetState::dsEdit); // still pending
+        QCOMPARE(ds.FieldByName(QStringLiteral("Name")).AsString(), QStringLiteral("Robert")); // edit kept
+        other.SetRecNo(2);
+        QCOMPARE(other.FieldByName(QStringLiteral("Name")).AsString(),
+                 QStringLiteral("Bob")); // store untouched
+        QCOMPARE(changed.count(), 0);
+        // Moving away tries to post again and fails the same way.
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Next());
+        QCOMPARE(ds.RecNo(), 2);
+        ds.refuse = false;
+        ds.Post();
+        QCOMPARE(other.FieldByName(QStringLiteral("Name")).AsString(), QStringLiteral("Robert"));
+    } else if (action == u"insert") {
+        ds.Insert();
+        ds.FieldByName(QStringLiteral("ID")).SetAsInteger(50);
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+        QCOMPARE(ds.State(), TDataSetState::dsInsert);
+        QCOMPARE(ds.RecordCount(), 5);
+        QCOMPARE(other.RecordCount(), 5);
+        QVERIFY(!other.Locate(QStringLiteral("ID"), 50));
+        ds.refuse = false;
+        ds.Post();
+        QCOMPARE(other.RecordCount(), 6);
+        QVERIFY(other.Locate(QStringLiteral("ID"), 50));
+    } else {
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Delete());
+        QCOMPARE(ds.RecordCount(), 5);
+        QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 2);
+        QCOMPARE(idsByRow(other), (QList<int>{1, 2, 3, 4, 5}));
+    }
+}
+
+void TestDataSet::blobStreams() {
+    TClientDataSet ds;
+    TRecordSetBuilder& b = ds.BeginLoad(
+        {def("ID", TFieldType::ftInteger), def("Data", TFieldType::ftBlob), def("Note", TFieldType::ftMemo)});
+    b.SetInteger(0, 1);
+    b.SetBytes(1, "old", 3);
+    b.EndRow();
+    ds.EndLoad();
+    TField& data = ds.FieldByName(QStringLiteral("Data"));
+    QByteArray payload;
+    for (int i = 0; i < 70000; ++i)
+        payload.append(char(i * 7));
+
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.CreateBlobStream(data, TBlobStreamMode::bmWrite));
+    ds.Edit();
+    {
+        auto w = ds.CreateBlobStream(data, TBlobStreamMode::bmWrite);
+        QCOMPARE(w->write(payload), payload.size());
+        QCOMPARE(data.AsBytes(), QByteArray("old")); // not before close
+        w->close();
+        QCOMPARE(data.AsBytes(), payload);
+    }
+    ds.Post();
+    auto r = ds.CreateBlobStream(data, TBlobStreamMode::bmRead);
+    QCOMPARE(r->readAll(), payload);
+
+    // Destroying the stream commits too; read-write starts from the bytes.
+    ds.Edit();
+    {
+        auto w = ds.CreateBlobStream(data, TBlobStreamMode::bmReadWrite);
+        QCOMPARE(w->read(3), payload.left(3));
+        w->seek(w->size());
+        w->write("tail");
+    }
+    ds.Post();
+    QCOMPARE(data.AsBytes(), payload + "tail");
+
+    // A stream that outlives its edit writes neither into the record nor
+    // into a later edit.
+    ds.Edit();
+    auto late = ds.CreateBlobStream(data, TBlobStreamMode::bmWrite);
+    late->write("zzz");
+    ds.Cancel();
+    ds.Edit();
+    late.reset();
+    QVERIFY(!ds.Modified());
+    ds.Post();
+    QCOMPARE(data.AsBytes(), payload + "tail");
+    // Nor into a dataset that is gone.
+    {
+        auto orphan = std::make_unique<TClientDataSet>();
+        orphan->CopyFrom(ds);
+        orphan->Edit();
+        auto w =
+            orphan->CreateBlobStream(orphan->FieldByName(QStringLiteral("Data")), TBlobStreamMode::bmWrite);
+        w->write("x");
+        orphan.reset();
+        w->close();
+    }
+
+    // A memo through a stream is text in GBK bytes.
+    ds.Edit();
+    {
+        auto w = ds.CreateBlobStream(ds.FieldByName(QStringLiteral("Note")), TBlobStreamMode::bmWrite);
+        w->write(QByteArray("\xD6\xD0\xCE\xC4")); // 中文
+    }
+    ds.Post();
+    QCOMPARE(ds.FieldByName(QStringLiteral("Note")).AsString(), QStringLiteral("中文"));
+}
+
+void TestDataSet::filterCallbackAndToggle() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    double threshold = 5;
+    int calls = 0;
+    ds.SetOnFilterRecord([&](TDataSet& d, bool& accept) {
+        ++calls;
+        accept = d.FieldByName(QStringLiteral("Price")).AsFloat() > threshold;
+    });
+    QCOMPARE(calls, 0); // not filtered yet
+    QCOMPARE(ds.RecordCount(), 5);
+    ds.SetFiltered(true);
+    QCOMPARE(calls, 5);
+    QVERIFY(ds.Bof());
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 1);
+    QCOMPARE(ids(ds), (QList<int>{1, 3, 5}));
+    // The data the callback reads changed: toggling re-evaluates everything.
+    threshold = 8;
+    QCOMPARE(ids(ds), (QList<int>{1, 3, 5}));
+    ds.SetFiltered(false);
+    ds.SetFiltered(true);
+    QCOMPARE(ids(ds), (QList<int>{1, 5}));
+    // Setting Filtered true again also re-evaluates.
+    threshold = 50;
+    ds.SetFiltered(true);
+    QCOMPARE(ids(ds), (QList<int>{5}));
+    ds.SetOnFilterRecord(nullptr);
+    QCOMPARE(ds.RecordCount(), 5);
+    // A callback that throws leaves the previous view in place.
+    ds.SetFiltered(false);
+    ds.SetOnFilterRecord([](TDataSet&, bool&) { throw EDatabaseError(QStringLiteral("boom")); });
+    ds.Next();
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.SetFiltered(true));
+    QCOMPARE(ds.RecordCount(), 5);
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 2);
+}
+
+void TestDataSet::postedRecordsFollowFilterAndSort() {
+    TADODataSet ds;
+    loadPeople(ds);
+    ds.SetOnFilterRecord([](TDataSet& d, bool& accept) { accept = d.FieldByName("Grp").AsString() != "X"; });
+    ds.SetFiltered(true);
+    ds.SetSort(QStringLiteral("Price"));
+    QCOMPARE(idsByRow(ds), (QList<int>{2, 4, 3, 1, 5}));
+    // An edit moves the record to its sorted place and keeps it current.
+    QVERIFY(ds.Locate(QStringLiteral("ID"), 5));
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(1);
+    ds.Post();
+    QCOMPARE(idsByRow(ds), (QList<int>{5, 2, 4, 3, 1}));
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 5);
+    // A post the filter refuses takes the record out of the view.
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Grp")).SetAsString(QStringLiteral("X"));
+    ds.Post();
+    QCOMPARE(idsByRow(ds), (QList<int>{2, 4, 3, 1}));
+    ds.Append();
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(6);
+    ds.FieldByName(QStringLiteral("Grp")).SetAsString(QStringLiteral("X"));
+    ds.Post();
+    QCOMPARE(ds.RecordCount(), 4);
+    ds.Append();
+    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(7);
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(5);
+    ds.Post();
+    QCOMPARE(idsByRow(ds), (QList<int>{2, 4, 7, 3, 1}));
+    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 7);
+    ds.SetFiltered(false);
+    QCOMPARE(ds.RecordCount(), 7);
+}
+
+void TestDataSet::sortText_data() {
+    QTest::addColumn<QString>("sort");
+    QTest::addColumn<QList<int>>("order");
+    QTest::newRow("none") << "" << QList<int>{1, 2, 3, 4, 5};
+    QTest::newRow("ties keep record order") << "Grp" << QList<int>{2, 4, 1, 3, 5};
+    QTest::newRow("desc ties keep record order") << "Grp DESC" << QList<int>{5, 1, 3, 2, 4};
+    QTest::newRow("float ties") << "price" << QList<int>{2, 4, 3, 1, 5};
+    QTest::newRow("two keys") << "Grp ASC, Name DESC" << QList<int>{4, 2, 3, 1, 5};
+    QTest::newRow("text ignores case") << "Name" << QList<int>{1, 2, 3, 4, 5};
+    QTest::newRow("date desc") << "BORN DESC" << QList<int>{5, 3, 1, 2, 4};
+    QTest::newRow("bracketed") << "[Price] DESC" << QList<int>{5, 1, 3, 2, 4};
+}
+
+void TestDataSet::sortText() {
+    QFETCH(QString, sort);
+    QFETCH(QList<int>, order);
+    TADODataSet ds;
+    loadPeople(ds);
+    ds.SetSort(sort);
+    QCOMPARE(ds.Sort(), sort);
+    QCOMPARE(idsByRow(ds), order);
+    QCOMPARE(ids(ds), order);
+    ds.SetSort(QString());
+    QCOMPARE(idsByRow(ds), (QList<int>{1, 2, 3, 4, 5}));
+}
+
+void TestDataSet::sortErrors() {
+    TADODataSet ds;
+    loadPeople(ds);
+    ds.SetSort(QStringLiteral("Grp"));
+    try {
+        ds.SetSort(QStringLiteral("Zip DESC"));
+        QFAIL("no error");
+    } catch (const EDatabaseError& e) {
+        QVERIFY(e.Message().contains(QStringLiteral("Zip")));
+    }
+    QCOMPARE(ds.Sort(), QStringLiteral("Grp")); // unchanged
+    QCOMPARE(idsByRow(ds), (QList<int>{2, 4, 1, 3, 5}));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.SetSort(QStringLiteral(" DESC, Name")));
+    // Nulls come first ascending.
+    ds.SetRecNo(5);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Grp")).Clear();
+    ds.Post();
+    QCOMPARE(idsByRow(ds), (QList<int>{5, 2, 4, 1, 3}));
+}
+
+void TestDataSet::cloneSharesRecords() {
+    TADODataSet a;
+    loadPeople(a);
+    TADODataSet b;
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, a.Clone(b)); // b is not open
+    b.Clone(a);
+    QCOMPARE(b.RecordCount(), 5);
+    QCOMPARE(b.RecNo(), 1);
+    a.SetRecNo(4);
+    QCOMPARE(b.RecNo(), 1); // own cursor
+    b.SetSort(QStringLiteral("ID DESC"));
+    QCOMPARE(idsByRow(a), (QList<int>{1, 2, 3, 4, 5})); // own sort
+    QCOMPARE(idsByRow(b), (QList<int>{5, 4, 3, 2, 1}));
+    b.SetOnFilterRecord([](TDataSet& d, bool& acc) { acc = d.FieldByName("ID").AsInteger() % 2; });
+    b.SetFiltered(true);
+    QCOMPARE(idsByRow(b), (QList<int>{5, 3, 1}));
+    QCOMPARE(a.RecordCount(), 5); // own filter
+
+    // Edits through either are visible in both.
+    QSignalSpy bChanged(&b, &TDataSet::recordChanged);
+    a.Edit();
+    a.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("DAVE"));
+    a.Post();
+    QVERIFY(b.Lookup(QStringLiteral("ID"), {4}, QStringLiteral("Name")).isNull()); // filtered out in b
+    b.SetFiltered(false);
+    QCOMPARE(b.Lookup(QStringLiteral("ID"), {4}, QStringLiteral("Name")).toString(), QStringLiteral("DAVE"));
+    QVERIFY(b.Locate(QStringLiteral("ID"), 1));
+    b.Edit();
+    b.FieldByName(QStringLiteral("Price")).SetAsFloat(42);
+    b.Post();
+    a.First();
+    QCOMPARE(a.FieldByName(QStringLiteral("Price")).AsFloat(), 42.0);
+    // The clone writes through its source's connection settings.
+    QCOMPARE(b.CommandText(), a.CommandText());
+    // Closing one leaves the other working.
+    a.Close();
+    QCOMPARE(b.RecordCount(), 5);
+    QCOMPARE(b.FieldByName(QStringLiteral("Price")).AsFloat(), 42.0);
+}
+
+void TestDataSet::cloneNeverStale() {
+    TADODataSet a;
+    loadPeople(a);
+    TADODataSet b;
+    b.Clone(a);
+    b.SetSort(QStringLiteral("Price DESC")); // 5,1,3,2,4
+    b.SetRecNo(3);                           // carol
+    QSignalSpy bReset(&b, &TDataSet::dataSetChanged);
+
+    a.Append();
+    a.FieldByName(QStringLiteral("ID")).SetAsInteger(6);
+    a.FieldByName(QStringLiteral("Price")).SetAsFloat(50);
+    a.Post();
+    QVERIFY(bReset.count() >= 1);
+    QCOMPARE(idsByRow(b), (QList<int>{5, 6, 1, 3, 2, 4}));
+    QCOMPARE(b.FieldByName(QStringLiteral("ID")).AsInteger(), 3); // cursor stays on its record
+
+    QVERIFY(a.Locate(QStringLiteral("ID"), 3));
+    a.Delete();
+    QCOMPARE(idsByRow(b), (QList<int>{5, 6, 1, 2, 4}));
+    QCOMPARE(b.RecordCount(), 5);
+    QVERIFY(!b.FieldByName(QStringLiteral("ID")).IsNull());
+
+    // A value change that moves the record in b's order re-sorts b.
+    QVERIFY(a.Locate(QStringLiteral("ID"), 4));
+    a.Edit();
+    a.FieldByName(QStringLiteral("Price")).SetAsFloat(1000);
+    a.Post();
+    QCOMPARE(idsByRow(b), (QList<int>{4, 5, 6, 1, 2}));
+
+    // A clone editing the record the other deletes loses its edit, not the data.
+    QVERIFY(b.Locate(QStringLiteral("ID"), 2));
+    b.Edit();
+    b.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("gone"));
+    QVERIFY(a.Locate(QStringLiteral("ID"), 2));
+    a.Delete();
+    QCOMPARE(b.State(), TDataSetState::dsBrowse);
+    QVERIFY(!b.Locate(QStringLiteral("ID"), 2));
+}
+
+void TestDataSet::requeryReloadsGroup() {
+    FakeResolverDataSet a;
+    int generation = 0;
+    a.loader = [&](TDataSet& ds) {
+        TRecordSetBuilder& b = ds.BeginLoad({def("ID", TFieldType::ftInteger)});
+        for (int i = 0; i < 3 + generation; ++i) {
+            b.SetInteger(0, i + 10 * generation);
+            b.EndRow();
+        }
+        ds.EndLoad();
+    };
+    a.Open();
+    QCOMPARE(a.loads, 1);
+    a.Open(); // already open
+    QCOMPARE(a.loads, 1);
+    TADODataSet b;
+    b.Clone(a);
+    b.SetSort(QStringLiteral("ID DESC"));
+    generation = 1;
+    a.Requery();
+    QCOMPARE(a.loads, 2);
+    QCOMPARE(idsByRow(a), (QList<int>{10, 11, 12, 13}));
+    QCOMPARE(idsByRow(b), (QList<int>{13, 12, 11, 10})); // b follows and keeps its sort
+    // Requery of the clone reloads the group through the clone's own open.
+    TADODataSet plain;
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, plain.Open()); // no connection
+}
+
+void TestDataSet::notifications() {
+    TClientDataSet ds;
+    QSignalSpy changed(&ds, &TDataSet::dataSetChanged);
+    QSignalSpy scrolled(&ds, &TDataSet::scrolled);
+    QSignalSpy record(&ds, &TDataSet::recordChanged);
+    QSignalSpy inserted(&ds, &TDataSet::rowsInserted);
+    QSignalSpy removed(&ds, &TDataSet::rowsRemoved);
+    QSignalSpy state(&ds, &TDataSet::stateChanged);
+    loadPeople(ds);
+    QVERIFY(changed.count() >= 1);
+    QVERIFY(state.count() >= 1);
+    changed.clear();
+    state.clear();
+
+    ds.Next();
+    QCOMPARE(scrolled.count(), 1);
+    ds.First();
+    ds.First(); // no move, no signal
+    QCOMPARE(scrolled.count(), 2);
+
+    ds.Edit();
+    QCOMPARE(state.count(), 1);
+    ds.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("x"));
+    QCOMPARE(record.count(), 1);
+    ds.Post();
+    QCOMPARE(record.count(), 2);
+    QCOMPARE(record.last().at(0).toInt(), 0);
+
+    ds.SetRecNo(3);
+    ds.Insert();
+    ds.Post();
+    QCOMPARE(inserted.count(), 1);
+    QCOMPARE(inserted.last(), (QList<QVariant>{2, 1}));
+    ds.Delete();
+    QCOMPARE(removed.count(), 1);
+    QCOMPARE(removed.last(), (QList<QVariant>{2, 1}));
+
+    changed.clear();
+    ds.SetOnFilterRecord([](TDataSet&, bool& a) { a = true; });
+    ds.SetFiltered(true);
+    QCOMPARE(changed.count(), 1); // the callback alone does nothing until Filtered
+    ds.SetOnFilterRecord([](TDataSet&, bool& a) { a = false; });
+    QCOMPARE(changed.count(), 2);
+    QVERIFY(ds.IsEmpty());
+    QSignalSpy order(&ds, &TDataSet::orderChanged);
+    ds.SetIndexFieldNames(QStringLiteral("Name"));
+    QCOMPARE(changed.count(), 3);
+    QCOMPARE(order.count(), 1);
+    ds.SetIndexFieldNames(QString());
+    QCOMPARE(order.count(), 2);
+    QCOMPARE(changed.count(), 4);
+    ds.Close();
+    QCOMPARE(changed.count(), 5);
+}
+
+void TestDataSet::disableControlsBatches() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    QSignalSpy changed(&ds, &TDataSet::dataSetChanged);
+    QSignalSpy scrolled(&ds, &TDataSet::scrolled);
+    QSignalSpy record(&ds, &TDataSet::recordChanged);
+
+    ds.DisableControls();
+    ds.DisableControls(); // nested
+    QVERIFY(ds.ControlsDisabled());
+    for (ds.First(); !ds.Eof(); ds.Next()) {
+        ds.Edit();
+        ds.FieldByName(QStringLiteral("Price")).SetAsFloat(1);
+        ds.Post();
+    }
+    ds.EnableControls();
+    QCOMPARE(changed.count(), 0);
+    ds.EnableControls();
+    QVERIFY(!ds.ControlsDisabled());
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(scrolled.count(), 0);
+    QCOMPARE(record.count(), 0);
+    // Nothing happened: nothing to repaint.
+    ds.DisableControls();
+    ds.EnableControls();
+    QCOMPARE(changed.count(), 1);
+    ds.EnableControls(); // unbalanced: ignored
+    QCOMPARE(changed.count(), 1);
+}
+
+void TestDataSet::calculatedFields() {
+    TClientDataSet ds;
+    ds.AddCalculatedField(QStringLiteral("Total"), TFieldType::ftFloat);
+    int calls = 0;
+    ds.SetOnCalcFields([&](TDataSet& d) {
+        ++calls;
+        QCOMPARE(d.State(), TDataSetState::dsCalcFields);
+        d.FieldByName(QStringLiteral("Total"))
+            .SetAsFloat(d.FieldByName(QStringLiteral("Price")).AsFloat() * 2);
+    });
+    loadPeople(ds);
+    QCOMPARE(calls, 5);
+    TField& total = ds.FieldByName(QStringLiteral("Total"));
+    QCOMPARE(total.FieldKind(), TFieldKind::fkCalculated);
+    QCOMPARE(total.AsFloat(), 21.0);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(4);
+    ds.Post();
+    QCOMPARE(total.AsFloat(), 8.0);
+    // Only calculated fields may be set while calculating.
+    ds.SetOnCalcFields([](TDataSet& d) { d.FieldByName(QStringLiteral("Price")).SetAsFloat(0); });
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(5);
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+    QCOMPARE(ds.State(), TDataSetState::dsBrowse); // the record was stored before calculating
+    // A copy takes the computed values as plain data.
+    TClientDataSet copy;
+    copy.CopyFrom(ds);
+    QCOMPARE(copy.FieldByName(QStringLiteral("Total")).FieldKind(), TFieldKind::fkData);
+    QCOMPARE(copy.FieldByName(QStringLiteral("Total")).AsFloat(), 8.0);
+}
+
+void TestDataSet::viewAccessReflectsEdit() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    QCOMPARE(ds.DisplayTextAt(4, 4), QStringLiteral("2001-02-03"));
+    ds.FieldByName(QStringLiteral("Price")).SetDisplayFormat(QStringLiteral("%.2f"));
+    QCOMPARE(ds.DisplayTextAt(0, 3), QStringLiteral("10.50"));
+    QCOMPARE(ds.FieldByName(QStringLiteral("Price")).DisplayText(), QStringLiteral("10.50"));
+    ds.FieldByName(QStringLiteral("Price")).SetDisplayFormat(QStringLiteral("%n"));
+    ds.SetRecNo(5);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(1234567.891);
+    QCOMPARE(ds.DisplayTextAt(4, 3), QStringLiteral("1,234,567.89"));
+    // A broken format falls back to the plain text instead of printing
+    // megabytes of padding.
+    ds.FieldByName(QStringLiteral("Price")).SetDisplayFormat(QStringLiteral("%999999999d"));
+    QCOMPARE(ds.DisplayTextAt(0, 3), QStringLiteral("10.5"));
+    ds.FieldByName(QStringLiteral("Price")).SetDisplayFormat(QStringLiteral("￥%8.1f元"));
+    QCOMPARE(ds.DisplayTextAt(0, 3), QStringLiteral("￥    10.5元"));
+    ds.FieldByName(QStringLiteral("ID")).SetDisplayFormat(QStringLiteral("No.%03d"));
+    QCOMPARE(ds.DisplayTextAt(1, 0), QStringLiteral("No.002"));
+    ds.FieldByName(QStringLiteral("Born")).SetDisplayFormat(QStringLiteral("yyyy年M月d日"));
+    QCOMPARE(ds.FieldByName(QStringLiteral("Born")).DisplayText(), QStringLiteral("2001年2月3日"));
+    QVERIFY(!ds.ValueAt(5, 0).isValid());
+    QVERIFY(ds.IsNullAt(0, 99));
+    QCOMPARE(ds.FieldByName(QStringLiteral("Name")).DisplayWidth(), 20);
+    QCOMPARE(ds.FieldByName(QStringLiteral("Born")).DisplayWidth(), 10);
+}
+
+LNQ_TEST_MAIN_CORE(TestDataSet)
+#include "tst_DataSet.moc"

@@ -1,0 +1,606 @@
+#include "common/TestMain.h"
+#include "data/ADOConnection.h"
+#include "data/Plat_adodatabasese.h"
+#include "data/SampleDatabase.h"
+#include "util/Exceptions.h"
+#include "util/Gbk.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QPointer>
+#include <QTemporaryDir>
+
+using namespace lnq;
+
+namespace {
+
+// Records the batches that reach ExecuteNonQuery and passes them on.
+class RecordingConnection : public TInterfacedADOConnection {
+public:
+    using TInterfacedADOConnection::TInterfacedADOConnection;
+    bool ExecuteNonQuery(const QString& sql) override {
+        batches << sql;
+        return TInterfacedADOConnection::ExecuteNonQuery(sql);
+    }
+    QStringList batches;
+};
+
+struct FileRow {
+    int count = 0;
+    QString name, ext, owner;
+    QByteArray data;
+};
+
+} // namespace
+
+class TestPlatAdoDatabase : public QObject {
+    Q_OBJECT
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<TADOConnection> m_ado;
+    std::shared_ptr<IConnection> m_conn;
+    QStringList m_statements;
+
+    FileRow fileRow(const QString& fileName) {
+        FileRow r;
+        const auto ds =
+            m_conn->ExecuteWithQuery(QStringLiteral("select * from Sys_FileBase where vFileName+vExt=") +
+                                     TInterfacedADOConnection::QuotedStr(fileName));
+        r.count = ds->RecordCount();
+        if (r.count) {
+            r.name = ds->FieldByName("vFileName").AsString();
+            r.ext = ds->FieldByName("vExt").AsString();
+            r.owner = ds->FieldByName("vOwner").AsString();
+            r.data = ds->FieldByName("imgFileData").AsBytes();
+        }
+        return r;
+    }
+    int count(const QString& sql) {
+        const auto ds = m_conn->ExecuteWithQuery(sql);
+        return ds->Fields(0).AsInteger();
+    }
+    void save(const QString& owner, const QString& name, const QByteArray& bytes) {
+        QBuffer b;
+        b.setData(bytes);
+        b.open(QIODevice::ReadOnly);
+        m_conn->SaveStream(owner, name, b);
+    }
+    // Throws a database error on the n-th statement from now.
+    void failAtStatement(int n) {
+        auto counter = std::make_shared<int>(0);
+        m_ado->SetStatementObserver([counter, n](const QString&) {
+            if (++*counter == n) throw EDatabaseError(QStringLiteral("injected fault"));
+        });
+    }
+
+private Q_SLOTS:
+    void init() {
+        QVERIFY(m_dir.isValid());
+        const QString file = m_dir.filePath(QStringLiteral("p.db"));
+        QFile::remove(file);
+        m_ado = std::make_unique<TADOConnection>();
+        m_ado->SetConnectionString(file);
+        m_ado->Open();
+        SampleDatabase::CreateSchema(*m_ado);
+        m_ado->ExecuteNative(QStringLiteral(
+            "CREATE TABLE Cust (iCustomerNo INTEGER PRIMARY KEY AUTOINCREMENT, vName NVARCHAR(50),"
+            " bShare BIT NOT NULL DEFAULT 0, vAllowedUsers NVARCHAR(200), vAllowedGroups NVARCHAR(200),"
+            " vDescription NVARCHAR(200));"
+            "INSERT INTO Cust (vName, bShare, vAllowedUsers, vAllowedGroups, vDescription) VALUES"
+            " ('甲', 1, ',ann,', '[A', '共享的'), ('乙', 0, ',', '', ''), ('丙', 0, ',', '', '');"));
+        m_conn = std::make_shared<TInterfacedADOConnection>(*m_ado);
+        m_statements.clear();
+    }
+    void cleanup() {
+        m_conn.reset();
+        m_ado.reset();
+    }
+
+    // ---------------------------------------------------------------- datasets
+
+    void executeWithQueryOpensOwnedDataset() {
+        auto ds = m_conn->ExecuteWithQuery(QStringLiteral("select * from Cust order by iCustomerNo"));
+        QVERIFY(ds->Active());
+        QCOMPARE(ds->ClassName(), QStringLiteral("TADODataSet"));
+        QCOMPARE(ds->Connection(), m_ado.get());
+        QCOMPARE(ds->CommandType(), TCommandType::cmdText);
+        QCOMPARE(ds->RecordCount(), 3);
+        QVERIFY(ds->parent() == nullptr);
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError,
+                                 m_conn->ExecuteWithQuery(QStringLiteral("select * from Nope")));
+    }
+
+    void resetDataset_data() {
+        QTest::addColumn<QString>("start");
+        QTest::addColumn<bool>("sameObject");
+        QTest::newRow("none") << "none" << false;
+        QTest::newRow("ado dataset reused") << "TADODataSet" << true;
+        QTest::newRow("client dataset replaced") << "TClientDataSet" << false;
+        QTest::newRow("query replaced") << "TADOQuery" << false;
+    }
+    void resetDataset() {
+        QFETCH(QString, start);
+        QFETCH(bool, sameObject);
+        std::unique_ptr<TDataSet> ds;
+        if (start == QLatin1String("TADODataSet")) {
+            auto a = std::make_unique<TADODataSet>();
+            a->SetCommandText(QStringLiteral("something else"));
+            ds = std::move(a);
+        } else if (start == QLatin1String("TClientDataSet")) {
+            ds = std::make_unique<TClientDataSet>();
+        } else if (start == QLatin1String("TADOQuery")) {
+            ds = std::make_unique<TADOQuery>();
+        }
+        const QPointer<TDataSet> before(ds.get());
+        m_conn->ResetDataset(ds, QStringLiteral("select vName from Cust order by iCustomerNo"));
+        QVERIFY(ds);
+        // A replaced dataset is freed (its memory may well be reused).
+        QCOMPARE(!before.isNull(), sameObject);
+        if (sameObject) QCOMPARE(before.data(), ds.get());
+        QCOMPARE(ds->ClassName(), QStringLiteral("TADODataSet"));
+        QVERIFY(ds->Active());
+        QCOMPARE(ds->FieldByName("vName").AsString(), QStringLiteral("甲"));
+        QCOMPARE(static_cast<TADODataSet*>(ds.get())->Connection(), m_ado.get());
+    }
+
+    void createDatasetIsAttachedAndClosed() {
+        auto ds = m_conn->CreateDataset();
+        QVERIFY(!ds->Active());
+        QCOMPARE(ds->Connection(), m_ado.get());
+    }
+
+    void fillDatasetClasses() {
+        TClientDataSet client;
+        try {
+            m_conn->FillDataset(client, QStringLiteral("select * from Cust"));
+            QFAIL("filled a client dataset");
+        } catch (const EInvalidCast&) {
+            QFAIL("wrong error kind");
+        } catch (const Exception& e) {
+            QCOMPARE(e.Message(), QStringLiteral("TADODataset与TClientDataSet不匹配"));
+        }
+        TADOQuery query;
+        query.SetConnection(m_ado.get());
+        QVERIFY_THROWS_EXCEPTION(EInvalidCast,
+                                 m_conn->FillDataset(query, QStringLiteral("select * from Cust")));
+        TADOTable table;
+        QVERIFY_THROWS_EXCEPTION(EInvalidCast,
+                                 m_conn->FillDataset(table, QStringLiteral("select * from Cust")));
+
+        auto ds = m_conn->CreateDataset();
+        m_conn->FillDataset(*ds, QStringLiteral("select * from Cust"));
+        QCOMPARE(ds->RecordCount(), 3);
+        m_conn->FillDataset(*ds, QStringLiteral("select * from Cust where vName = '乙'"));
+        QCOMPARE(ds->RecordCount(), 1);
+        QCOMPARE(ds->CommandText(), QStringLiteral("select * from Cust where vName = '乙'"));
+
+        // The dataset keeps its own connection (here: none).
+        TADODataSet detached;
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, m_conn->FillDataset(detached, QStringLiteral("select 1")));
+        QCOMPARE(detached.Connection(), nullptr);
+    }
+
+    void cloneDataset() {
+        auto src = m_conn->ExecuteWithQuery(QStringLiteral("select * from Cust order by iCustomerNo"));
+        TADODataSet target;
+        m_conn->CloneDataset(*src, target);
+        QCOMPARE(target.RecordCount(), 3);
+        target.Last();
+        QCOMPARE(src->RecNo(), 1); // own cursor
+
+        TClientDataSet client;
+        TADOQuery query;
+        for (TDataSet* other : std::initializer_list<TDataSet*>{&client, &query}) {
+            try {
+                m_conn->CloneDataset(*src, *other);
+                QFAIL("cloned into another class");
+            } catch (const Exception& e) {
+                QCOMPARE(e.Message(), QStringLiteral("数据类型不正确"));
+            }
+            try {
+                m_conn->CloneDataset(*other, target);
+                QFAIL("cloned from another class");
+            } catch (const Exception& e) {
+                QCOMPARE(e.Message(), QStringLiteral("数据类型不正确"));
+            }
+        }
+    }
+
+    // ---------------------------------------------------------------- stored files
+
+    void saveInsertsThenReplaces() {
+        m_ado->SetStatementObserver([this](const QString& sql) { m_statements << sql; });
+        save(QStringLiteral("ann"), QStringLiteral("VIEW.DAT"), QByteArray("first bytes"));
+        QCOMPARE(m_statements.first(),
+                 QStringLiteral("select * from Sys_FileBase  where  vFileName+vExt='VIEW.DAT'"));
+        FileRow r = fileRow(QStringLiteral("VIEW.DAT"));
+        QCOMPARE(r.count, 1);
+        QCOMPARE(r.name, QStringLiteral("VIEW"));
+        QCOMPARE(r.ext, QStringLiteral(".DAT"));
+        QCOMPARE(r.owner, QStringLiteral("ann"));
+        QCOMPARE(r.data, QByteArray("first bytes"));
+
+        save(QStringLiteral("bob"), QStringLiteral("VIEW.DAT"), QByteArray("2nd"));
+        r = fileRow(QStringLiteral("VIEW.DAT"));
+        QCOMPARE(r.count, 1);
+        QCOMPARE(r.owner, QStringLiteral("bob"));
+        QCOMPARE(r.data, QByteArray("2nd"));
+        QCOMPARE(count(QStringLiteral("select count(*) from Sys_FileBase")), 1);
+    }
+
+    void nameSplitting_data() {
+        QTest::addColumn<QString>("fileName");
+        QTest::addColumn<QString>("base");
+        QTest::addColumn<QString>("ext");
+        QTest::newRow("no dot") << "README"
+                                << "README"
+                                << "";
+        QTest::newRow("view path") << "常用视图\\北京客户.CUS"
+                                   << "常用视图\\北京客户"
+                                   << ".CUS";
+        QTest::newRow("dot only in folder") << "v1.0\\notes"
+                                            << "v1.0\\notes"
+                                            << "";
+        QTest::newRow("dot in folder and name") << "a.b\\c.d.e"
+                                                << "a.b\\c.d"
+                                                << ".e";
+        QTest::newRow("trailing dot") << "name."
+                                      << "name"
+                                      << ".";
+        QTest::newRow("only an extension") << ".cfg"
+                                           << ""
+                                           << ".cfg";
+        QTest::newRow("quote in name") << "it's.DAT"
+                                       << "it's"
+                                       << ".DAT";
+    }
+    void nameSplitting() {
+        QFETCH(QString, fileName);
+        QFETCH(QString, base);
+        QFETCH(QString, ext);
+        save(QStringLiteral("u"), fileName, QByteArray("x"));
+        const FileRow r = fileRow(fileName);
+        QCOMPARE(r.count, 1);
+        QCOMPARE(r.name, base);
+        QCOMPARE(r.ext, ext);
+        QVERIFY(m_conn->StreamExists(fileName));
+        // Found again by the same name, and saved again into the same row.
+        save(QStringLiteral("v"), fileName, QByteArray("y"));
+        QCOMPARE(count(QStringLiteral("select count(*) from Sys_FileBase")), 1);
+        QCOMPARE(fileRow(fileName).data, QByteArray("y"));
+    }
+
+    void quotesAreDoubled() {
+        m_ado->SetStatementObserver([this](const QString& sql) { m_statements << sql; });
+        QVERIFY(!m_conn->StreamExists(QStringLiteral("o'neil's.DAT")));
+        QCOMPARE(m_statements.last(),
+                 QStringLiteral("select * from Sys_Filebase where vFileName+vExt='o''neil''s.DAT'"));
+        save(QStringLiteral("o'neil"), QStringLiteral("o'neil's.DAT"), QByteArray("q"));
+        QVERIFY(m_conn->StreamExists(QStringLiteral("o'neil's.DAT")));
+        QVERIFY(!m_conn->StreamExists(QStringLiteral("oneil's.DAT")));
+        QString owner;
+        QBuffer out;
+        out.open(QIODevice::ReadWrite);
+        m_conn->LoadStream(owner, QStringLiteral("o'neil's.DAT"), out);
+        QCOMPARE(owner, QStringLiteral("o'neil"));
+        QCOMPARE(out.data(), QByteArray("q"));
+    }
+
+    void namesCompareWithoutCase() {
+        save(QStringLiteral("u"), QStringLiteral("View.Dat"), QByteArray("x"));
+        QVERIFY(m_conn->StreamExists(QStringLiteral("VIEW.DAT")));
+        save(QStringLiteral("w"), QStringLiteral("view.dat"), QByteArray("y"));
+        QCOMPARE(count(QStringLiteral("select count(*) from Sys_FileBase")), 1);
+    }
+
+    void loadWritesOverTheDestination() {
+        save(QStringLiteral("ann"), QStringLiteral("A.BIN"), QByteArray("abc"));
+        QBuffer out;
+        out.setData(QByteArray("0123456789"));
+        out.open(QIODevice::ReadWrite);
+        out.seek(7);
+        QString owner = QStringLiteral("before");
+        m_conn->LoadStream(owner, QStringLiteral("A.BIN"), out);
+        QCOMPARE(out.data(), QByteArray("abc3456789"));
+        QCOMPARE(out.pos(), 3);
+        QCOMPARE(owner, QStringLiteral("ann"));
+    }
+
+    void loadOfMissingFileWritesNothing() {
+        QBuffer out;
+        out.setData(QByteArray("keep"));
+        out.open(QIODevice::ReadWrite);
+        out.seek(2);
+        QString owner = QStringLiteral("unchanged");
+        m_conn->LoadStream(owner, QStringLiteral("MISSING.DAT"), out);
+        QCOMPARE(out.data(), QByteArray("keep"));
+        QCOMPARE(out.pos(), 0); // rewound before the search
+        QCOMPARE(owner, QStringLiteral("unchanged"));
+    }
+
+    void saveReadsTheWholeSourceFromItsStart() {
+        QBuffer src;
+        src.setData(QByteArray(100000, 'z') + QByteArray("\0end", 4));
+        src.open(QIODevice::ReadOnly);
+        src.seek(500);
+        m_conn->SaveStream(QStringLiteral("u"), QStringLiteral("BIG.BIN"), src);
+        QCOMPARE(fileRow(QStringLiteral("BIG.BIN")).data.size(), 100004);
+        QCOMPARE(fileRow(QStringLiteral("BIG.BIN")).data.right(4), QByteArray("\0end", 4));
+
+        QBuffer closed;
+        QVERIFY_THROWS_EXCEPTION(EInOutError,
+                                 m_conn->SaveStream(QStringLiteral("u"), QStringLiteral("C.BIN"), closed));
+        QVERIFY(!m_conn->StreamExists(QStringLiteral("C.BIN")));
+    }
+
+    // A database error anywhere in SaveStream leaves the stored rows as they were.
+    void faultDuringSave_data() {
+        QTest::addColumn<bool>("existing");
+        QTest::addColumn<int>("failAt");
+        for (int i = 1; i <= 5; ++i) {
+            QTest::newRow(qPrintable(QStringLiteral("new file, statement %1").arg(i))) << false << i;
+            QTest::newRow(qPrintable(QStringLiteral("existing file, statement %1").arg(i))) << true << i;
+        }
+    }
+    void faultDuringSave() {
+        QFETCH(bool, existing);
+        QFETCH(int, failAt);
+        if (existing) save(QStringLiteral("ann"), QStringLiteral("V.DAT"), QByteArray("old"));
+        failAtStatement(failAt);
+        bool failed = false;
+        try {
+            save(QStringLiteral("bob"), QStringLiteral("V.DAT"), QByteArray("new"));
+        } catch (const EDatabaseError& e) {
+            failed = true;
+            QCOMPARE(e.Message(), QStringLiteral("injected fault"));
+        }
+        m_ado->SetStatementObserver({});
+        const FileRow r = fileRow(QStringLiteral("V.DAT"));
+        if (failed) {
+            QCOMPARE(r.count, existing ? 1 : 0);
+            if (existing) {
+                QCOMPARE(r.owner, QStringLiteral("ann"));
+                QCOMPARE(r.data, QByteArray("old"));
+            }
+        } else {
+            // The save had fewer statements than failAt: it completed.
+            QCOMPARE(r.owner, QStringLiteral("bob"));
+            QCOMPARE(r.data, QByteArray("new"));
+        }
+        QVERIFY(!m_ado->InTransaction());
+    }
+
+    // ---------------------------------------------------------------- properties
+
+    void getProperty() {
+        QString owner = QStringLiteral("o"), users, groups, description;
+        bool share = false;
+        QVERIFY(m_conn->GetProperty(QStringLiteral("Cust"), QStringLiteral("vName"), QStringLiteral("甲"),
+                                    owner, share, users, groups, description));
+        QCOMPARE(share, true);
+        QCOMPARE(users, QStringLiteral(",ann,"));
+        QCOMPARE(groups, QStringLiteral("[A"));
+        QCOMPARE(description, QStringLiteral("共享的"));
+        QCOMPARE(owner, QStringLiteral("o")); // never written
+
+        users = QStringLiteral("kept");
+        share = true;
+        QVERIFY(!m_conn->GetProperty(QStringLiteral("Cust"), QStringLiteral("vName"), QStringLiteral("无"),
+                                     owner, share, users, groups, description));
+        QCOMPARE(users, QStringLiteral("kept"));
+        QCOMPARE(share, true);
+    }
+
+    void propertiesOfStoredFilesByExpression() {
+        save(QStringLiteral("ann"), QStringLiteral("常用\\北京.CUS"), QByteArray("v"));
+        QVERIFY(m_conn->SetProperty(QStringLiteral("Sys_FileBase"), QStringLiteral("vFileName+vExt"),
+                                    QStringLiteral("常用\\北京.CUS"), true, QStringLiteral(",bob,"),
+                                    QStringLiteral("[B"), QStringLiteral("北京的客户")));
+        QString owner, users, groups, description;
+        bool share = false;
+        QVERIFY(m_conn->GetProperty(QStringLiteral("Sys_FileBase"), QStringLiteral("vFileName+vExt"),
+                                    QStringLiteral("常用\\北京.CUS"), owner, share, users, groups,
+                                    description));
+        QCOMPARE(share, true);
+        QCOMPARE(users, QStringLiteral(",bob,"));
+        QCOMPARE(groups, QStringLiteral("[B"));
+        QCOMPARE(description, QStringLiteral("北京的客户"));
+        QCOMPARE(fileRow(QStringLiteral("常用\\北京.CUS")).data, QByteArray("v"));
+    }
+
+    void setPropertyTouchesOnlyItsRow() {
+        QVERIFY(m_conn->SetProperty(QStringLiteral("Cust"), QStringLiteral("vName"), QStringLiteral("乙"),
+                                    true, QStringLiteral(",o'neil,"), QStringLiteral("[C"),
+                                    QStringLiteral("it's")));
+        // 乙 and 丙 had identical rights; only 乙 changes.
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where bShare = 1")), 2);
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vName = '丙' and bShare = 0 and "
+                                      "vAllowedUsers = ','")),
+                 1);
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vName = '乙' and vAllowedUsers = "
+                                      "',o''neil,' and vDescription = 'it''s'")),
+                 1);
+    }
+
+    void setPropertyOnMissingKey() {
+        QVERIFY(!m_conn->SetProperty(QStringLiteral("Cust"), QStringLiteral("vName"), QStringLiteral("无"),
+                                     true, QStringLiteral(","), QString(), QString()));
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust")), 3);
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where bShare = 1")), 1);
+    }
+
+    void faultDuringSetProperty_data() {
+        QTest::addColumn<int>("failAt");
+        QTest::newRow("query") << 1;
+        QTest::newRow("update") << 2;
+    }
+    void faultDuringSetProperty() {
+        QFETCH(int, failAt);
+        failAtStatement(failAt);
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError,
+                                 m_conn->SetProperty(QStringLiteral("Cust"), QStringLiteral("vName"),
+                                                     QStringLiteral("乙"), true, QStringLiteral(",x,"),
+                                                     QStringLiteral("[X"), QStringLiteral("d")));
+        m_ado->SetStatementObserver({});
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vName = '乙' and bShare = 0 and "
+                                      "vAllowedUsers = ',' and vAllowedGroups = ''")),
+                 1);
+    }
+
+    void propertyErrorsPropagate() {
+        QString o, u, g, d;
+        bool s = false;
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError,
+                                 m_conn->GetProperty(QStringLiteral("NoTable"), QStringLiteral("k"),
+                                                     QStringLiteral("1"), o, s, u, g, d));
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError,
+                                 m_conn->SetProperty(QStringLiteral("Cust"), QStringLiteral("nokey"),
+                                                     QStringLiteral("1"), true, u, g, d));
+    }
+
+    // ---------------------------------------------------------------- the rest
+
+    void getFieldNameIsIdentity_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("plain") << "vName";
+        QTest::newRow("empty") << "";
+        QTest::newRow("chinese") << "客户名称";
+        QTest::newRow("blanks") << " a b ";
+    }
+    void getFieldNameIsIdentity() {
+        QFETCH(QString, name);
+        QCOMPARE(m_conn->GetFieldName(name), name);
+    }
+
+    void executeNonQuery() {
+        QVERIFY(
+            m_conn->ExecuteNonQuery(QStringLiteral("update Cust set vDescription = 'x' where vName = '丙'")));
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vDescription = 'x'")), 1);
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError,
+                                 m_conn->ExecuteNonQuery(QStringLiteral("update Nope set a = 1")));
+        QCOMPARE(&m_conn->MyConnection(), m_ado.get());
+    }
+
+    void transactionsPassThrough() {
+        QCOMPARE(m_conn->BeginTrans(), 1);
+        QCOMPARE(m_conn->BeginTrans(), 2);
+        m_conn->ExecuteNonQuery(QStringLiteral("delete from Cust"));
+        m_conn->RollbackTrans();
+        m_conn->CommitTrans();
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust")), 3);
+    }
+
+    void emptyOperationsLeaveOutputsAlone() {
+        int no = 42, codeLen = 7, nameLen = 8;
+        char code[512], name[512];
+        memset(code, 'c', sizeof code);
+        memset(name, 'n', sizeof name);
+        m_conn->GetCurrentUser(no, code, codeLen, name, nameLen);
+        QCOMPARE(no, 42);
+        QCOMPARE(codeLen, 7);
+        QCOMPARE(nameLen, 8);
+        m_conn->GetCurrentCustomer(no, code, codeLen, name, nameLen);
+        QCOMPARE(no, 42);
+        QCOMPARE(code[0], 'c');
+        QCOMPARE(name[511], 'n');
+
+        char buffer[4096];
+        memset(buffer, 'b', sizeof buffer);
+        int len = -3;
+        m_conn->GetAuthorityString(buffer, len);
+        m_conn->GetCurrrentGroups(buffer, len);
+        QVERIFY(!m_conn->GetAccessUsers(buffer, len));
+        QCOMPARE(len, -3);
+        QCOMPARE(buffer[0], 'b');
+
+        int identity = 5;
+        m_conn->ExecuteNonQueryWithIdentity("delete from Cust", identity);
+        QCOMPARE(identity, 5);
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust")), 3); // not executed
+        m_conn->AssignTo("a", "b", "c");
+        m_conn->TransTo("a", "b", "c");
+        m_conn->ChangeShareState("a", "b", "c");
+        m_conn->GetTransIdentityNo();
+        QBuffer stream;
+        stream.open(QIODevice::ReadWrite);
+        m_conn->SaveStreamComm("a", "b", "c", stream);
+        m_conn->LoadStreamComm("a", "b", "c", stream);
+        QCOMPARE(stream.size(), 0);
+        QCOMPARE(count(QStringLiteral("select count(*) from Sys_FileBase")), 0);
+    }
+
+    void postDeleteAndIdentity() {
+        auto ds = m_conn->ExecuteWithQuery(QStringLiteral("select * from Cust order by iCustomerNo"));
+        ds->Append();
+        ds->FieldByName("vName").SetAsString(QStringLiteral("丁"));
+        int identity = -1;
+        QVERIFY(m_conn->DoPostWithIdentity(*ds, "ignored", "iCustomerNo", identity));
+        QCOMPARE(identity, 4);
+        QCOMPARE(count(QStringLiteral("select iCustomerNo from Cust where vName = '丁'")), 4);
+
+        ds->Edit();
+        ds->FieldByName("vName").SetAsString(QStringLiteral("戊"));
+        QVERIFY(m_conn->DoPost(*ds, "", ""));
+        QVERIFY(m_conn->DoPost(*ds, "", "")); // nothing pending: still true
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vName = '戊'")), 1);
+
+        QVERIFY(m_conn->DoDelete(*ds, "", ""));
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust")), 3);
+
+        m_conn->ExecuteNonQuery(QStringLiteral("insert into Cust (vName) values ('己')"));
+        m_conn->DoRefresh(*ds, "");
+        QCOMPARE(ds->RecordCount(), 4);
+    }
+
+    // ---------------------------------------------------------------- temporary customer table
+
+    void createTempCustomerDB() {
+        RecordingConnection conn(*m_ado);
+        const QByteArray name = Gbk::encode(QStringLiteral("导入客户"));
+        QVERIFY(conn.CreateTempCustomerDB(name.constData()));
+        QCOMPARE(conn.batches.size(), 1);
+        const QString expected = QStringLiteral(
+            " if exists (select * from dbo.sysobjects where id = object_id(N'[dbo].[导入客户]') and "
+            "OBJECTPROPERTY(id, N'IsUserTable') = 1)"
+            " drop table [dbo].[导入客户]"
+            " "
+            " CREATE TABLE [dbo].[导入客户] ("
+            " \t[客户编码] [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[客户名称] [varchar] (80) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[地址] [varchar] (80) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[客户英文名称] [varchar] (80) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[客户英文地址] [varchar] (80) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[省份] [varchar] (20) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[城市] [varchar] (20) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[邮政编码] [varchar] (6) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[网址] [varchar] (80) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[备注] [varchar] (500) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[客户类型] [varchar] (20) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[联系人] [varchar] (20) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[性别] [varchar] (8) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[电话] [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[传真] [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[手机] [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[Email] [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[自定义01] [varchar] (200) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[自定义02] [varchar] (200) COLLATE Chinese_PRC_CI_AS NULL ,"
+            " \t[日期01] [datetime] NULL ,"
+            " \t[日期02] [datetime] NULL "
+            " ) ON [PRIMARY]");
+        QCOMPARE(conn.batches.first(), expected);
+
+        // The table exists with its 21 columns, and a second run replaces it.
+        conn.ExecuteNonQuery(
+            QStringLiteral("insert into 导入客户 (客户编码, 日期01) values ('K1', '2024-01-02')"));
+        auto ds = conn.ExecuteWithQuery(QStringLiteral("select * from 导入客户"));
+        QCOMPARE(ds->FieldCount(), 21);
+        QCOMPARE(ds->RecordCount(), 1);
+        QCOMPARE(ds->Fields(20).FieldName(), QStringLiteral("日期02"));
+        QVERIFY(IsDateTypeGroup(ds->FieldByName("日期01").DataType()));
+        QVERIFY(conn.CreateTempCustomerDB(name.constData()));
+        QCOMPARE(conn.ExecuteWithQuery(QStringLiteral("select * from 导入客户"))->RecordCount(), 0);
+    }
+};
+
+LNQ_TEST_MAIN_CORE(TestPlatAdoDatabase)
+#include "tst_Plat_adodatabasese.moc"

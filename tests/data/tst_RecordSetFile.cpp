@@ -1,0 +1,292 @@
+#include "common/TestMain.h"
+#include "data/DataSet.h"
+#include "util/Exceptions.h"
+
+#include <QBuffer>
+#include <QTemporaryDir>
+#include <cstring>
+
+using namespace lnq;
+
+namespace {
+
+TFieldDef def(const QString& name, TFieldType type, int size = 0) {
+    TFieldDef d;
+    d.Name = name;
+    d.DataType = type;
+    d.Size = size;
+    return d;
+}
+
+// One column of every type, three rows: values, nulls, edge values.
+void loadAllTypes(TDataSet& ds) {
+    TFieldDefs defs;
+    for (int t = int(TFieldType::ftString); t <= int(TFieldType::ftFMTBcd); ++t)
+        defs.push_back(def(FieldTypeToString(TFieldType(t)).mid(2), TFieldType(t), 10));
+    defs[0].Required = true;
+    defs[0].IsKey = true;
+    defs[0].BaseTable = QStringLiteral("客户");
+    defs[0].BaseColumn = QStringLiteral("编码");
+    defs[1].ReadOnly = true;
+    TRecordSetBuilder& b = ds.BeginLoad(defs);
+    for (int row = 0; row < 3; ++row) {
+        for (int c = 0; c < int(defs.size()); ++c) {
+            if (row == 1) continue; // all null
+            const TStorageKind k = StorageKindOf(defs[size_t(c)].DataType);
+            switch (k) {
+            case TStorageKind::Text:
+                b.SetText(c,
+                          row == 0 ? QStringLiteral("中文 text %1").arg(c) : QString()); // empty is not null
+                break;
+            case TStorageKind::Integer:
+                b.SetInteger(c, row == 0 ? c : std::numeric_limits<qint64>::min());
+                break;
+            case TStorageKind::Boolean:
+                b.SetInteger(c, row == 0);
+                break;
+            case TStorageKind::Float:
+                b.SetFloat(c, row == 0 ? 0.1 * c : -1e300);
+                break;
+            case TStorageKind::DateTime:
+                b.SetDateTime(c, row == 0 ? 45000.5 : -700000.25);
+                break;
+            case TStorageKind::Bytes:
+                b.SetBytes(c, row == 0 ? "\0\x01\x02" : "", row == 0 ? 3 : 0);
+                break;
+            }
+        }
+        b.EndRow();
+    }
+    ds.EndLoad();
+}
+
+void compareDataSets(TDataSet& a, TDataSet& b) {
+    QCOMPARE(b.FieldCount(), a.FieldCount());
+    for (int f = 0; f < a.FieldCount(); ++f) {
+        const TFieldDef& x = a.FieldDefs()[size_t(f)];
+        const TFieldDef& y = b.FieldDefs()[size_t(f)];
+        QCOMPARE(y.Name, x.Name);
+        QCOMPARE(y.DataType, x.DataType);
+        QCOMPARE(y.Size, x.Size);
+        QCOMPARE(y.Scale, x.Scale);
+        QCOMPARE(y.Required, x.Required);
+        QCOMPARE(y.ReadOnly, x.ReadOnly);
+        QCOMPARE(y.IsKey, x.IsKey);
+        QCOMPARE(y.BaseTable, x.BaseTable);
+        QCOMPARE(y.BaseColumn, x.BaseColumn);
+    }
+    QCOMPARE(b.RecordCount(), a.RecordCount());
+    for (int r = 0; r < a.RecordCount(); ++r)
+        for (int f = 0; f < a.FieldCount(); ++f) {
+            QCOMPARE(b.IsNullAt(r, f), a.IsNullAt(r, f));
+            QCOMPARE(b.ValueAt(r, f), a.ValueAt(r, f));
+        }
+}
+
+QByteArray saved(TDataSet& ds) {
+    QBuffer buf;
+    buf.open(QIODevice::WriteOnly);
+    ds.SaveToStream(buf);
+    return buf.data();
+}
+
+void loadBytes(TDataSet& ds, const QByteArray& bytes) {
+    QBuffer buf;
+    buf.setData(bytes);
+    buf.open(QIODevice::ReadOnly);
+    ds.LoadFromStream(buf);
+}
+
+// Re-computes the trailing checksum so that a hand-made change reaches the
+// structural checks (a hostile file, not an accidentally damaged one).
+QByteArray withChecksum(QByteArray body) {
+    quint32 crc = 0xFFFFFFFFu;
+    for (char ch : body) {
+        crc ^= quint8(ch);
+        for (int k = 0; k < 8; ++k)
+            crc = (crc & 1) ? 0xEDB88320u ^ (crc >> 1) : crc >> 1;
+    }
+    crc = ~crc;
+    for (int i = 0; i < 4; ++i)
+        body.append(char((crc >> (8 * i)) & 0xFF));
+    return body;
+}
+
+} // namespace
+
+class TestRecordSetFile : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void roundTripAllTypes();
+    void roundTripThroughFile();
+    void keepsNaturalOrderAndDropsDeleted();
+    void emptyRecordSet();
+    void everyTruncationIsReadError();
+    void everyFlippedByteIsReadError();
+    void hostileCounts_data();
+    void hostileCounts();
+    void failedLoadKeepsDataset();
+};
+
+void TestRecordSetFile::roundTripAllTypes() {
+    TClientDataSet a;
+    loadAllTypes(a);
+    TADODataSet b;
+    loadBytes(b, saved(a));
+    compareDataSets(a, b);
+    QVERIFY(b.Active());
+    QVERIFY(b.Bof());
+    QCOMPARE(b.ValueAt(2, 0).toString(), QString()); // empty text stays not null
+    QVERIFY(!b.IsNullAt(2, 0));
+    QCOMPARE(b.ValueAt(2, 20).toLongLong(), std::numeric_limits<qint64>::min());
+}
+
+void TestRecordSetFile::roundTripThroughFile() {
+    QTemporaryDir dir;
+    // The name does not matter: the dictionary cache is called .xml.
+    const QString path = dir.filePath(QStringLiteral("FldAttr.xml"));
+    TADODataSet a;
+    loadAllTypes(a);
+    a.SaveToFile(path);
+    TADODataSet b;
+    b.LoadFromFile(path);
+    compareDataSets(a, b);
+    QVERIFY_THROWS_EXCEPTION(EInOutError, b.LoadFromFile(dir.filePath(QStringLiteral("missing.dat"))));
+    QVERIFY_THROWS_EXCEPTION(EInOutError, a.SaveToFile(dir.filePath(QStringLiteral("no/such/dir/x.dat"))));
+    QVERIFY(b.Active()); // a failed load leaves the dataset as it was
+}
+
+void TestRecordSetFile::keepsNaturalOrderAndDropsDeleted() {
+    TADODataSet a;
+    TRecordSetBuilder& b = a.BeginLoad({def("ID", TFieldType::ftInteger)});
+    for (int i = 1; i <= 4; ++i) {
+        b.SetInteger(0, i);
+        b.EndRow();
+    }
+    a.EndLoad();
+    a.SetRecNo(2);
+    a.Delete(); // 1 3 4
+    a.SetRecNo(2);
+    a.Insert(); // 1 9 3 4
+    a.FieldByName(QStringLiteral("ID")).SetAsInteger(9);
+    a.Post();
+    a.SetSort(QStringLiteral("ID DESC"));
+    a.SetOnFilterRecord([](TDataSet& d, bool& acc) { acc = d.FieldByName("ID").AsInteger() != 4; });
+    a.SetFiltered(true);
+    TClientDataSet c;
+    loadBytes(c, saved(a));
+    QList<int> got;
+    for (int r = 0; r < c.RecordCount(); ++r)
+        got << c.ValueAt(r, 0).toInt();
+    QCOMPARE(got, (QList<int>{1, 9, 3, 4})); // the whole record set, natural order
+    // Calculated fields are not stored; the loader computes its own.
+    TClientDataSet withCalc;
+    withCalc.AddCalculatedField(QStringLiteral("Twice"), TFieldType::ftInteger);
+    withCalc.SetOnCalcFields(
+        [](TDataSet& d) { d.FieldByName("Twice").SetAsInteger(d.FieldByName("ID").AsInteger() * 2); });
+    loadBytes(withCalc, saved(c));
+    QCOMPARE(withCalc.FieldCount(), 2);
+    QCOMPARE(withCalc.ValueAt(1, 1).toInt(), 18);
+    TClientDataSet again;
+    loadBytes(again, saved(withCalc));
+    QCOMPARE(again.FieldCount(), 1);
+}
+
+void TestRecordSetFile::emptyRecordSet() {
+    TClientDataSet a;
+    a.BeginLoad({def("A", TFieldType::ftString), def("B", TFieldType::ftFloat)});
+    a.EndLoad();
+    TClientDataSet b;
+    loadBytes(b, saved(a));
+    QCOMPARE(b.FieldCount(), 2);
+    QCOMPARE(b.RecordCount(), 0);
+    QVERIFY(b.Bof() && b.Eof());
+    TClientDataSet closed;
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, saved(closed));
+}
+
+void TestRecordSetFile::everyTruncationIsReadError() {
+    TClientDataSet a;
+    loadAllTypes(a);
+    const QByteArray full = saved(a);
+    for (qsizetype n = 0; n < full.size(); ++n) {
+        TClientDataSet b;
+        try {
+            loadBytes(b, full.left(n));
+            QFAIL(qPrintable(QStringLiteral("prefix of %1 bytes loaded").arg(n)));
+        } catch (const EReadError&) {
+        }
+        QVERIFY(!b.Active());
+    }
+    // Extra bytes after a complete record set are damage too.
+    TClientDataSet b;
+    QVERIFY_THROWS_EXCEPTION(EReadError, loadBytes(b, full + "x"));
+}
+
+void TestRecordSetFile::everyFlippedByteIsReadError() {
+    TClientDataSet a;
+    loadAllTypes(a);
+    const QByteArray full = saved(a);
+    for (qsizetype i = 0; i < full.size(); ++i) {
+        QByteArray bad = full;
+        bad[i] = char(bad[i] ^ 0x5A);
+        TClientDataSet b;
+        QVERIFY_THROWS_EXCEPTION(EReadError, loadBytes(b, bad));
+    }
+    TClientDataSet b;
+    QVERIFY_THROWS_EXCEPTION(EReadError, loadBytes(b, QByteArray("<?xml version=\"1.0\"?><root/>")));
+}
+
+void TestRecordSetFile::hostileCounts_data() {
+    // Offsets into the layout of a one-column ("A", ftString) file.
+    QTest::addColumn<int>("offset");
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<QString>("mentions");
+    QTest::newRow("version") << 8 << QByteArray("\x02\x00\x00\x00", 4) << "版本";
+    QTest::newRow("huge field count") << 12 << QByteArray("\xff\xff\xff\x0f", 4) << "字段数";
+    QTest::newRow("huge name length") << 16 << QByteArray("\xff\xff\xff\x7f", 4) << "长度";
+    QTest::newRow("bad type") << 21 << QByteArray("\x63", 1) << "类型";
+    QTest::newRow("bad flags") << 30 << QByteArray("\x80", 1) << "标志";
+    QTest::newRow("negative rows") << 39 << QByteArray("\xff\xff\xff\xff\xff\xff\xff\xff", 8) << "记录数";
+    QTest::newRow("huge rows") << 39 << QByteArray("\x00\x00\x00\x70\x00\x00\x00\x00", 8) << "记录数";
+    QTest::newRow("huge text length") << 48 << QByteArray("\xff\xff\xff\xff", 4) << "长度";
+}
+
+void TestRecordSetFile::hostileCounts() {
+    QFETCH(int, offset);
+    QFETCH(QByteArray, value);
+    QFETCH(QString, mentions);
+    TClientDataSet a;
+    TRecordSetBuilder& b = a.BeginLoad({def("A", TFieldType::ftString)});
+    b.SetText(0, QStringLiteral("xy"));
+    b.EndRow();
+    a.EndLoad();
+    const QByteArray full = saved(a);
+    // magic 8, version 4, count 4, name 4+1, type 1, size 4, scale 4, flags 1,
+    // table 4, column 4, rows 8, bitmap 1, text 4+2, crc 4
+    QCOMPARE(full.size(), 8 + 4 + 4 + 5 + 1 + 4 + 4 + 1 + 4 + 4 + 8 + 1 + 6 + 4);
+    QByteArray body = full.left(full.size() - 4);
+    body.replace(offset, value.size(), value);
+    TClientDataSet c;
+    try {
+        loadBytes(c, withChecksum(body));
+        QFAIL("hostile file loaded");
+    } catch (const EReadError& e) {
+        QVERIFY2(e.Message().contains(mentions), qPrintable(e.Message()));
+    }
+}
+
+void TestRecordSetFile::failedLoadKeepsDataset() {
+    TClientDataSet a;
+    loadAllTypes(a);
+    a.SetRecNo(3);
+    QByteArray bad = saved(a);
+    bad.chop(1);
+    QVERIFY_THROWS_EXCEPTION(EReadError, loadBytes(a, bad));
+    QVERIFY(a.Active());
+    QCOMPARE(a.RecordCount(), 3);
+    QCOMPARE(a.RecNo(), 3);
+}
+
+LNQ_TEST_MAIN_CORE(TestRecordSetFile)
+#include "tst_RecordSetFile.moc"

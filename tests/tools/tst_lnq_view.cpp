@@ -1,0 +1,220 @@
+// lnq view, end to end: views stored in an embedded database through the
+// framework's own connection, read back by the real executable.
+
+#include "common/TestMain.h"
+#include "data/ADOConnection.h"
+#include "data/Plat_adodatabasese.h"
+#include "filter/ViewStream.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+using namespace lnq;
+
+namespace {
+
+struct Result {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Result run(const QStringList& args) {
+    QProcess p;
+    p.start(QStringLiteral(LNQ_TOOL_PATH), args);
+    if (!p.waitForFinished(60000)) return {};
+    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
+            QString::fromUtf8(p.readAllStandardError())};
+}
+
+QByteArray conditionView(bool matchAll) {
+    TConditionList list;
+    list.Add(QStringLiteral("vName like '%北京%'"), QStringLiteral("客户名称"),
+             QStringLiteral("客户名称 包含 北京"));
+    list.Add(QStringLiteral("vOwner= '[%用户代码%]'"), QStringLiteral("业务员"),
+             QStringLiteral("业务员 等于(精确地) [%用户代码%]"));
+    QBuffer b;
+    b.open(QIODevice::WriteOnly);
+    SaveToStream(b, list, matchAll);
+    return b.data();
+}
+
+QByteArray sqlView(const QString& sql) {
+    QBuffer b;
+    b.open(QIODevice::WriteOnly);
+    SaveSQLToStream(b, sql);
+    return b.data();
+}
+
+} // namespace
+
+class TestLnqView : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        m_db = m_dir.filePath(QStringLiteral("views.db"));
+        const Result init = run({QStringLiteral("init-db"), m_db});
+        QVERIFY2(init.exitCode == 0, qPrintable(init.err));
+
+        TADOConnection connection;
+        connection.SetConnectionString(m_db);
+        connection.Open();
+        TInterfacedADOConnection conn(connection);
+        auto store = [&](const QString& name, const QByteArray& bytes) {
+            QByteArray copy = bytes;
+            QBuffer b(&copy);
+            b.open(QIODevice::ReadOnly);
+            conn.SaveStream(QStringLiteral("admin"), name, b);
+        };
+        store(QStringLiteral("客户\\北京客户.CST"), conditionView(false));
+        store(QStringLiteral("客户\\全部.CST"), conditionView(true).left(3) + QByteArray(4, '\0'));
+        store(QStringLiteral("最近使用\\我的客户.CST"),
+              sqlView(QStringLiteral("select * from Cust_CustomersMain where vOwner='[%用户代码%]' or "
+                                     "vOwnerName='[%用户名称%]' or vMemo like '%[%用户代码%]%'")));
+        // The same name under another extension belongs to another list.
+        store(QStringLiteral("客户\\北京客户.PRD"), sqlView(QStringLiteral("select 1")));
+    }
+
+    void conditionListBecomesSelect_data() {
+        QTest::addColumn<QStringList>("extra");
+        QTest::addColumn<QString>("sql");
+        const QString base = QStringLiteral("select * from Cust_CustomersMain where 1=1   and (vName like "
+                                            "'%北京%' OR vOwner= '[%用户代码%]' )");
+        QTest::newRow("plain") << QStringList() << base;
+        QTest::newRow("base where") << QStringList{"--base-where", "iDept=3"} << base + " and iDept=3";
+        QTest::newRow("user code") << QStringList{"--user-code", "u01"}
+                                   << QString(base).replace(QStringLiteral("[%用户代码%]"),
+                                                            QStringLiteral("u01"));
+        QTest::newRow("user name only leaves the code") << QStringList{"--user-name", "张三"} << base;
+    }
+    void conditionListBecomesSelect() {
+        QFETCH(QStringList, extra);
+        QFETCH(QString, sql);
+        const Result r =
+            run(QStringList{"view", "sql", "--db", m_db, "--ext", ".CST", "--table", "Cust_CustomersMain"} +
+                extra + QStringList{"客户\\北京客户"});
+        QCOMPARE(r.err, QString());
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, sql + "\n");
+    }
+
+    void emptyConditionList() {
+        const Result r = run({"view", "sql", "--db", m_db, "--ext", ".CST", "--table", "T", "客户\\全部"});
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QStringLiteral("select * from T where 1=1   )\n"));
+    }
+
+    void rawSqlStandsAsItIs_data() {
+        QTest::addColumn<QStringList>("extra");
+        QTest::addColumn<QString>("sql");
+        const QString raw = QStringLiteral("select * from Cust_CustomersMain where vOwner='[%用户代码%]' or "
+                                           "vOwnerName='[%用户名称%]' or vMemo like '%[%用户代码%]%'");
+        QTest::newRow("no user given") << QStringList() << raw;
+        QTest::newRow("table and base where are not used")
+            << QStringList{"--table", "X", "--base-where", "1=0"} << raw;
+        QTest::newRow("both replaced everywhere")
+            << QStringList{"--user-code", "u01", "--user-name", "张三"}
+            << QStringLiteral("select * from Cust_CustomersMain where vOwner='u01' or vOwnerName='张三' or "
+                              "vMemo like '%u01%'");
+        QTest::newRow("empty code given") << QStringList{"--user-code", ""}
+                                          << QString(raw).replace(QStringLiteral("[%用户代码%]"), QString());
+    }
+    void rawSqlStandsAsItIs() {
+        QFETCH(QStringList, extra);
+        QFETCH(QString, sql);
+        const Result r = run(QStringList{"view", "sql", "--db", m_db, "--ext", ".CST"} + extra +
+                             QStringList{"最近使用\\我的客户"});
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, sql + "\n");
+    }
+
+    void failures_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("missing view")
+            << QStringList{"view", "sql", "--db", "DB", "--ext", ".CST", "客户\\没有"} << 1 << "客户\\没有";
+        QTest::newRow("wrong extension")
+            << QStringList{"view", "sql", "--db", "DB", "--ext", ".XYZ", "客户\\北京客户"} << 1
+            << "客户\\北京客户.XYZ";
+        QTest::newRow("condition list needs a table")
+            << QStringList{"view", "sql", "--db", "DB", "--ext", ".CST", "客户\\北京客户"} << 2 << "--table";
+        QTest::newRow("missing database")
+            << QStringList{"view", "sql", "--db", "NOFILE", "--ext", ".CST", "a\\b"} << 1 << "不存在";
+        QTest::newRow("no ext") << QStringList{"view", "sql", "--db", "DB", "a\\b"} << 2 << "--ext";
+        QTest::newRow("unknown option") << QStringList{"view", "decode", "--raw", "F"} << 2 << "--raw";
+        QTest::newRow("unknown sub-command") << QStringList{"view", "list"} << 2 << "list";
+    }
+    void failures() {
+        QFETCH(QStringList, args);
+        QFETCH(int, exitCode);
+        QFETCH(QString, message);
+        args.replaceInStrings(QStringLiteral("NOFILE"), m_dir.filePath(QStringLiteral("none.db")));
+        for (QString& a : args)
+            if (a == QLatin1String("DB")) a = m_db;
+        const Result r = run(args);
+        QCOMPARE(r.exitCode, exitCode);
+        QCOMPARE(r.out, QString());
+        QVERIFY2(r.err.contains(message), qPrintable(r.err));
+        QVERIFY(!QFile::exists(m_dir.filePath(QStringLiteral("none.db"))));
+    }
+
+    void decodeSqlPrintsTheTextAndANewline() {
+        const QString file = writeFile(QStringLiteral("v.bin"), conditionView(true));
+        const Result r = run({"view", "decode", "--sql", file});
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QStringLiteral(" and (vName like '%北京%' And vOwner= '[%用户代码%]' )\n"));
+        const QString raw = writeFile(QStringLiteral("raw.bin"), sqlView(QStringLiteral("select 2")));
+        QCOMPARE(run({"view", "decode", "--sql", raw}).out, QStringLiteral("select 2\n"));
+    }
+
+    void decodeShowsEverything() {
+        const QString file = writeFile(QStringLiteral("v0.bin"), conditionView(false));
+        const Result r = run({"view", "decode", file});
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QStringLiteral("version: 3\n"
+                                       "is-sql: 0\n"
+                                       "match-all: 0\n"
+                                       "count: 2\n"
+                                       "condition 1:\n"
+                                       "  caption: 客户名称\n"
+                                       "  description: 客户名称 包含 北京\n"
+                                       "  piece: vName like '%北京%'\n"
+                                       "condition 2:\n"
+                                       "  caption: 业务员\n"
+                                       "  description: 业务员 等于(精确地) [%用户代码%]\n"
+                                       "  piece: vOwner= '[%用户代码%]'\n"
+                                       "sql:  and (vName like '%北京%' OR vOwner= '[%用户代码%]' )\n"));
+        const QString raw = writeFile(QStringLiteral("raw1.bin"), sqlView(QStringLiteral("select 3")));
+        QCOMPARE(run({"view", "decode", raw}).out,
+                 QStringLiteral("version: 3\nis-sql: 1\nmatch-all: 1\nsql: select 3\n"));
+    }
+
+    void decodeRefusesDamagedFiles() {
+        const QString cut = writeFile(QStringLiteral("cut.bin"), conditionView(true).left(20));
+        const Result r = run({"view", "decode", cut});
+        QCOMPARE(r.exitCode, 1);
+        QCOMPARE(r.out, QString());
+        QVERIFY2(r.err.startsWith(QStringLiteral("lnq: 视图数据")), qPrintable(r.err));
+        const Result missing = run({"view", "decode", m_dir.filePath(QStringLiteral("nothing.bin"))});
+        QCOMPARE(missing.exitCode, 1);
+        QVERIFY(missing.err.contains(QStringLiteral("nothing.bin")));
+    }
+
+private:
+    QString writeFile(const QString& name, const QByteArray& bytes) {
+        const QString path = m_dir.filePath(name);
+        QFile f(path);
+        if (!f.open(QIODevice::WriteOnly) || f.write(bytes) != bytes.size()) return QString();
+        return path;
+    }
+
+    QTemporaryDir m_dir;
+    QString m_db;
+};
+
+LNQ_TEST_MAIN_CORE(TestLnqView)
+#include "tst_lnq_view.moc"

@@ -1,0 +1,216 @@
+#include "common/TestMain.h"
+#include "grid/core/Ctrl_LNQStringGrid.h"
+#include "util/Plat_clientutils.h"
+#include "util/Plat_clientutils_ui.h"
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <functional>
+
+using namespace lnq;
+
+namespace {
+
+// What the test saw of the box MsgBox showed.
+struct Seen {
+    bool found = false;
+    QString title;
+    QString text;
+    Qt::TextFormat format = Qt::AutoText;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    int buttons = 0;
+    QStringList captions;
+    int defaultButton = 0;
+};
+
+// Waits for MsgBox's modal box, records it and lets `act` close it. A box
+// that `act` fails to close is closed after a while so that the test fails
+// instead of hanging.
+int runMsgBox(const QString& text, int flags, Seen& seen, std::function<void(QMessageBox*)> act) {
+    QTimer poll;
+    poll.setInterval(10);
+    QObject::connect(&poll, &QTimer::timeout, [&seen, act, &poll] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) return;
+        poll.stop();
+        seen.found = true;
+        seen.title = box->windowTitle();
+        seen.text = box->text();
+        seen.format = box->textFormat();
+        seen.icon = box->icon();
+        seen.buttons = int(box->standardButtons());
+        for (QAbstractButton* b : box->buttons())
+            seen.captions << b->text();
+        seen.captions.sort();
+        if (box->defaultButton()) seen.defaultButton = int(box->standardButton(box->defaultButton()));
+        act(box);
+        QTimer::singleShot(2000, box, [box] { box->done(0); });
+    });
+    poll.start();
+    return TClientUtils::MsgBox(text, QStringLiteral("不显示的标题"), flags);
+}
+
+void clickStandard(QMessageBox* box, QMessageBox::StandardButton which) {
+    if (QAbstractButton* b = box->button(which)) QTest::mouseClick(b, Qt::LeftButton);
+}
+
+} // namespace
+
+class TestPlatClientutilsUi : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { QGuiApplication::setApplicationDisplayName(QStringLiteral("LNQ 测试")); }
+
+    void buttons_data() {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("buttons");
+        QTest::addColumn<QStringList>("captions");
+        QTest::addColumn<int>("defaultButton");
+        using B = QMessageBox;
+        QTest::newRow("OK") << 0 << int(B::Ok) << QStringList{"确定"} << int(B::Ok);
+        QTest::newRow("OK, Cancel") << 1 << int(B::Ok | B::Cancel) << QStringList{"取消", "确定"}
+                                    << int(B::Ok);
+        QTest::newRow("Abort, Retry, Ignore") << 2 << int(B::Abort | B::Retry | B::Ignore)
+                                              << QStringList{"中止", "忽略", "重试"} << int(B::Retry);
+        QTest::newRow("Yes, No, Cancel")
+            << 3 << int(B::Yes | B::No | B::Cancel) << QStringList{"取消", "否", "是"} << int(B::Yes);
+        QTest::newRow("Yes, No") << 4 << int(B::Yes | B::No) << QStringList{"否", "是"} << int(B::Yes);
+        QTest::newRow("Retry, Cancel")
+            << 5 << int(B::Retry | B::Cancel) << QStringList{"取消", "重试"} << int(B::Retry);
+        QTest::newRow("6: none") << 6 << 0 << QStringList{} << 0;
+        QTest::newRow("15: none") << 15 << 0 << QStringList{} << 0;
+        QTest::newRow("kind bits do not change buttons")
+            << (0x40 | 4) << int(B::Yes | B::No) << QStringList{"否", "是"} << int(B::Yes);
+    }
+    void buttons() {
+        QFETCH(int, flags);
+        QFETCH(int, buttons);
+        QFETCH(QStringList, captions);
+        QFETCH(int, defaultButton);
+        Seen seen;
+        runMsgBox(QStringLiteral("内容"), flags, seen, [](QMessageBox* box) { box->done(0); });
+        QVERIFY(seen.found);
+        QCOMPARE(seen.buttons, buttons);
+        QCOMPARE(seen.captions, captions);
+        QCOMPARE(seen.defaultButton, defaultButton);
+    }
+
+    void kinds_data() {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("icon");
+        QTest::newRow("0x10 error shows information") << 0x10 << int(QMessageBox::Information);
+        QTest::newRow("0x20") << 0x20 << int(QMessageBox::Information);
+        QTest::newRow("0x30") << 0x31 << int(QMessageBox::Information);
+        QTest::newRow("0x40 confirmation") << 0x40 << int(QMessageBox::Question);
+        QTest::newRow("0x80 custom") << 0x80 << int(QMessageBox::NoIcon);
+        QTest::newRow("no kind bits: warning") << 0x00 << int(QMessageBox::Warning);
+        QTest::newRow("0x50: warning") << 0x50 << int(QMessageBox::Warning);
+        QTest::newRow("0xF0: warning") << 0xF0 << int(QMessageBox::Warning);
+        QTest::newRow("higher bits ignored") << 0x140 << int(QMessageBox::Question);
+    }
+    void kinds() {
+        QFETCH(int, flags);
+        QFETCH(int, icon);
+        Seen seen;
+        runMsgBox(QStringLiteral("内容"), flags, seen, [](QMessageBox* box) { box->done(0); });
+        QVERIFY(seen.found);
+        QCOMPARE(int(seen.icon), icon);
+    }
+
+    void textShownCaptionNot() {
+        Seen seen;
+        const QString text = QStringLiteral("<b>保存</b> 修改吗？");
+        runMsgBox(text, 0, seen, [](QMessageBox* box) { box->done(0); });
+        QCOMPARE(seen.text, text);
+        QCOMPARE(seen.format, Qt::PlainText);
+        QCOMPARE(seen.title, QStringLiteral("LNQ 测试"));
+    }
+
+    void results_data() {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("click");
+        QTest::addColumn<int>("result");
+        using B = QMessageBox;
+        QTest::newRow("OK") << 0 << int(B::Ok) << id::Ok;
+        QTest::newRow("OK of OK, Cancel") << 1 << int(B::Ok) << id::Ok;
+        QTest::newRow("Cancel") << 1 << int(B::Cancel) << id::Cancel;
+        QTest::newRow("Abort") << 2 << int(B::Abort) << id::Abort;
+        QTest::newRow("Retry") << 2 << int(B::Retry) << id::Retry;
+        QTest::newRow("Ignore") << 2 << int(B::Ignore) << id::Ignore;
+        QTest::newRow("Yes") << 3 << int(B::Yes) << id::Yes;
+        QTest::newRow("No") << 3 << int(B::No) << id::No;
+        QTest::newRow("Cancel of Yes, No, Cancel") << 3 << int(B::Cancel) << id::Cancel;
+        QTest::newRow("No of Yes, No") << (mb::YesNo | mb::IconQuestion) << int(B::No) << id::No;
+        QTest::newRow("Retry of Retry, Cancel") << 5 << int(B::Retry) << id::Retry;
+    }
+    void results() {
+        QFETCH(int, flags);
+        QFETCH(int, click);
+        QFETCH(int, result);
+        Seen seen;
+        const int r = runMsgBox(QStringLiteral("内容"), flags, seen, [click](QMessageBox* box) {
+            clickStandard(box, QMessageBox::StandardButton(click));
+        });
+        QVERIFY(seen.found);
+        QCOMPARE(r, result);
+    }
+
+    void escape_data() {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("result");
+        QTest::newRow("OK only: OK") << 0 << id::Ok;
+        QTest::newRow("OK, Cancel: Cancel") << 1 << id::Cancel;
+        QTest::newRow("Abort, Retry, Ignore: closed") << 2 << id::Cancel;
+        QTest::newRow("Yes, No, Cancel: Cancel") << 3 << id::Cancel;
+        QTest::newRow("Yes, No: No") << 4 << id::No;
+        QTest::newRow("Retry, Cancel: Cancel") << 5 << id::Cancel;
+        QTest::newRow("no buttons: closed") << 7 << id::Cancel;
+    }
+    void escape() {
+        QFETCH(int, flags);
+        QFETCH(int, result);
+        Seen seen;
+        const int r = runMsgBox(QStringLiteral("内容"), flags, seen,
+                                [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Escape); });
+        QVERIFY(seen.found);
+        QCOMPARE(r, result);
+    }
+
+    void closeBox_data() {
+        QTest::addColumn<int>("flags");
+        QTest::newRow("Yes, No") << 4;
+        QTest::newRow("Abort, Retry, Ignore") << 2;
+        QTest::newRow("no buttons") << 6;
+    }
+    void closeBox() {
+        QFETCH(int, flags);
+        Seen seen;
+        const int r = runMsgBox(QStringLiteral("内容"), flags, seen, [](QMessageBox* box) { box->close(); });
+        QVERIFY(seen.found);
+        QCOMPARE(r, id::Cancel);
+    }
+
+    void clearStringGrid() {
+        TLNQStringGrid grid;
+        grid.SetColCount(4);
+        grid.SetRowCount(5);
+        for (int r = 0; r < 5; ++r)
+            for (int c = 0; c < 4; ++c)
+                grid.SetCells(c, r, QStringLiteral("%1,%2").arg(c).arg(r));
+        TClientUtils::ClearLNQStringGrid(grid);
+        for (int r = 0; r < 5; ++r) {
+            for (int c = 0; c < 4; ++c) {
+                const QString expected =
+                    (r == 0 || c == 0) ? QStringLiteral("%1,%2").arg(c).arg(r) : QString();
+                QCOMPARE(grid.Cells(c, r), expected);
+            }
+        }
+        QCOMPARE(grid.RowCount(), 5);
+        QCOMPARE(grid.ColCount(), 4);
+    }
+};
+
+LNQ_TEST_MAIN_WIDGETS(TestPlatClientutilsUi)
+#include "tst_Plat_clientutils_ui.moc"

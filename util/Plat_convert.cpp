@@ -1,0 +1,197 @@
+#include "util/Plat_convert.h"
+
+#include "util/Gbk.h"
+#include "util/Plat_sysutils.h"
+
+#include <array>
+#include <cfenv>
+#include <cmath>
+
+namespace lnq {
+
+namespace {
+
+const QString kDigits = QStringLiteral("零壹贰叁肆伍陆柒捌玖");
+// Unit of each integer position; the last integer digit always takes "元".
+const QString kUnits = QStringLiteral("万仟佰拾亿仟佰拾万仟佰拾元");
+const QChar kZero = kDigits.at(0);
+const QChar kYuan = kUnits.at(12);
+const QChar kWan = kUnits.at(0);
+const QChar kYi = kUnits.at(4);
+
+bool isSectionUnit(const QString& unit) {
+    return unit.size() == 1 && (unit[0] == kYuan || unit[0] == kWan || unit[0] == kYi);
+}
+
+QString lastChar(const QString& s) {
+    return s.isEmpty() ? QString() : s.right(1);
+}
+
+QString capital(int digit) {
+    return (digit >= 0 && digit <= 9) ? QString(kDigits.at(digit)) : QString();
+}
+
+// Round half to even, as the FPU does in its default mode.
+long double roundEven(long double v) {
+    const int mode = std::fegetround();
+    std::fesetround(FE_TONEAREST);
+    const long double r = std::nearbyintl(v);
+    std::fesetround(mode);
+    return r;
+}
+
+// First GBK code of each initial's range (first-level characters are ordered
+// by pinyin); there are no I, U and V rows.
+struct PinyinRow {
+    quint16 code;
+    char letter;
+};
+constexpr std::array<PinyinRow, 23> kPinyinRows{{
+    {0xB0A1, 'A'}, {0xB0C5, 'B'}, {0xB2C1, 'C'}, {0xB4EE, 'D'}, {0xB6EA, 'E'}, {0xB7A2, 'F'},
+    {0xB8C1, 'G'}, {0xB9FE, 'H'}, {0xBBF7, 'J'}, {0xBFA6, 'K'}, {0xC0AD, 'L'}, {0xC2E8, 'M'},
+    {0xC4C3, 'N'}, {0xC5B6, 'O'}, {0xC5BE, 'P'}, {0xC6DA, 'Q'}, {0xC8BB, 'R'}, {0xC8F6, 'S'},
+    {0xCBFA, 'T'}, {0xCDDA, 'W'}, {0xCEF4, 'X'}, {0xD1B9, 'Y'}, {0xD4D1, 'Z'},
+}};
+
+// Marker written for a two-byte character below the first pinyin code.
+constexpr char kNoInitial = char(0xC0);
+
+} // namespace
+
+QString TUtils_Convert::CurrencyToCapitalization2(long double amount) {
+    QString prefix;
+    if (amount < 0) {
+        prefix = QStringLiteral("负");
+        amount = -amount;
+    }
+
+    QString text = FloatToStr(amount);
+    if (amount > 0 && amount < 1) text.prepend(u'0');
+    const qsizetype dot = text.indexOf(u'.');
+    const QString intText = dot < 0 ? text : text.left(dot);
+    const int intPart = StrToInt(intText); // EConvertError beyond the integer range
+
+    long double cents = 0;
+    if (amount > 0 && amount >= 1)
+        cents = roundEven((amount - intPart) * 100);
+    else if (amount > 0)
+        cents = roundEven(amount * 100);
+    else
+        cents = roundEven((amount - intPart) * 100);
+    const int centsValue = int(cents);
+
+    QString result;
+    QString previous; // the capital appended for the previous digit
+    const qsizetype firstUnit = 13 - intText.size();
+    for (qsizetype i = 0; i < intText.size(); ++i) {
+        const int digit = intText[i].digitValue();
+        const qsizetype unitIndex = firstUnit + i;
+        QString d = capital(digit);
+        QString u = (unitIndex >= 0 && unitIndex < kUnits.size()) ? QString(kUnits.at(unitIndex)) : QString();
+        QString last = lastChar(result);
+        const bool section = isSectionUnit(u);
+
+        if (d == kZero && (last == kZero || previous == kZero || section)) d.clear();
+        if (digit == 0 && !section) u.clear();
+        if (section && last == kZero && digit == 0) {
+            result.chop(1);
+            last = lastChar(result);
+            if (u == kYuan && last == kWan)
+                u.clear();
+            else if (u == kWan && last == kYi)
+                u.clear();
+        }
+        result += d + u;
+        previous = d;
+    }
+    if (result.endsWith(kWan)) result += kYuan;
+    if (Gbk::byteLength(result) < 3) result.clear();
+
+    if (centsValue < 10) {
+        if (amount > 0) {
+            if (centsValue <= 0)
+                result += QStringLiteral("整");
+            else
+                result += kZero + capital(centsValue) + QStringLiteral("分");
+        }
+    } else {
+        const QString centsText = QString::number(centsValue);
+        QString jiao = capital(centsText[0].digitValue());
+        QString fen = capital(centsText[1].digitValue());
+        if (jiao != kZero) jiao += QStringLiteral("角");
+        if (fen == kZero)
+            fen.clear();
+        else
+            fen += QStringLiteral("分");
+        result += jiao + fen;
+    }
+
+    if (amount == 0) result = QStringLiteral("零元整");
+    return prefix + result;
+}
+
+void TUtils_Convert::PStrToPy(const QByteArray& text, QByteArray& result) {
+    result.clear();
+    const qsizetype n = text.size();
+    qsizetype i = 0;
+    while (i < n) {
+        const auto b = static_cast<unsigned char>(text[i]);
+        if (b <= 128) {
+            const char c = (b >= 'a' && b <= 'z') ? char(b - 'a' + 'A') : char(b);
+            if ((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) result += c;
+            ++i;
+            continue;
+        }
+        // A lone lead byte at the end sorts below every code with that lead
+        // byte, as the shorter byte string does.
+        const int key = (b << 8) | (i + 1 < n ? static_cast<unsigned char>(text[i + 1]) : 0);
+        qsizetype row = 0;
+        while (row < qsizetype(kPinyinRows.size()) && kPinyinRows[row].code <= key)
+            ++row;
+        if (row == 0)
+            result += kNoInitial;
+        else
+            result += kPinyinRows[row - 1].letter;
+        i += 2;
+    }
+}
+
+void TUtils_Convert::PStrToPy(const QString& text, QByteArray& result) {
+    PStrToPy(Gbk::encode(text), result);
+}
+
+QByteArray TUtils_Convert::StrToPY(const QByteArray& text) {
+    QByteArray result;
+    PStrToPy(text, result);
+    return result;
+}
+
+QByteArray TUtils_Convert::StrToPY(const QString& text) {
+    return StrToPY(Gbk::encode(text));
+}
+
+QString TUtils_Convert::FloatToStrF(long double value, int format, int precision, int digits) {
+    Q_UNUSED(precision); // kept for the classic signature; the digits decide
+    switch (format) {
+    case ffNumber:
+        return FormatNumber(value, digits);
+    case ffCurrency:
+        return FormatCurrency(value, digits);
+    default:
+        return FormatFixed(value, digits);
+    }
+}
+
+QString TUtils_Convert::GetCode(const QString& text) {
+    const qsizetype p = text.indexOf(u']') + 1; // 1-based, 0 when absent
+    if (p == 0) return text;
+    const qsizetype count = p - 2;
+    return count > 0 ? text.mid(1, count) : QString();
+}
+
+QString TUtils_Convert::GetValue(const QString& text) {
+    if (text.contains(u']')) return text;
+    return text.left(1000);
+}
+
+} // namespace lnq
