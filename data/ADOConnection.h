@@ -54,8 +54,13 @@ public:
     virtual void Execute(const QString& sql);
     // Applies one posted change of a dataset to the database (inside the open
     // transaction when there is one): UPDATE / INSERT / DELETE on the base
-    // table, the row found by its primary key (else the rowid, else all the
-    // values as read). All statements of one change commit or fail together.
+    // table. The row is found by its rowid when the dataset holds one (the
+    // embedded driver loads it as a hidden column for a select of one table
+    // that lacks the table's key), else by the primary key columns, else by
+    // all the values as read. All statements of one change commit or fail
+    // together: a change that meets no row or more than one is undone and
+    // refused with EDatabaseError. An insert hands back the new row's rowid
+    // and what the database chose (identity, defaults).
     virtual TUpdateResult ApplyUpdate(const TUpdateRequest& request);
     // Whether sql is one statement that produces a result set (the embedded
     // driver prepares it; over ODBC the first keyword decides).

@@ -548,7 +548,7 @@ void TDataSet::Private::calcAll() {
 
 void TDataSet::Private::install(const std::shared_ptr<TRecordStore>& s) {
     attach(s);
-    defs = s->defs;
+    defs.assign(s->defs.begin(), s->defs.begin() + s->fieldCount);
     setupFields();
     active = true;
     state = TDataSetState::dsBrowse;
@@ -1394,7 +1394,7 @@ void TDataSet::Edit() {
         buf->copyCell(c, 0, *d->store, rec);
     d->editBuf = std::move(buf);
     ++d->editSerial;
-    d->changed.assign(d->defs.size(), 0);
+    d->changed.assign(d->store->defs.size(), 0);
     d->modified = false;
     d->editRecord = rec;
     d->state = TDataSetState::dsEdit;
@@ -1408,7 +1408,7 @@ void TDataSet::Insert() {
     buf->appendNullRow();
     d->editBuf = std::move(buf);
     ++d->editSerial;
-    d->changed.assign(d->defs.size(), 0);
+    d->changed.assign(d->store->defs.size(), 0);
     d->modified = false;
     d->editRecord = -1;
     d->appending = false;
@@ -1423,6 +1423,24 @@ void TDataSet::Append() {
     d->insertBefore = -1;
 }
 
+int TDataSet::Private::rowIdColumn() const {
+    for (size_t i = 0; i < store->defs.size(); ++i)
+        if (store->defs[i].IsRowId) return static_cast<int>(i);
+    return -1;
+}
+
+void TDataSet::Private::storeResult(const TUpdateResult& res, qint64 record) {
+    TRecordStore& s = *store;
+    for (const auto& [col, value] : res.Assigned)
+        if (col >= 0 && col < s.columnCount())
+            cell::setVariant(s.cols[static_cast<size_t>(col)], record, value,
+                             s.defs[static_cast<size_t>(col)].Name);
+    const int rowIdCol = rowIdColumn();
+    if (rowIdCol >= 0 && res.RowId.isValid())
+        cell::setVariant(s.cols[static_cast<size_t>(rowIdCol)], record, res.RowId,
+                         s.defs[static_cast<size_t>(rowIdCol)].Name);
+}
+
 TUpdateRequest TDataSet::Private::makeRequest(TUpdateKind kind, qint64 record) const {
     TUpdateRequest req;
     req.Kind = kind;
@@ -1433,10 +1451,7 @@ TUpdateRequest TDataSet::Private::makeRequest(TUpdateKind kind, qint64 record) c
         }
     req.Fields = &store->defs;
     const size_t n = store->defs.size();
-    int rowIdCol = -1;
-    for (size_t i = 0; i < n; ++i)
-        if (store->defs[i].Name.compare(QLatin1String("rowid"), Qt::CaseInsensitive) == 0)
-            rowIdCol = static_cast<int>(i);
+    const int rowIdCol = rowIdColumn();
     if (kind != TUpdateKind::ukInsert) {
         req.OldValues.reserve(n);
         for (size_t i = 0; i < n; ++i)
@@ -1474,10 +1489,7 @@ void TDataSet::Post() {
         TRecordStore& s = *p.store;
         for (int c = 0; c < s.columnCount(); ++c)
             if (p.changed[static_cast<size_t>(c)]) s.copyCell(c, rec, *p.editBuf, 0);
-        for (const auto& [col, value] : res.Assigned)
-            if (col >= 0 && col < s.columnCount())
-                cell::setVariant(s.cols[static_cast<size_t>(col)], rec, value,
-                                 p.defs[static_cast<size_t>(col)].Name);
+        p.storeResult(res, rec);
         p.editBuf.reset();
         p.state = TDataSetState::dsBrowse;
         p.calcRecord(rec);
@@ -1512,10 +1524,7 @@ void TDataSet::Post() {
     const qint64 rec = s.appendNullRow();
     for (int c = 0; c < s.columnCount(); ++c)
         s.copyCell(c, rec, *p.editBuf, 0);
-    for (const auto& [col, value] : res.Assigned)
-        if (col >= 0 && col < s.columnCount())
-            cell::setVariant(s.cols[static_cast<size_t>(col)], rec, value,
-                             p.defs[static_cast<size_t>(col)].Name);
+    p.storeResult(res, rec);
     const bool viewWasIdentity = p.viewIdentity;
     const int oldSize = viewWasIdentity ? static_cast<int>(s.liveRows) : static_cast<int>(p.view.size());
     qint64 rank = s.liveRows;
@@ -1828,16 +1837,27 @@ void TDataSet::LoadFromStream(QIODevice& in) {
 TRecordSetBuilder& TDataSet::BeginLoad(const TFieldDefs& defs) {
     Close();
     d->builder.reset();
+    // Store order: the fields, this dataset's calculated fields, the hidden
+    // columns; the builder keeps the caller's numbering.
     TFieldDefs all;
     all.reserve(defs.size() + d->calcDefs.size());
-    for (const TFieldDef& f : defs) {
-        all.push_back(f);
+    std::vector<int> storeCols(defs.size(), -1);
+    for (size_t i = 0; i < defs.size(); ++i) {
+        if (defs[i].Hidden) continue;
+        storeCols[i] = static_cast<int>(all.size());
+        all.push_back(defs[i]);
         all.back().Kind = TFieldKind::fkData;
     }
     for (const TFieldDef& c : d->calcDefs)
         all.push_back(c);
+    for (size_t i = 0; i < defs.size(); ++i) {
+        if (!defs[i].Hidden) continue;
+        storeCols[i] = static_cast<int>(all.size());
+        all.push_back(defs[i]);
+        all.back().Kind = TFieldKind::fkData;
+    }
     d->loading = std::make_shared<TRecordStore>(all);
-    d->builder = std::make_unique<TStoreBuilder>(*d->loading);
+    d->builder = std::make_unique<TStoreBuilder>(*d->loading, storeCols);
     return *d->builder;
 }
 
@@ -1884,6 +1904,7 @@ void TDataSet::EndLoad() {
 
 void TDataSet::LoadRowsFrom(const TDataSet& source) {
     source.d->checkActive();
+    // The source's fields only: its hidden columns are not copied.
     TFieldDefs defs = source.d->defs;
     for (TFieldDef& f : defs)
         f.Kind = TFieldKind::fkData;

@@ -211,7 +211,7 @@ struct TUpdateRequest {
 // (auto-increment keys, defaults) to store into the posted record.
 struct TUpdateResult {
     std::vector<std::pair<int, QVariant>> Assigned; // column index (as in the request), value
-    QVariant RowId; // the new row's identity, stored into its IsRowId column
+    QVariant RowId;                                 // the new row's identity, stored into its IsRowId column
 };
 
 class TDataSet : public QObject {

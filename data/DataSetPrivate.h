@@ -18,7 +18,8 @@ struct TDataSet::Private {
 
     TDataSet* q;
 
-    // Fields of the open (or last opened) record set.
+    // Fields of the open (or last opened) record set: the store's columns up
+    // to its fieldCount, the hidden ones left out.
     TFieldDefs defs;
     std::vector<std::unique_ptr<TField>> fields;
     QStringList fieldNames; // names of the field objects, to match them on a reload
@@ -51,8 +52,8 @@ struct TDataSet::Private {
 
     // Pending edit: a one-row store with the same columns.
     std::unique_ptr<TRecordStore> editBuf;
-    quint64 editSerial = 0; // counts edits, so a late blob stream cannot write into a newer one
-    std::vector<quint8> changed;
+    quint64 editSerial = 0;      // counts edits, so a late blob stream cannot write into a newer one
+    std::vector<quint8> changed; // per store column (hidden ones included)
     qint64 editRecord = -1;
     qint64 insertBefore = -1;
     bool appending = false;
@@ -133,6 +134,8 @@ struct TDataSet::Private {
     TColumn& writeColumn(int field, qint64& r);
     void afterWrite(int field);
     TUpdateRequest makeRequest(TUpdateKind kind, qint64 record) const;
+    int rowIdColumn() const; // store column of the row identity, -1 when none
+    void storeResult(const TUpdateResult& res, qint64 record);
     static QString displayText(const TColumn& c, qint64 r, const TFieldDef& def, const QString& format);
 
     void onStoreEvent(StoreEvent ev, qint64 record);

@@ -223,6 +223,7 @@ void TOdbcDriver::OpenDataSet(const QString& sql, TDataSet& target) {
     if (!table.isEmpty()) {
         tableRec = Db().record(table);
         keys = PrimaryKey(table);
+        m_keys.insert(table.toCaseFolded(), keys);
     }
     TFieldDefs defs(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i) {
@@ -290,6 +291,36 @@ void TOdbcDriver::OpenDataSet(const QString& sql, TDataSet& target) {
 
 TUpdateResult TOdbcDriver::ApplyUpdate(const TUpdateRequest& request) {
     if (!request.Fields) throw EDatabaseError(QStringLiteral("更新请求没有字段"));
+    // A savepoint (or a transaction of its own) around the change: a change
+    // refused after it ran must leave the table as it was.
+    QSqlDatabase db = Db();
+    const bool own = m_level == 0;
+    if (own) {
+        Notify(QStringLiteral("BEGIN TRANSACTION"));
+        if (!db.transaction()) throw EDatabaseError(errorText(db.lastError()));
+    } else {
+        Execute(QStringLiteral("SAVE TRANSACTION lnq_post"));
+    }
+    TUpdateResult result;
+    try {
+        result = ApplyInSavepoint(request);
+        if (own) {
+            Notify(QStringLiteral("COMMIT TRANSACTION"));
+            if (!db.commit()) throw EDatabaseError(errorText(db.lastError()));
+        }
+    } catch (...) {
+        if (own) {
+            db.rollback();
+        } else {
+            QSqlQuery undo(db);
+            undo.exec(QStringLiteral("ROLLBACK TRANSACTION lnq_post"));
+        }
+        throw;
+    }
+    return result;
+}
+
+TUpdateResult TOdbcDriver::ApplyInSavepoint(const TUpdateRequest& request) {
     const TFieldDefs& fields = *request.Fields;
     const size_t n = fields.size();
     QString table = request.BaseTable;
@@ -303,7 +334,7 @@ TUpdateResult TOdbcDriver::ApplyUpdate(const TUpdateRequest& request) {
     if (table.isEmpty()) throw EDatabaseError(QStringLiteral("无法更新: 查询没有可更新的基表"));
 
     auto belongs = [&](size_t i) {
-        return fields[i].Kind == TFieldKind::fkData && !fields[i].BaseTable.isEmpty() &&
+        return fields[i].Kind == TFieldKind::fkData && !fields[i].Hidden && !fields[i].BaseTable.isEmpty() &&
                fields[i].BaseTable.compare(table, Qt::CaseInsensitive) == 0;
     };
     auto column = [&](size_t i) {
@@ -315,14 +346,22 @@ TUpdateResult TOdbcDriver::ApplyUpdate(const TUpdateRequest& request) {
     QStringList where;
     QVariantList whereArgs;
     if (request.Kind != TUpdateKind::ukInsert) {
-        bool hasKey = false;
+        // The key identifies the row only when the select holds all of it.
+        QStringList held;
         for (size_t i = 0; i < n; ++i)
-            hasKey = hasKey || (belongs(i) && fields[i].IsKey);
+            if (belongs(i) && fields[i].IsKey) held << column(i);
+        const auto known = m_keys.constFind(table.toCaseFolded());
+        bool hasKey = !held.isEmpty();
+        if (known != m_keys.constEnd())
+            for (const QString& k : *known)
+                hasKey = hasKey && held.contains(k, Qt::CaseInsensitive);
         for (size_t i = 0; i < n; ++i) {
             if (!belongs(i) || (hasKey && !fields[i].IsKey)) continue;
             const TStorageKind k = StorageKindOf(fields[i].DataType);
-            // text / image columns cannot be compared on the server.
-            if (!hasKey && (k == TStorageKind::Bytes || fields[i].DataType == TFieldType::ftMemo)) continue;
+            // text / ntext / image / xml columns cannot be compared on the server.
+            if (!hasKey && (k == TStorageKind::Bytes || fields[i].DataType == TFieldType::ftMemo ||
+                            fields[i].DataType == TFieldType::ftFmtMemo))
+                continue;
             const QVariant old = valueAt(request.OldValues, i);
             if (old.isNull())
                 where << bracket(column(i)) + QStringLiteral(" IS NULL");

@@ -1,10 +1,24 @@
 #pragma once
 // SQL Server through Qt's QODBC driver (unixODBC + FreeTDS). SQL text is sent
 // as written: the server speaks the framework's dialect.
+//
+// Which row a posted change writes: a select of one table learns that
+// table's primary key from the server's catalog (SQLPrimaryKeys) when it is
+// opened. When the select holds every key column, the change finds its row
+// by the key values as read; otherwise by all the values as read (ADO's
+// "all columns" criteria; text, ntext, image and xml columns cannot be
+// compared and are left out). The server has no row identity the select
+// could carry unseen, as the embedded driver's rowid is. Each change runs in
+// a savepoint (its own transaction when none is open) and is undone and
+// refused when it met no row ("无法为更新定位行...") or more than one
+// ("键列信息不足或不正确。更新影响到多行。"), so identical rows are never
+// written together.
 
 #include "data/DbDriver.h"
 
+#include <QHash>
 #include <QSqlDatabase>
+#include <QStringList>
 
 namespace lnq {
 
@@ -27,9 +41,13 @@ public:
 private:
     QSqlDatabase Db() const;
     QStringList PrimaryKey(const QString& table);
+    TUpdateResult ApplyInSavepoint(const TUpdateRequest& request);
 
     QString m_name; // QSqlDatabase connection name, unique per driver
     int m_level = 0;
+    // Primary key columns of the tables opened selects came from (case-folded
+    // table name), as the catalog gave them at the last open.
+    QHash<QString, QStringList> m_keys;
 };
 
 // The table of a single-table SELECT ("select ... from T [where|order|group ...]"),

@@ -121,6 +121,8 @@ void TInterfacedADOConnection::SaveStream(const QString& owner, const QString& f
     const QByteArray data = readWhole(stream);
     const auto ds = ExecuteWithQuery(kFileSaveQuery + QuotedStr(fileName));
     if (ds->RecordCount() != 0) {
+        // Further rows of the same name stay as they are: the post finds the
+        // first one by its identity (key or rowid), not by the name.
         ds->First();
         ds->Edit();
     } else {
@@ -164,18 +166,19 @@ void TInterfacedADOConnection::LoadStream(QString& owner, const QString& fileNam
 bool TInterfacedADOConnection::SetProperty(const QString& table, const QString& keyField,
                                            const QString& keyValue, bool share, const QString& allowedUsers,
                                            const QString& allowedGroups, const QString& description) {
-    const QString where = QStringLiteral(" where ") + keyField + QStringLiteral("=") + QuotedStr(keyValue);
-    {
-        const auto ds = ExecuteWithQuery(
-            QStringLiteral("select bShare,vAllowedUsers,vAllowedGroups,vDescription from ") + table + where);
-        if (ds->Bof() && ds->Eof()) return false;
-    }
-    // The four columns carry no key to post an edit by, so the row is
-    // written by the same condition that found it.
-    ExecuteNonQuery(QStringLiteral("update ") + table + QStringLiteral(" set bShare=") +
-                    (share ? QStringLiteral("1") : QStringLiteral("0")) + QStringLiteral(",vAllowedUsers=") +
-                    QuotedStr(allowedUsers) + QStringLiteral(",vAllowedGroups=") + QuotedStr(allowedGroups) +
-                    QStringLiteral(",vDescription=") + QuotedStr(description) + where);
+    const auto ds = ExecuteWithQuery(
+        QStringLiteral("select bShare,vAllowedUsers,vAllowedGroups,vDescription from ") + table +
+        QStringLiteral(" where ") + keyField + QStringLiteral("=") + QuotedStr(keyValue));
+    if (ds->Bof() && ds->Eof()) return false;
+    // The first matching row only: the dataset's row identity (not the key
+    // value, which other rows may share) tells the database which one.
+    ds->First();
+    ds->Edit();
+    ds->FieldByName(QStringLiteral("bShare")).SetAsBoolean(share);
+    ds->FieldByName(QStringLiteral("vAllowedUsers")).SetAsString(allowedUsers);
+    ds->FieldByName(QStringLiteral("vAllowedGroups")).SetAsString(allowedGroups);
+    ds->FieldByName(QStringLiteral("vDescription")).SetAsString(description);
+    ds->Post();
     return true;
 }
 

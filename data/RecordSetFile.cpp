@@ -13,7 +13,8 @@
 //           integers i64, booleans u8, floats and date-times f64 (IEEE),
 //           texts and bytes as u32 length + bytes (texts in UTF-8)
 //   crc     u32      CRC-32 (IEEE) of everything before it
-// "text" is u32 byte length + UTF-8. Calculated columns are not written.
+// "text" is u32 byte length + UTF-8. Calculated columns are not written, nor
+// are hidden ones (a database's row identity means nothing in a file).
 
 #include "data/RecordStore.h"
 
@@ -162,7 +163,9 @@ private:
 void writeRecordSet(QIODevice& out, const TRecordStore& s) {
     std::vector<int> cols;
     for (int c = 0; c < s.columnCount(); ++c)
-        if (s.defs[static_cast<size_t>(c)].Kind == TFieldKind::fkData) cols.push_back(c);
+        if (s.defs[static_cast<size_t>(c)].Kind == TFieldKind::fkData &&
+            !s.defs[static_cast<size_t>(c)].Hidden)
+            cols.push_back(c);
     const std::vector<qint32> rows = s.naturalOrder();
 
     Writer w(out);

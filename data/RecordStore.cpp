@@ -193,7 +193,9 @@ void TRecordStore::copyCell(int col, qint64 dst, const TRecordStore& src, qint64
 
 // Floats read as text the way the platform shows them: 15 significant digits,
 // so a stored 0.1 + 0.2 reads "0.3" and money sums do not show binary noise.
-QString formatFloat(double v) { return FloatToStr(v); }
+QString formatFloat(double v) {
+    return FloatToStr(v);
+}
 
 QString formatDateTime(TFieldType t, TDateTime v) {
     const QDateTime dt = DateTimeToQt(v);

@@ -261,7 +261,7 @@ TSqliteDriver::TSqliteDriver(const QString& file, int busyTimeoutMs) : m_file(fi
 }
 
 TSqliteDriver::~TSqliteDriver() {
-    // The dialect's cached statements go before the handle they belong to.
+    // The cached statements go before the handle they belong to.
     m_dialect.reset();
     if (m_db) {
         if (!sqlite3_get_autocommit(m_db)) sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
@@ -305,19 +305,33 @@ bool TSqliteDriver::ReturnsRows(const QString& sql) {
 
 void TSqliteDriver::OpenDataSet(const QString& sql, TDataSet& target) {
     Notify(sql);
-    TsqlPrepared p = m_dialect->PrepareQuery(sql);
+    // A posted change finds its row by the rowid when the dataset holds it,
+    // so that a select without the table's key still edits exactly the row
+    // it read (ADO fetches hidden key columns for the same reason).
+    const TsqlPrepared p = m_dialect->PrepareQuery(sql, true);
     sqlite3_stmt* stmt = p.stmt;
-    const int n = sqlite3_column_count(stmt);
     // The first step runs the statement: errors surface here, before the
     // dataset is touched, and a statement without columns has done its work.
     int rc = sqlite3_step(stmt);
     if (rc != SQLITE_ROW && rc != SQLITE_DONE) Fail();
+    const int n = sqlite3_column_count(stmt);
     if (n == 0) throw EDatabaseError(QStringLiteral("CommandText 不返回结果集"));
 
+    // Dataset columns are the statement's; the rowid (last) is hidden.
     TFieldDefs defs(static_cast<size_t>(n));
-    std::vector<Reader> readers(static_cast<size_t>(n));
+    std::vector<Reader> readers(static_cast<size_t>(n), Reader::Integer);
     for (int i = 0; i < n; ++i) {
         TFieldDef& def = defs[static_cast<size_t>(i)];
+        if (i == p.rowIdColumn) {
+            def.Name = utf8(sqlite3_column_name(stmt, i));
+            def.DataType = TFieldType::ftLargeint;
+            def.Hidden = true;
+            def.IsRowId = true;
+            def.ReadOnly = true;
+            def.BaseTable = p.baseTable;
+            def.BaseColumn = def.Name;
+            continue;
+        }
         def.Name = utf8(sqlite3_column_name(stmt, i));
         QString declared;
         if (static_cast<size_t>(i) < p.declaredTypes.size())
@@ -453,8 +467,8 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
 
     auto belongs = [&](size_t i) {
         const TFieldDef& f = fields[i];
-        return f.Kind == TFieldKind::fkData &&
-               (f.BaseTable.isEmpty() ? false : f.BaseTable.compare(table, Qt::CaseInsensitive) == 0);
+        return f.Kind == TFieldKind::fkData && !f.Hidden && !f.BaseTable.isEmpty() &&
+               f.BaseTable.compare(table, Qt::CaseInsensitive) == 0;
     };
     auto column = [&](size_t i) {
         return fields[i].BaseColumn.isEmpty() ? fields[i].Name : fields[i].BaseColumn;
@@ -462,25 +476,37 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
     auto valueAt = [](const std::vector<QVariant>& v, size_t i) { return i < v.size() ? v[i] : QVariant(); };
     auto changed = [&](size_t i) { return i < request.Changed.size() && request.Changed[i]; };
 
-    // WHERE of a modify or delete: the key columns, else the rowid, else every
-    // comparable column as read.
+    // The name the request's rowid column reads the rowid by ("rowid" unless
+    // the table has a column of that name).
+    QString rowIdName;
+    for (const TFieldDef& f : fields)
+        if (f.IsRowId && (f.BaseTable.isEmpty() || f.BaseTable.compare(table, Qt::CaseInsensitive) == 0)) {
+            rowIdName = f.BaseColumn.isEmpty() ? QStringLiteral("rowid") : f.BaseColumn;
+            break;
+        }
+
+    // WHERE of a modify or delete: the rowid, else the key columns, else every
+    // comparable column as read (ADO's "all columns" criteria). A WHERE that
+    // meets more than one row is refused below, inside the savepoint.
     QStringList where;
     std::vector<std::pair<QVariant, TFieldType>> whereArgs;
-    if (request.Kind != TUpdateKind::ukInsert) {
-        for (size_t i = 0; i < n; ++i) {
-            if (!belongs(i) || !fields[i].IsKey) continue;
-            const QVariant old = valueAt(request.OldValues, i);
-            if (old.isNull())
-                where << quoteIdent(column(i)) + QStringLiteral(" IS NULL");
-            else {
-                where << quoteIdent(column(i)) + QStringLiteral("=?");
-                whereArgs.emplace_back(old, fields[i].DataType);
-            }
+    auto matchOld = [&](size_t i) {
+        const QVariant old = valueAt(request.OldValues, i);
+        if (old.isNull())
+            where << quoteIdent(column(i)) + QStringLiteral(" IS NULL");
+        else {
+            where << quoteIdent(column(i)) + QStringLiteral("=?");
+            whereArgs.emplace_back(old, fields[i].DataType);
         }
-        if (where.isEmpty() && request.RowId.isValid() && !request.RowId.isNull()) {
-            where << QStringLiteral("rowid=?");
+    };
+    if (request.Kind != TUpdateKind::ukInsert) {
+        if (!rowIdName.isEmpty() && request.RowId.isValid() && !request.RowId.isNull()) {
+            where << quoteIdent(rowIdName) + QStringLiteral("=?");
             whereArgs.emplace_back(request.RowId, TFieldType::ftLargeint);
         }
+        if (where.isEmpty())
+            for (size_t i = 0; i < n; ++i)
+                if (belongs(i) && fields[i].IsKey) matchOld(i);
         if (where.isEmpty()) {
             for (size_t i = 0; i < n; ++i) {
                 if (!belongs(i)) continue;
@@ -488,13 +514,7 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
                 if (k == TStorageKind::Bytes || fields[i].DataType == TFieldType::ftMemo ||
                     fields[i].DataType == TFieldType::ftFmtMemo)
                     continue;
-                const QVariant old = valueAt(request.OldValues, i);
-                if (old.isNull())
-                    where << quoteIdent(column(i)) + QStringLiteral(" IS NULL");
-                else {
-                    where << quoteIdent(column(i)) + QStringLiteral("=?");
-                    whereArgs.emplace_back(old, fields[i].DataType);
-                }
+                matchOld(i);
             }
         }
         if (where.isEmpty()) throw EDatabaseError(RowNotLocatedMessage());
@@ -560,6 +580,8 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
     // Read the new row back for what the database chose: the identity and
     // the defaults of the columns the insert left out.
     TUpdateResult result;
+    const qint64 rowid = sqlite3_last_insert_rowid(m_db);
+    if (!rowIdName.isEmpty()) result.RowId = QVariant(static_cast<qlonglong>(rowid));
     std::vector<size_t> reread;
     QStringList cols;
     for (size_t i = 0; i < n; ++i) {
@@ -570,9 +592,11 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
         cols << quoteIdent(column(i));
     }
     if (reread.empty()) return result;
-    const qint64 rowid = sqlite3_last_insert_rowid(m_db);
+    if (rowIdName.isEmpty()) rowIdName = m_dialect->RowIdName(table);
+    if (rowIdName.isEmpty()) return result; // every name of the rowid is a column
     const QString select = QStringLiteral("SELECT ") + cols.join(QLatin1Char(',')) +
-                           QStringLiteral(" FROM ") + quoteIdent(table) + QStringLiteral(" WHERE rowid=?");
+                           QStringLiteral(" FROM ") + quoteIdent(table) + QStringLiteral(" WHERE ") +
+                           quoteIdent(rowIdName) + QStringLiteral("=?");
     Notify(select);
     Stmt rs;
     const QByteArray stext = select.toUtf8();

@@ -6,6 +6,12 @@
 // Rows are stepped straight into the dataset's typed columns (no per-cell
 // QVariant). Date-times are stored as text "yyyy-MM-dd HH:mm:ss[.zzz]", the
 // form SQLite's date functions and the dialect layer read.
+//
+// A select whose rows are rows of one rowid table (no DISTINCT, grouping,
+// aggregate or compound select) and whose columns lack the table's primary
+// key also loads the rowid, as a hidden column of the dataset; posted changes
+// find their row by it, so even rows with identical visible values are told
+// apart. Changes are refused when they meet no row or several.
 
 #include "data/DbDriver.h"
 

@@ -17,7 +17,8 @@ TsqlPrepared::~TsqlPrepared() {
 }
 
 TsqlPrepared::TsqlPrepared(TsqlPrepared&& o) noexcept
-    : stmt(o.stmt), declaredTypes(std::move(o.declaredTypes)), baseTable(std::move(o.baseTable)) {
+    : stmt(o.stmt), declaredTypes(std::move(o.declaredTypes)), baseTable(std::move(o.baseTable)),
+      rowIdColumn(o.rowIdColumn) {
     o.stmt = nullptr;
 }
 
@@ -28,6 +29,7 @@ TsqlPrepared& TsqlPrepared::operator=(TsqlPrepared&& o) noexcept {
         o.stmt = nullptr;
         declaredTypes = std::move(o.declaredTypes);
         baseTable = std::move(o.baseTable);
+        rowIdColumn = o.rowIdColumn;
     }
     return *this;
 }
@@ -41,6 +43,9 @@ struct Entry {
     Translation translation;
 };
 
+// A SQL text and whether its translation carries the rowid.
+using Key = std::pair<QString, bool>;
+
 } // namespace
 
 struct TsqlDialect::Private {
@@ -49,8 +54,8 @@ struct TsqlDialect::Private {
     sqlite3_stmt* schemaVersion = nullptr;
     int knownSchemaVersion = -1;
     // LRU: most recent at the front.
-    std::list<std::pair<QString, std::shared_ptr<const Entry>>> lru;
-    QHash<QString, decltype(lru)::iterator> index;
+    std::list<std::pair<Key, std::shared_ptr<const Entry>>> lru;
+    QHash<Key, decltype(lru)::iterator> index;
 
     explicit Private(sqlite3* d) : db(d), schema(d) {}
     ~Private() { sqlite3_finalize(schemaVersion); }
@@ -80,14 +85,14 @@ struct TsqlDialect::Private {
         }
     }
 
-    std::shared_ptr<const Entry> cached(const QString& sql) {
+    std::shared_ptr<const Entry> cached(const Key& sql) {
         auto it = index.find(sql);
         if (it == index.end()) return nullptr;
         lru.splice(lru.begin(), lru, *it);
         return (*it)->second;
     }
 
-    void remember(const QString& sql, std::shared_ptr<const Entry> e) {
+    void remember(const Key& sql, std::shared_ptr<const Entry> e) {
         lru.emplace_front(sql, std::move(e));
         index.insert(sql, lru.begin());
         if (lru.size() > kCacheCapacity) {
@@ -109,14 +114,15 @@ struct TsqlDialect::Private {
         return stmts;
     }
 
-    std::shared_ptr<const Entry> translateOne(const QString& tsql) {
+    std::shared_ptr<const Entry> translateOne(const QString& tsql, bool withRowId = false) {
         checkSchemaVersion();
-        if (auto e = cached(tsql)) return e;
+        const Key key(tsql, withRowId);
+        if (auto e = cached(key)) return e;
         std::vector<StmtPtr> stmts = parseOne(tsql);
         auto e = std::make_shared<Entry>();
-        e->translation = translateStatement(*stmts[0], schema);
+        e->translation = translateStatement(*stmts[0], schema, withRowId);
         // DDL changes the schema version once run; caching it would only be dropped again.
-        if (!e->translation.changesSchema) remember(tsql, e);
+        if (!e->translation.changesSchema) remember(key, e);
         return e;
     }
 
@@ -193,8 +199,8 @@ TsqlDialect::TsqlDialect(sqlite3* db) : d(std::make_unique<Private>(db)) {
 
 TsqlDialect::~TsqlDialect() = default;
 
-TsqlPrepared TsqlDialect::PrepareQuery(const QString& tsql) {
-    const auto entry = d->translateOne(tsql);
+TsqlPrepared TsqlDialect::PrepareQuery(const QString& tsql, bool withRowId) {
+    const auto entry = d->translateOne(tsql, withRowId);
     const Translation& t = entry->translation;
     if (t.statements.size() != 1)
         throw ETsqlError(t.statements.isEmpty()
@@ -216,13 +222,14 @@ TsqlPrepared TsqlDialect::PrepareQuery(const QString& tsql) {
         p.declaredTypes.push_back(type);
     }
     p.baseTable = t.baseTable;
+    if (t.rowIdAppended) p.rowIdColumn = n - 1;
     return p;
 }
 
 void TsqlDialect::ExecuteBatch(const QString& tsql) {
     // A batch of one plain statement reuses the cached translation.
     d->checkSchemaVersion();
-    if (auto e = d->cached(tsql)) {
+    if (auto e = d->cached({tsql, false})) {
         for (const QString& sql : e->translation.statements)
             d->run(sql);
         return;
@@ -236,7 +243,7 @@ void TsqlDialect::ExecuteBatch(const QString& tsql) {
         if (e->translation.changesSchema)
             d->clearCaches();
         else
-            d->remember(tsql, std::move(e));
+            d->remember({tsql, false}, std::move(e));
         return;
     }
     for (const StmtPtr& s : stmts)
@@ -247,6 +254,11 @@ QString TsqlDialect::Translate(const QString& tsql) {
     const auto entry = d->translateOne(tsql);
     const QStringList& st = entry->translation.statements;
     return st.size() == 1 ? st.first() : st.join(QStringLiteral(";\n"));
+}
+
+QString TsqlDialect::RowIdName(const QString& table) {
+    d->checkSchemaVersion();
+    return d->schema.table(table)->rowIdName;
 }
 
 qint64 TsqlDialect::LastIdentity() const {

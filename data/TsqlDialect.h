@@ -66,6 +66,7 @@ struct TsqlPrepared {
     sqlite3_stmt* stmt = nullptr;       // owned by the holder of TsqlPrepared (finalize)
     std::vector<QString> declaredTypes; // per result column: declared or inferred type ("" unknown)
     QString baseTable;                  // the table of a single-table select, "" otherwise
+    int rowIdColumn = -1;               // result column holding baseTable's rowid, -1 when none
     ~TsqlPrepared();
     TsqlPrepared() = default;
     TsqlPrepared(TsqlPrepared&&) noexcept;
@@ -82,12 +83,21 @@ public:
 
     // Exactly one statement that may return rows; a second statement after
     // ";" raises ETsqlError. Translations are cached per SQL text.
-    TsqlPrepared PrepareQuery(const QString& tsql);
+    // withRowId: a select whose rows are rows of one rowid table (no
+    // DISTINCT, grouping, aggregate, compound select or CTE) and whose
+    // columns lack the table's whole primary key gets the rowid as its last
+    // result column, named as the table addresses it (RowIdName), so that a
+    // change can find exactly the row read.
+    TsqlPrepared PrepareQuery(const QString& tsql, bool withRowId = false);
     // A batch, executed statement by statement (IF EXISTS ... / DROP / CREATE /
     // INSERT / UPDATE / DELETE ...), rows discarded.
     void ExecuteBatch(const QString& tsql);
     // The SQLite text of one statement (for tests and diagnostics).
     QString Translate(const QString& tsql);
+
+    // The name table's rowid goes by ("rowid", or "_rowid_" / "oid" when a
+    // column takes "rowid"); "" for views, tables without rowid and unknown tables.
+    QString RowIdName(const QString& table);
 
     // Last identity value (@@IDENTITY / SCOPE_IDENTITY()).
     qint64 LastIdentity() const;

@@ -8,6 +8,7 @@
 #include "data/TsqlLexer.h"
 #include "data/TsqlParser.h"
 
+#include <algorithm>
 #include <sqlite3.h>
 
 namespace lnq::tsql {
@@ -87,11 +88,10 @@ TableInfoPtr Schema::table(const QString& name) {
     TableInfo info;
     std::vector<ColInfo> cols;
     if (!m_master) {
-        if (sqlite3_prepare_v3(
-                m_db,
-                "SELECT name, sql FROM sqlite_master WHERE type IN ('table','view') AND name = ?1 "
-                "COLLATE NOCASE",
-                -1, SQLITE_PREPARE_PERSISTENT, &m_master, nullptr) != SQLITE_OK ||
+        if (sqlite3_prepare_v3(m_db,
+                               "SELECT name, sql, type = 'table' FROM sqlite_master "
+                               "WHERE type IN ('table','view') AND name = ?1 COLLATE NOCASE",
+                               -1, SQLITE_PREPARE_PERSISTENT, &m_master, nullptr) != SQLITE_OK ||
             sqlite3_prepare_v3(m_db, "SELECT name, type, pk FROM pragma_table_info(?1)", -1,
                                SQLITE_PREPARE_PERSISTENT, &m_columns, nullptr) != SQLITE_OK) {
             const QString msg = QString::fromUtf8(sqlite3_errmsg(m_db));
@@ -103,10 +103,12 @@ TableInfoPtr Schema::table(const QString& name) {
     sqlite3_reset(m_master);
     sqlite3_bind_text16(m_master, 1, name.utf16(), int(name.size() * 2), SQLITE_TRANSIENT);
     QString ddl;
+    bool isTable = false;
     if (sqlite3_step(m_master) == SQLITE_ROW) {
         info.exists = true;
         info.name = columnText(m_master, 0);
         ddl = columnText(m_master, 1);
+        isTable = sqlite3_column_int(m_master, 2) != 0;
     }
     sqlite3_reset(m_master);
     if (info.exists) {
@@ -121,6 +123,7 @@ TableInfoPtr Schema::table(const QString& name) {
             c.type = typeOfDeclared(c.decl);
             if (sqlite3_column_int(m_columns, 2) > 0) {
                 ++pkCount;
+                info.key << c.name;
                 c.identity =
                     autoincrement && c.decl.compare(QLatin1String("INTEGER"), Qt::CaseInsensitive) == 0;
             }
@@ -135,6 +138,19 @@ TableInfoPtr Schema::table(const QString& name) {
             } else {
                 c.identity = false;
             }
+        }
+        // SQLite answers for the rowid under any of its names no column takes,
+        // and only for a table that has one (not WITHOUT ROWID).
+        for (const char* name : {"rowid", "_rowid_", "oid"}) {
+            const QLatin1String n(name);
+            if (std::any_of(cols.begin(), cols.end(),
+                            [&](const ColInfo& c) { return c.name.compare(n, Qt::CaseInsensitive) == 0; }))
+                continue;
+            if (isTable &&
+                sqlite3_table_column_metadata(m_db, "main", info.name.toUtf8().constData(), name, nullptr,
+                                              nullptr, nullptr, nullptr, nullptr) == SQLITE_OK)
+                info.rowIdName = n;
+            break;
         }
     }
     info.cols = std::make_shared<const std::vector<ColInfo>>(std::move(cols));
@@ -266,7 +282,7 @@ enum class SysView { None, SysObjects, SysObjectsNew, SysTables, InfoTables, Inf
 
 class Translator {
 public:
-    explicit Translator(Schema& schema) : m_schema(schema) {}
+    Translator(Schema& schema, bool withRowId) : m_schema(schema), m_withRowId(withRowId) {}
 
     Translation statement(const Stmt& s);
     QString condition(const Expr& e) {
@@ -277,6 +293,8 @@ public:
 private:
     Schema& m_schema;
     std::vector<CteDef> m_ctes;
+    const bool m_withRowId;
+    QString m_rowIdItem; // select item the next core() appends (the rowid)
 
     // -------------------------------------------------------------- names
     QString tableName(const QStringList& parts) {
@@ -566,6 +584,8 @@ private:
 
     QString core(const SelectCore& c, Scope& sc, std::vector<OutCol>& outs, bool dedupe,
                  const std::vector<ColInfo>* coerce) {
+        // Taken first: nested selects of this core must not see it.
+        const QString rowIdItem = std::exchange(m_rowIdItem, QString());
         QString from;
         if (!c.from.empty()) from = QStringLiteral(" FROM ") + fromClause(c.from, sc);
         const bool collateText = dedupe || c.distinct;
@@ -626,6 +646,7 @@ private:
             items << e;
             outs.push_back(std::move(o));
         }
+        if (!rowIdItem.isEmpty()) items << rowIdItem;
         QString sql = QStringLiteral("SELECT ");
         if (c.distinct) sql += QStringLiteral("DISTINCT ");
         sql += items.join(QStringLiteral(", ")) + from;
@@ -1647,18 +1668,59 @@ private:
     }
 
     // -------------------------------------------------------------- statements
+    // An aggregate outside OVER (...) and outside nested selects makes a
+    // select return groups instead of its table's rows.
+    static bool usesAggregate(const Expr& e) {
+        if (e.kind == EK::Window) return false;
+        if (e.kind == EK::Func && e.parts.size() == 1 && isAggregate(asciiUpper(e.parts[0]))) return true;
+        return std::any_of(e.args.begin(), e.args.end(),
+                           [](const ExprPtr& a) { return a && usesAggregate(*a); });
+    }
+
+    // The rowid as a select item of a select whose rows are rows of table,
+    // when they need it to be told apart: "" for a grouping select, one that
+    // holds the whole key, a view or a table without rowid.
+    QString rowIdItem(const Select& sel, const TableRef& table) {
+        const SelectCore& c = sel.cores[0];
+        if (c.distinct || !c.groupBy.empty() || c.having) return {};
+        const TableInfoPtr info = m_schema.table(tableName(table.name));
+        if (info->rowIdName.isEmpty()) return {};
+        QStringList held;
+        for (const SelectItem& it : c.items) {
+            if (it.star)
+                for (const ColInfo& ci : *info->cols)
+                    held << ci.name;
+            else if (usesAggregate(*it.expr))
+                return {};
+            else if (it.expr->kind == EK::Column)
+                held << it.expr->parts.last();
+        }
+        for (const OrderItem& o : sel.orderBy)
+            if (usesAggregate(*o.expr)) return {};
+        if (!info->key.isEmpty() && std::all_of(info->key.begin(), info->key.end(), [&](const QString& k) {
+                return held.contains(k, Qt::CaseInsensitive);
+            }))
+            return {};
+        return quoteIdent(table.alias.isEmpty() ? tableName(table.name) : table.alias) + u'.' +
+               info->rowIdName + QStringLiteral(" AS ") + info->rowIdName;
+    }
+
     Translation selectStatement(const Stmt& s) {
         Translation t;
+        const Select& sel = *s.select;
+        if (sel.ctes.empty() && sel.cores.size() == 1 && !sel.cores[0].paren &&
+            sel.cores[0].from.size() == 1 && sel.cores[0].from[0]->kind == TableRef::Named &&
+            sysView(sel.cores[0].from[0]->name) == SysView::None) {
+            t.baseTable = tableName(sel.cores[0].from[0]->name);
+            if (m_withRowId) m_rowIdItem = rowIdItem(sel, *sel.cores[0].from[0]);
+        }
+        t.rowIdAppended = !m_rowIdItem.isEmpty();
         std::vector<OutCol> outs;
         t.statements << select(*s.select, nullptr, &outs);
         t.returnsRows = true;
         for (const OutCol& o : outs)
             t.columnTypes.push_back(o.decl);
-        const Select& sel = *s.select;
-        if (sel.ctes.empty() && sel.cores.size() == 1 && !sel.cores[0].paren &&
-            sel.cores[0].from.size() == 1 && sel.cores[0].from[0]->kind == TableRef::Named &&
-            sysView(sel.cores[0].from[0]->name) == SysView::None)
-            t.baseTable = tableName(sel.cores[0].from[0]->name);
+        if (t.rowIdAppended) t.columnTypes.push_back(QStringLiteral("INTEGER"));
         return t;
     }
 
@@ -2025,13 +2087,13 @@ public:
 
 } // namespace
 
-Translation translateStatement(const Stmt& stmt, Schema& schema) {
-    Translator t(schema);
+Translation translateStatement(const Stmt& stmt, Schema& schema, bool withRowId) {
+    Translator t(schema, withRowId);
     return t.dispatch(stmt);
 }
 
 QString translateCondition(const Expr& cond, Schema& schema) {
-    Translator t(schema);
+    Translator t(schema, false);
     return t.condition(cond);
 }
 

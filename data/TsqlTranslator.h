@@ -38,6 +38,9 @@ struct TableInfo {
     QString name;    // as created
     ColumnList cols; // never null
     bool hasIdentity = false;
+    QStringList key;   // primary key columns
+    QString rowIdName; // how to name the rowid: "rowid", or "_rowid_" / "oid" when a
+                       // column takes "rowid"; "" for views and tables without rowid
 };
 using TableInfoPtr = std::shared_ptr<const TableInfo>;
 
@@ -66,12 +69,15 @@ struct Translation {
     QStringList statements;
     std::vector<QString> columnTypes; // per result column, for statements returning rows
     QString baseTable;
+    bool rowIdAppended = false; // the last result column is the base table's rowid
     bool returnsRows = false;
     bool changesSchema = false;
 };
 
 // Statements other than IF and BEGIN...END blocks (the batch runner walks those).
-Translation translateStatement(const Stmt& stmt, Schema& schema);
+// withRowId appends the rowid of a select's base table when the select's rows
+// are rows of that one table and its columns do not hold the whole key.
+Translation translateStatement(const Stmt& stmt, Schema& schema, bool withRowId = false);
 // "SELECT CASE WHEN cond THEN 1 ELSE 0 END" for an IF condition.
 QString translateCondition(const Expr& cond, Schema& schema);
 

@@ -261,14 +261,16 @@ QString fixedText(long double value, int decimals) {
         m = digits.substr(0, std::size_t(keep));
         if (digits[std::size_t(keep)] >= '5') {
             int i = keep - 1;
-            while (i >= 0 && m[std::size_t(i)] == '9') m[std::size_t(i--)] = '0';
+            while (i >= 0 && m[std::size_t(i)] == '9')
+                m[std::size_t(i--)] = '0';
             if (i < 0)
                 m.insert(m.begin(), '1');
             else
                 ++m[std::size_t(i)];
         }
     }
-    while (m.size() > std::size_t(decimals) + 1 && m[0] == '0') m.erase(0, 1);
+    while (m.size() > std::size_t(decimals) + 1 && m[0] == '0')
+        m.erase(0, 1);
     if (m.size() < std::size_t(decimals) + 1) m.insert(0, std::size_t(decimals) + 1 - m.size(), '0');
     std::string out = m.substr(0, m.size() - std::size_t(decimals));
     if (decimals > 0) out += '.' + m.substr(m.size() - std::size_t(decimals));

@@ -11,9 +11,11 @@
 #include <QFontMetrics>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
+#include <QTimer>
 
 #include <utility>
 
@@ -98,6 +100,8 @@ public:
         return QTableView::edit(index, trigger, event);
     }
     void scrollTo(const QModelIndex& index, ScrollHint hint) override { m_grid.scrollTo(index, hint); }
+    // The title band's height follows the grid (fixed rows, HeaderHeight).
+    void RefreshGeometries() { updateGeometries(); }
 
 protected:
     bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override {
@@ -113,13 +117,14 @@ protected:
         verticalScrollBar()->setValue(m_grid.verticalScrollBar()->value());
     }
     void mousePressEvent(QMouseEvent* event) override {
-        const QModelIndex index = indexAt(event->position().toPoint());
-        if (index.isValid() && m_grid.OnSelectCell && index != currentIndex()) {
-            bool can = true;
-            m_grid.OnSelectCell(index.column(), index.row(), can);
-            if (!can) return;
-        }
+        if (!m_grid.selectCellAllowed(indexAt(event->position().toPoint()))) return;
         QTableView::mousePressEvent(event);
+    }
+    void mouseMoveEvent(QMouseEvent* event) override {
+        if ((event->buttons() & Qt::LeftButton) &&
+            !m_grid.selectCellAllowed(indexAt(event->position().toPoint())))
+            return;
+        QTableView::mouseMoveEvent(event);
     }
 
 private:
@@ -185,7 +190,8 @@ TLNQCustomGrid::TLNQCustomGrid(QWidget* parent) : QTableView(parent) {
     connect(verticalScrollBar(), &QScrollBar::valueChanged, m_frozen->verticalScrollBar(),
             &QScrollBar::setValue);
     connect(verticalHeader(), &QHeaderView::sectionResized, this, [this](int logical, int, int size) {
-        if (!m_frozen->isRowHidden(logical)) m_frozen->verticalHeader()->resizeSection(logical, size);
+        if (m_frozen && !m_frozen->isRowHidden(logical))
+            m_frozen->verticalHeader()->resizeSection(logical, size);
     });
 
     for (QHeaderView* h : {static_cast<QHeaderView*>(m_header), m_frozen->horizontalHeader()}) {
@@ -209,6 +215,30 @@ TLNQCustomGrid::TLNQCustomGrid(QWidget* parent) : QTableView(parent) {
     m_footer->hide();
     m_popups = std::make_unique<TLNQGridPopups>(*this, this);
 
+    // Mouse sizing and moving: the title bands and the fixed cells (the
+    // frozen view covers the fixed columns) report to the grid.
+    for (QWidget* w :
+         {m_header->viewport(), m_frozen->horizontalHeader()->viewport(), m_frozen->viewport()}) {
+        w->installEventFilter(this);
+        w->setMouseTracking(true); // the sizing cursor
+    }
+    m_dragTimer = new QTimer(this);
+    m_dragTimer->setInterval(50);
+    connect(m_dragTimer, &QTimer::timeout, this, &TLNQCustomGrid::dragScrollTick);
+    m_moveMark = new QWidget(this);
+    m_moveMark->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_moveMark->setAutoFillBackground(true);
+    QPalette markPalette = m_moveMark->palette();
+    markPalette.setColor(QPalette::Window, Qt::black);
+    m_moveMark->setPalette(markPalette);
+    m_moveMark->hide();
+    // Pinned fixed rows are painted by the header widgets.
+    connect(m_model, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& topLeft, const QModelIndex& bottomRight) {
+                if (pinnedRowCount() > 0 && topLeft.row() <= pinnedRowCount() && bottomRight.row() >= 1)
+                    invalidateBands();
+            });
+
     SetColCount(2);
     SetRowCount(5);
     applyOptions();
@@ -218,10 +248,14 @@ TLNQCustomGrid::TLNQCustomGrid(QWidget* parent) : QTableView(parent) {
 TLNQCustomGrid::~TLNQCustomGrid() {
     // The pop-ups, bands and the frozen view talk to this grid; they are cut
     // off before the widget base tears the children down.
+    m_dragTimer->stop();
+    m_drag = {};
     m_popups.reset();
     m_header->DetachSource();
-    m_frozen->Header()->DetachSource();
     m_footer->DetachSource();
+    // Cleared before the delete: the frozen view's widgets still send
+    // events (to eventFilter) while it is being torn down.
+    delete std::exchange(m_frozen, nullptr);
     m_model->FlagsHook = nullptr;
     m_model->HeaderHook = nullptr;
 }
@@ -369,8 +403,11 @@ void TLNQCustomGrid::SetColCount(int count) {
 void TLNQCustomGrid::SetRowCount(int count) {
     count = std::max(0, count);
     if (count == RowCount()) return;
+    // As with the platform's grid, the fixed rows give way to fewer rows.
+    if (count > 0 && m_fixedRows >= count) m_fixedRows = count - 1;
     m_model->SetRowCount(count);
     ensureTitleRowHidden();
+    syncPinnedRows(std::clamp(m_fixedRows, 1, std::max(1, count)) - 1);
     if (!currentIndex().isValid() && count > 1 && ColCount() > m_fixedCols)
         setCurrentIndex(m_model->index(std::max(1, m_fixedRows), m_fixedCols));
 }
@@ -391,7 +428,53 @@ void TLNQCustomGrid::SetFixedCols(int count) {
 void TLNQCustomGrid::SetFixedRows(int count) {
     count = std::clamp(count, 0, std::max(0, RowCount() - 1));
     m_fixedRows = count;
+    syncPinnedRows(std::max(1, count) - 1);
     RefreshCells();
+    const QModelIndex cur = currentIndex();
+    if (cur.isValid() && cur.row() < firstScrollRow() && firstScrollRow() < RowCount())
+        setCurrentIndex(m_model->index(firstScrollRow(), cur.column()));
+}
+
+int TLNQCustomGrid::pinnedRowCount() const {
+    return int(m_pinnedHeights.size());
+}
+
+int TLNQCustomGrid::pinnedRowsHeight() const {
+    int h = 0;
+    for (int v : m_pinnedHeights)
+        h += v;
+    return h;
+}
+
+int TLNQCustomGrid::firstScrollRow() const {
+    return std::max(1, m_fixedRows);
+}
+
+void TLNQCustomGrid::syncPinnedRows(int want) {
+    if (!m_frozen) return;
+    want = std::clamp(want, 0, std::max(0, RowCount() - 1));
+    const int had = pinnedRowCount();
+    if (want == had) return;
+    QHeaderView* vh = verticalHeader();
+    // Released rows scroll again at their height; the frozen view is shown
+    // first so that the main view's resize reaches it.
+    for (int r = want + 1; r <= had && r < RowCount(); ++r) {
+        const int h = m_pinnedHeights[size_t(r - 1)];
+        m_frozen->setRowHidden(r, false);
+        setRowHidden(r, false);
+        vh->resizeSection(r, h);
+        m_frozen->verticalHeader()->resizeSection(r, h);
+    }
+    m_pinnedHeights.resize(size_t(std::max(want, 0)), m_defaultRowHeight);
+    // Newly pinned rows keep the height they had; the frozen view is hidden
+    // first so that it does not take the hidden row's zero size.
+    for (int r = had + 1; r <= want; ++r) {
+        m_pinnedHeights[size_t(r - 1)] = vh->isSectionHidden(r) ? m_defaultRowHeight : vh->sectionSize(r);
+        m_frozen->setRowHidden(r, true);
+        setRowHidden(r, true);
+    }
+    updateHeaderVisibility();
+    invalidateBands();
 }
 
 void TLNQCustomGrid::SetLockedCols(int count) {
@@ -406,11 +489,19 @@ void TLNQCustomGrid::SetLockedCols(int count) {
 int TLNQCustomGrid::RowHeights(int row) const {
     if (row == 0) return m_headerHeight;
     if (row < 0 || row >= RowCount()) return m_defaultRowHeight;
+    if (row <= pinnedRowCount()) return m_pinnedHeights[size_t(row - 1)];
     return verticalHeader()->sectionSize(row);
 }
 
 void TLNQCustomGrid::SetRowHeights(int row, int height) {
     if (row <= 0 || row >= RowCount() || height < 1) return;
+    if (row <= pinnedRowCount()) {
+        if (m_pinnedHeights[size_t(row - 1)] == height) return;
+        m_pinnedHeights[size_t(row - 1)] = height;
+        updateHeaderVisibility();
+        invalidateBands();
+        return;
+    }
     verticalHeader()->resizeSection(row, height);
 }
 
@@ -473,6 +564,7 @@ void TLNQCustomGrid::SetRow(int row) {
 void TLNQCustomGrid::FocusCell(int col, int row) {
     if (col < 0 || row < 0 || col >= ColCount() || row >= RowCount()) return;
     const QModelIndex index = m_model->index(row, col);
+    if (index != currentIndex() && !SelectCell(col, row)) return;
     setCurrentIndex(index);
     if (!currentIndex().isValid() || currentIndex() != index) {
         // Cells the selection model refuses (fixed ones) still become current.
@@ -482,12 +574,21 @@ void TLNQCustomGrid::FocusCell(int col, int row) {
 
 int TLNQCustomGrid::TopRow() const {
     const int r = rowAt(0);
-    return r < 0 ? std::max(1, m_fixedRows) : r;
+    return r < 0 ? firstScrollRow() : r;
 }
 
 void TLNQCustomGrid::SetTopRow(int row) {
-    if (row < 1 || row >= RowCount()) return;
-    QTableView::scrollTo(m_model->index(row, std::min(Col(), ColCount() - 1)), PositionAtTop);
+    if (row < firstScrollRow() || row >= RowCount()) return;
+    executeDelayedItemsLayout();
+    // Rows scroll one by one; the hidden ones (the title row and the pinned
+    // fixed rows, all above the data) are not counted.
+    int hidden = 0;
+    for (int r = 0; r < row; ++r)
+        if (isRowHidden(r))
+            ++hidden;
+        else
+            break;
+    verticalScrollBar()->setValue(row - hidden);
 }
 
 int TLNQCustomGrid::LeftCol() const {
@@ -528,8 +629,53 @@ int TLNQCustomGrid::VisibleRowCount() const {
 
 QRect TLNQCustomGrid::CellRect(int col, int row) const {
     if (col < 0 || row < 0 || col >= ColCount() || row >= RowCount()) return {};
-    const int x = col < FrozenCols() ? m_header->sectionPosition(col) : columnViewportPosition(col);
-    return QRect(x, rowViewportPosition(row), columnWidth(col), rowHeight(row));
+    const int h = row >= 1 && row <= pinnedRowCount() ? RowHeights(row) : rowHeight(row);
+    return QRect(columnLeft(col), rowTop(row), columnWidth(col), h);
+}
+
+int TLNQCustomGrid::rowTop(int row) const {
+    if (row >= 1 && row <= pinnedRowCount()) {
+        int y = -pinnedRowsHeight();
+        for (int r = 1; r < row; ++r)
+            y += m_pinnedHeights[size_t(r - 1)];
+        return y;
+    }
+    return rowViewportPosition(row);
+}
+
+int TLNQCustomGrid::rowAtY(int y) const {
+    if (y >= 0) return rowAt(y);
+    int top = -pinnedRowsHeight();
+    for (int r = 1; r <= pinnedRowCount(); ++r) {
+        const int h = m_pinnedHeights[size_t(r - 1)];
+        if (y >= top && y < top + h) return r;
+        top += h;
+    }
+    return -1;
+}
+
+int TLNQCustomGrid::columnLeft(int col) const {
+    return col < FrozenCols() ? m_header->sectionPosition(col) : columnViewportPosition(col);
+}
+
+int TLNQCustomGrid::columnAtX(int x) const {
+    const int frozen = FrozenCols();
+    if (x >= 0 && x < frozenWidth()) {
+        for (int c = 0; c < frozen; ++c) {
+            if (m_header->isSectionHidden(c)) continue;
+            const int left = m_header->sectionPosition(c);
+            if (x >= left && x < left + m_header->sectionSize(c)) return c;
+        }
+        return -1;
+    }
+    return columnAt(x);
+}
+
+int TLNQCustomGrid::fixedWidth() const {
+    int w = 0;
+    for (int c = 0; c < std::min(m_fixedCols, ColCount()); ++c)
+        if (!m_header->isSectionHidden(c)) w += m_header->sectionSize(c);
+    return w;
 }
 
 void TLNQCustomGrid::MoveColumn(int from, int to) {
@@ -554,8 +700,17 @@ void TLNQCustomGrid::MoveColumn(int from, int to) {
 void TLNQCustomGrid::MoveRow(int from, int to) {
     // The title row never moves, and nothing moves into its place.
     if (from < 1 || to < 1 || from >= RowCount() || to >= RowCount() || from == to) return;
+    // Pinning follows the row numbers, not the rows: release, move, pin.
+    const int pinned = pinnedRowCount();
+    const bool touchesPinned = std::min(from, to) <= pinned;
+    if (touchesPinned) syncPinnedRows(0);
     m_model->MoveRow(from, to);
+    if (touchesPinned) syncPinnedRows(pinned);
     Q_EMIT OnRowMoved(this, from, to);
+}
+
+TGridState TLNQCustomGrid::GridState() const {
+    return m_drag.Pending ? gsNormal : m_drag.State;
 }
 
 // -------------------------------------------------------- options and looks
@@ -574,7 +729,8 @@ void TLNQCustomGrid::applyOptions() {
         v->horizontalHeader()->setSectionResizeMode(
             m_options.testFlag(TGridOption::goColSizing) ? QHeaderView::Interactive : QHeaderView::Fixed);
     }
-    m_header->setSectionsMovable(m_options.testFlag(TGridOption::goColMoving));
+    // Columns and rows are moved by the grid's own dragging (eventFilter),
+    // which keeps the fixed columns in place.
     setTabKeyNavigation(m_options.testFlag(TGridOption::goTabs));
     applyEditTriggers();
     RefreshCells();
@@ -603,14 +759,20 @@ void TLNQCustomGrid::SetDblEqual(bool on) {
 
 void TLNQCustomGrid::SetHeaderHeight(int height) {
     m_headerHeight = std::max(0, height);
-    const bool show = m_headerHeight >= 1;
+    updateHeaderVisibility();
+    invalidateBands();
+}
+
+void TLNQCustomGrid::updateHeaderVisibility() {
+    if (!m_frozen) return;
+    // The band holds the titles and the pinned fixed rows.
+    const bool show = BandHeight(true) >= 1;
     m_header->setVisible(show);
     m_frozen->horizontalHeader()->setVisible(show);
     m_header->updateGeometry();
     m_frozen->horizontalHeader()->updateGeometry();
     updateGeometries();
-    m_frozen->updateGeometry();
-    invalidateBands();
+    m_frozen->RefreshGeometries();
 }
 
 void TLNQCustomGrid::SetHeaderColor(const QColor& color) {
@@ -764,15 +926,40 @@ THeaderPaintStyle TLNQCustomGrid::BandStyle(bool header) const {
 }
 
 int TLNQCustomGrid::BandHeight(bool header) const {
-    return header ? m_headerHeight : (m_gridTail ? m_gridTailHeight : 0);
+    return header ? m_headerHeight + pinnedRowsHeight() : (m_gridTail ? m_gridTailHeight : 0);
 }
 
 void TLNQCustomGrid::BandPainted(bool header) {
-    if (header) Q_EMIT OnDrawHeader(this);
+    if (header && m_headerHeight >= 1) Q_EMIT OnDrawHeader(this);
+}
+
+void TLNQCustomGrid::PaintFixedRows(QPainter& painter, const QRect& exposed) {
+    const int pinned = pinnedRowCount();
+    if (pinned == 0) return;
+    const QList<THeaderColumn> cols = HeaderColumns();
+    QStyleOptionViewItem option;
+    option.initFrom(this);
+    option.state = QStyle::State_Enabled;
+    int y = m_headerHeight;
+    for (int r = 1; r <= pinned; ++r) {
+        const int h = m_pinnedHeights[size_t(r - 1)];
+        if (y < exposed.bottom() + 1 && y + h > exposed.top()) {
+            for (const THeaderColumn& c : cols) {
+                if (c.ScrolledOut || c.Width <= 0) continue;
+                option.rect = QRect(c.Left, y, c.Width, h);
+                if (!option.rect.intersects(exposed)) continue;
+                painter.save();
+                painter.setClipRect(option.rect, Qt::IntersectClip);
+                PaintCell(&painter, option, m_model->index(r, c.Index));
+                painter.restore();
+            }
+        }
+        y += h;
+    }
 }
 
 void TLNQCustomGrid::invalidateBands() {
-    if (!m_footer) return; // still being built
+    if (!m_footer || !m_frozen) return; // still being built, or going away
     m_header->viewport()->update();
     m_frozen->horizontalHeader()->viewport()->update();
     m_footer->update();
@@ -781,11 +968,13 @@ void TLNQCustomGrid::invalidateBands() {
 void TLNQCustomGrid::RefreshCells() {
     viewport()->update();
     if (m_frozen) m_frozen->viewport()->update();
+    if (pinnedRowCount() > 0) invalidateBands();
 }
 
 // ------------------------------------------------------- view geometry
 
 void TLNQCustomGrid::applyWidth(int col) {
+    if (!m_frozen) return;
     const int w = GetColumnWidth(col);
     const bool wasSyncing = m_syncing;
     m_syncing = true;
@@ -817,7 +1006,7 @@ void TLNQCustomGrid::syncFrozen() {
 }
 
 void TLNQCustomGrid::ensureTitleRowHidden() {
-    if (RowCount() < 1) return;
+    if (!m_frozen || RowCount() < 1) return;
     setRowHidden(0, true);
     m_frozen->setRowHidden(0, true);
 }
@@ -895,12 +1084,20 @@ void TLNQCustomGrid::resizeEvent(QResizeEvent* event) {
 }
 
 void TLNQCustomGrid::scrollContentsBy(int dx, int dy) {
+    const int top = TopRow();
+    const int left = LeftCol();
     QTableView::scrollContentsBy(dx, dy);
     if (dx != 0) {
         // Groups and frozen columns do not move with the pixels: lay out again.
         invalidateBands();
     }
-    Q_EMIT OnTopLeftChanged(this);
+    emitTopLeftIfChanged(top, left);
+}
+
+void TLNQCustomGrid::emitTopLeftIfChanged(int oldTop, int oldLeft) {
+    // Columns scroll by the pixel: only a change of the first row or column
+    // on screen is news.
+    if (TopRow() != oldTop || LeftCol() != oldLeft) Q_EMIT OnTopLeftChanged(this);
 }
 
 void TLNQCustomGrid::scrollTo(const QModelIndex& index, ScrollHint hint) {
@@ -920,25 +1117,37 @@ void TLNQCustomGrid::scrollTo(const QModelIndex& index, ScrollHint hint) {
 QModelIndex TLNQCustomGrid::moveCursor(CursorAction cursorAction, Qt::KeyboardModifiers modifiers) {
     const QModelIndex target = QTableView::moveCursor(cursorAction, modifiers);
     const QModelIndex cur = currentIndex();
-    if (target.isValid() && target != cur && OnSelectCell) {
-        bool can = true;
-        OnSelectCell(target.column(), target.row(), can);
-        if (!can) return cur;
-    }
+    if (target.isValid() && target != cur && !SelectCell(target.column(), target.row())) return cur;
     return target;
 }
 
+bool TLNQCustomGrid::SelectCell(int ACol, int ARow) {
+    bool can = true;
+    if (OnSelectCell) OnSelectCell(ACol, ARow, can);
+    return can;
+}
+
+bool TLNQCustomGrid::selectCellAllowed(const QModelIndex& index) {
+    // Cells that cannot become current by mouse (fixed ones) are not asked.
+    if (!index.isValid() || index == currentIndex() || !(index.flags() & Qt::ItemIsEnabled)) return true;
+    return SelectCell(index.column(), index.row());
+}
+
 void TLNQCustomGrid::mousePressEvent(QMouseEvent* event) {
-    const QModelIndex index = indexAt(event->position().toPoint());
-    if (index.isValid() && OnSelectCell && index != currentIndex()) {
-        bool can = true;
-        OnSelectCell(index.column(), index.row(), can);
-        if (!can) {
-            event->accept();
-            return;
-        }
+    if (!selectCellAllowed(indexAt(event->position().toPoint()))) {
+        event->accept();
+        return;
     }
     QTableView::mousePressEvent(event);
+}
+
+void TLNQCustomGrid::mouseMoveEvent(QMouseEvent* event) {
+    // Dragging a selection moves the current cell too: the same veto.
+    if ((event->buttons() & Qt::LeftButton) && !selectCellAllowed(indexAt(event->position().toPoint()))) {
+        event->accept();
+        return;
+    }
+    QTableView::mouseMoveEvent(event);
 }
 
 void TLNQCustomGrid::contextMenuEvent(QContextMenuEvent* event) {
@@ -974,6 +1183,7 @@ int TLNQCustomGrid::DigitWidth() const {
 // ----------------------------------------------------------- header clicks
 
 void TLNQCustomGrid::headerClicked(int logical) {
+    if (!m_pressInTitle) return; // a fixed row under the titles
     TGridCol* col = GridCols().Items(logical);
     if (col && col->Sortable()) TitleClick(logical);
 }
@@ -991,6 +1201,7 @@ void TLNQCustomGrid::TitleClick(int col) {
 }
 
 void TLNQCustomGrid::headerDoubleClicked(int logical) {
+    if (!m_pressInTitle) return;
     bool canLock = true;
     if (OnHeaderDblClick) OnHeaderDblClick(logical, canLock, QApplication::keyboardModifiers());
     if (!canLock || logical < m_fixedCols) return;
@@ -1024,13 +1235,303 @@ void TLNQCustomGrid::fitColumn(int col) {
 void TLNQCustomGrid::headerSectionResized(QHeaderView* header, int logical, int newSize) {
     // Only a user's drag counts; sections hidden or moved by the grid itself
     // report sizes too.
-    if (m_syncing || logical < 0 || logical >= ColCount() || header->isSectionHidden(logical)) return;
+    if (!m_frozen || m_syncing || logical < 0 || logical >= ColCount() || header->isSectionHidden(logical))
+        return;
     if (GetColumnWidth(logical) < 0) return; // hidden stays hidden
     if (size_t(logical) >= m_colWidths.size()) m_colWidths.resize(logical + 1, m_defaultColWidth);
     m_colWidths[logical] = newSize;
     applyWidth(logical);
     updateFrozenGeometry();
     invalidateBands();
+}
+
+// ------------------------------------------------- mouse sizing and moving
+
+namespace {
+// Half-width of the zone around a row divider that grabs it.
+constexpr int kRowGrip = 3;
+} // namespace
+
+bool TLNQCustomGrid::eventFilter(QObject* watched, QEvent* event) {
+    if (m_frozen && m_footer) {
+        const bool header =
+            watched == m_header->viewport() || watched == m_frozen->horizontalHeader()->viewport();
+        if (header || watched == m_frozen->viewport()) {
+            switch (event->type()) {
+            case QEvent::MouseButtonPress:
+            case QEvent::MouseButtonDblClick:
+            case QEvent::MouseMove:
+            case QEvent::MouseButtonRelease:
+                if (gridMouseEvent(static_cast<QWidget*>(watched), static_cast<QMouseEvent*>(event), header))
+                    return true;
+                break;
+            default:
+                break;
+            }
+        }
+    }
+    return QTableView::eventFilter(watched, event);
+}
+
+bool TLNQCustomGrid::gridMouseEvent(QWidget* source, QMouseEvent* event, bool header) {
+    const QPoint local = event->position().toPoint();
+    const QPoint p = viewport()->mapFrom(this, source->mapTo(this, local));
+    const bool dragging = !m_drag.Source.isNull();
+    switch (event->type()) {
+    case QEvent::MouseButtonDblClick:
+        if (header) m_pressInTitle = local.y() < m_headerHeight;
+        return dragging;
+    case QEvent::MouseButtonPress: {
+        if (dragging) return true;
+        if (header) m_pressInTitle = local.y() < m_headerHeight;
+        if (event->button() != Qt::LeftButton) return false;
+        // A title divider belongs to the header view (goColSizing).
+        if (header && onColumnSizingHandle(static_cast<QHeaderView*>(source->parentWidget()), local.x()))
+            return false;
+        if (const int r = rowDividerAt(p); r > 0) {
+            beginDrag(gsRowSizing, r, source, p, false);
+            return true;
+        }
+        if (header) {
+            if (!m_options.testFlag(TGridOption::goColMoving)) return false;
+            const int c = columnAtX(p.x());
+            if (c < m_fixedCols || c >= ColCount()) return false;
+            // Becomes a move once dragged; a release before that is a click.
+            beginDrag(gsColMoving, c, source, p, true);
+            return true;
+        }
+        if (!m_options.testFlag(TGridOption::goRowMoving) || p.x() >= fixedWidth()) return false;
+        const int r = rowAtY(p.y());
+        if (r < firstScrollRow()) return false;
+        beginDrag(gsRowMoving, r, source, p, true);
+        return true;
+    }
+    case QEvent::MouseMove:
+        if (dragging) {
+            if (source != m_drag.Source) return true;
+            if (!(event->buttons() & Qt::LeftButton)) {
+                // The release went elsewhere: drop the operation.
+                m_dragTimer->stop();
+                m_moveMark->hide();
+                m_drag = {};
+                updateSizingCursor(source, p);
+                return true;
+            }
+            dragTo(p);
+            return true;
+        }
+        if (event->buttons() == Qt::NoButton) updateSizingCursor(source, p);
+        return false;
+    case QEvent::MouseButtonRelease:
+        if (!dragging) return false;
+        if (source == m_drag.Source && event->button() == Qt::LeftButton) endDrag(p);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool TLNQCustomGrid::onColumnSizingHandle(QHeaderView* header, int x) const {
+    // The header view's own rule: near a section's right edge, or near its
+    // left edge when a shown section lies before it.
+    if (!header || !m_options.testFlag(TGridOption::goColSizing)) return false;
+    const int visual = header->visualIndexAt(x);
+    if (visual < 0) return false;
+    const int logical = header->logicalIndex(visual);
+    const int left = header->sectionViewportPosition(logical);
+    const int grip = header->style()->pixelMetric(QStyle::PM_HeaderGripMargin, nullptr, header);
+    if (x > left + header->sectionSize(logical) - grip) return true;
+    if (x < left + grip)
+        for (int v = visual - 1; v >= 0; --v)
+            if (!header->isSectionHidden(header->logicalIndex(v))) return true;
+    return false;
+}
+
+int TLNQCustomGrid::rowDividerAt(const QPoint& p) const {
+    // Rows are sized from the fixed columns only, as in the platform's grid.
+    if (!m_options.testFlag(TGridOption::goRowSizing) || p.x() < 0 || p.x() >= fixedWidth()) return -1;
+    const int r = rowAtY(p.y());
+    if (r >= 1) {
+        const int top = rowTop(r);
+        if (top + RowHeights(r) - p.y() <= kRowGrip) return r;
+        if (p.y() - top < kRowGrip) {
+            // The divider above: the row shown above r (the last pinned row
+            // over the first row on screen; none under the title band).
+            const int above = r <= pinnedRowCount() || r != TopRow() ? r - 1 : pinnedRowCount();
+            return above >= 1 ? above : -1;
+        }
+        return -1;
+    }
+    if (p.y() < 0) return -1;
+    // Just under the last row.
+    const int last = RowCount() - 1;
+    if (last < 1 || (last > pinnedRowCount() && isRowHidden(last))) return -1;
+    const int bottom = rowTop(last) + RowHeights(last);
+    return p.y() >= bottom && p.y() - bottom < kRowGrip ? last : -1;
+}
+
+void TLNQCustomGrid::updateSizingCursor(QWidget* w, const QPoint& p) {
+    const bool divider = rowDividerAt(p) > 0;
+    const bool shown = w->testAttribute(Qt::WA_SetCursor) && w->cursor().shape() == Qt::SplitVCursor;
+    if (divider && !shown)
+        w->setCursor(Qt::SplitVCursor);
+    else if (!divider && shown)
+        w->unsetCursor();
+}
+
+void TLNQCustomGrid::beginDrag(TGridState state, int index, QWidget* source, const QPoint& p, bool pending) {
+    m_drag = {};
+    m_drag.State = state;
+    m_drag.Pending = pending;
+    m_drag.Index = index;
+    m_drag.Target = index;
+    m_drag.Origin = p;
+    m_drag.Last = p;
+    m_drag.Source = source;
+    if (state == gsRowSizing) {
+        // Grid coordinates: a pinned row that grows moves the cells down.
+        m_drag.SizeFromY = viewport()->mapTo(this, p).y();
+        m_drag.SizeBase = RowHeights(index);
+        source->setCursor(Qt::SplitVCursor);
+        if (EditorMode()) HideEditor();
+    }
+}
+
+void TLNQCustomGrid::dragTo(const QPoint& p) {
+    m_drag.Last = p;
+    if (m_drag.Pending) {
+        if ((p - m_drag.Origin).manhattanLength() < QApplication::startDragDistance()) return;
+        m_drag.Pending = false;
+        if (EditorMode()) HideEditor(); // the edited cell is about to move
+    }
+    switch (m_drag.State) {
+    case gsRowSizing:
+        // Live, like the title dividers; a row keeps at least one pixel.
+        SetRowHeights(m_drag.Index,
+                      std::max(1, m_drag.SizeBase + viewport()->mapTo(this, p).y() - m_drag.SizeFromY));
+        return;
+    case gsColMoving:
+        m_drag.Target = columnDropTarget(p.x());
+        break;
+    case gsRowMoving:
+        m_drag.Target = rowDropTarget(p.y());
+        break;
+    default:
+        return;
+    }
+    showMoveMark();
+    if (dragScrollDirection() == 0)
+        m_dragTimer->stop();
+    else if (!m_dragTimer->isActive())
+        m_dragTimer->start();
+}
+
+void TLNQCustomGrid::endDrag(const QPoint& p) {
+    dragTo(p);
+    m_dragTimer->stop();
+    m_moveMark->hide();
+    const TMouseDrag d = std::exchange(m_drag, TMouseDrag{});
+    if (d.Source) updateSizingCursor(d.Source, p);
+    if (d.Pending) {
+        if (d.State == gsColMoving) headerClicked(d.Index);
+        return;
+    }
+    if (d.Target < 0 || d.Target == d.Index) return;
+    if (d.State == gsColMoving)
+        MoveColumn(d.Index, d.Target);
+    else if (d.State == gsRowMoving)
+        MoveRow(d.Index, d.Target);
+}
+
+int TLNQCustomGrid::columnDropTarget(int x) const {
+    // The column under the mouse takes the moved one's place; past the
+    // right edge the last column on screen does.
+    const int width = viewport()->width();
+    int c = -1;
+    if (x >= width)
+        c = columnAtX(width - 1);
+    else if (x >= 0)
+        c = columnAtX(x);
+    if (c < 0 && x >= 0)
+        for (c = ColCount() - 1; c >= 0 && isColumnHidden(c); --c) {
+        }
+    if (c < m_fixedCols) {
+        // Nothing goes among the fixed columns: the first one after them.
+        const int first = columnAtX(fixedWidth());
+        c = first >= m_fixedCols ? first : m_drag.Index;
+    }
+    return c;
+}
+
+int TLNQCustomGrid::rowDropTarget(int y) const {
+    const int height = viewport()->height();
+    int r;
+    if (y < 0)
+        r = TopRow();
+    else if (y >= height)
+        r = rowAt(height - 1);
+    else
+        r = rowAt(y);
+    if (r < 0) r = RowCount() - 1;
+    return std::clamp(r, firstScrollRow(), std::max(firstScrollRow(), RowCount() - 1));
+}
+
+void TLNQCustomGrid::showMoveMark() {
+    // A bar on the side of the target where the moved column or row lands.
+    const QRect vp = viewport()->geometry();
+    const int t = m_drag.Target;
+    if (m_drag.State == gsColMoving) {
+        const int left = columnLeft(t);
+        const int edge = t > m_drag.Index ? left + columnWidth(t) : left;
+        const int top = m_header->isVisible() ? m_header->geometry().top() : vp.top();
+        m_moveMark->setGeometry(vp.left() + edge - 1, top, 2, vp.bottom() - top + 1);
+    } else {
+        const int top = rowTop(t);
+        const int edge = t > m_drag.Index ? top + rowHeight(t) : top;
+        m_moveMark->setGeometry(vp.left(), vp.top() + edge - 1, vp.width(), 2);
+    }
+    m_moveMark->show();
+    m_moveMark->raise();
+}
+
+int TLNQCustomGrid::dragScrollDirection() const {
+    if (m_drag.Source.isNull() || m_drag.Pending) return 0;
+    const QPoint p = m_drag.Last;
+    if (m_drag.State == gsColMoving) {
+        const QScrollBar* bar = horizontalScrollBar();
+        if (p.x() >= viewport()->width()) return bar->value() < bar->maximum() ? 1 : 0;
+        if (p.x() < fixedWidth() || p.x() < 0) return bar->value() > bar->minimum() ? -1 : 0;
+    } else if (m_drag.State == gsRowMoving) {
+        const QScrollBar* bar = verticalScrollBar();
+        if (p.y() >= viewport()->height()) return bar->value() < bar->maximum() ? 1 : 0;
+        if (p.y() < 0) return bar->value() > bar->minimum() ? -1 : 0;
+    }
+    return 0;
+}
+
+void TLNQCustomGrid::dragScrollTick() {
+    const int dir = dragScrollDirection();
+    if (dir == 0) {
+        m_dragTimer->stop();
+        return;
+    }
+    if (m_drag.State == gsColMoving) {
+        // One column a tick.
+        int c = LeftCol();
+        if (dir > 0) {
+            do
+                ++c;
+            while (c < ColCount() && isColumnHidden(c));
+        } else if (columnViewportPosition(c) >= frozenWidth()) {
+            do
+                --c;
+            while (c >= FrozenCols() && isColumnHidden(c));
+        }
+        if (c >= FrozenCols() && c < ColCount()) SetLeftCol(c);
+    } else {
+        verticalScrollBar()->setValue(verticalScrollBar()->value() + dir);
+    }
+    dragTo(m_drag.Last);
 }
 
 // ---------------------------------------------------------------- painting

@@ -17,11 +17,20 @@
 //  - typed in-place editing (TypeCheck, NumAdjust, pop-up editors, the "..."
 //    button, Enter navigation with AutoNext).
 //
+//  - fixed rows: FixedRows beyond the title row are pinned under the title
+//    band (the header widgets paint them, in FixedColor) and never scroll
+//    vertically; they scroll sideways with the columns;
+//  - the mouse operations of the platform's grid, each governed by its
+//    option: goColSizing (drag a title divider), goRowSizing (drag a row
+//    divider inside the fixed columns), goColMoving (drag a title; fixed
+//    columns stay and nothing is dropped among them), goRowMoving (drag a
+//    row by its fixed cell; fixed rows stay). A column or row dragged to the
+//    edge of the cells scrolls the grid. A title click that does not become
+//    a drag still sorts.
+//
 // Colours are QColors; the component defaults are kept (BKColor silver for
 // the area outside the cells, FixedColor and HeaderColor the button face).
-// FixedRows beyond the title row are painted in FixedColor but scroll with
-// the data. The footer band sits under the cells, above the horizontal
-// scroll bar.
+// The footer band sits under the cells, above the horizontal scroll bar.
 
 #include "grid/core/Ctrl_LNQCom.h"
 #include "grid/core/Ctrl_LNQGridEdit.h"
@@ -35,6 +44,7 @@
 #include <memory>
 
 class QCalendarWidget;
+class QTimer;
 
 namespace lnq {
 
@@ -113,6 +123,7 @@ public:
     int FrozenCols() const { return std::min(m_fixedCols + m_lockedCols, ColCount()); }
     int ColWidths(int col) const { return GetColumnWidth(col); }
     void SetColWidths(int col, int width) { SetColumnWidth(col, width); }
+    // Row 0 is the title row: its height is HeaderHeight and cannot be set.
     int RowHeights(int row) const;
     void SetRowHeights(int row, int height);
     int DefaultColWidth() const { return m_defaultColWidth; }
@@ -131,16 +142,28 @@ public:
     void SetCol(int col);
     void SetRow(int row);
     void FocusCell(int col, int row);
+    // The first data row on screen (rows under FixedRows never scroll);
+    // SetTopRow refuses fixed rows and stops where the last row is at the
+    // bottom.
     int TopRow() const;
     void SetTopRow(int row);
     int LeftCol() const;
     void SetLeftCol(int col);
     int VisibleColCount() const;
     int VisibleRowCount() const;
-    // Cell rectangle in viewport coordinates (frozen columns at their place).
+    // Cell rectangle in viewport coordinates (frozen columns at their place;
+    // fixed rows pinned under the title band lie above the viewport, at
+    // negative y).
     QRect CellRect(int col, int row) const;
+    // Moves a column with its cells, width and description (sort mark,
+    // CalcMode and the rest); OnColumnMoved. Program calls may move fixed
+    // columns; the user cannot.
     void MoveColumn(int from, int to);
+    // Moves a data row with its cells and height; OnRowMoved. Row 0 never
+    // moves.
     void MoveRow(int from, int to);
+    // gsNormal, or the mouse operation under way (sizing or moving).
+    TGridState GridState() const;
 
     // ---- options and looks
     TGridOptions Options() const { return m_options; }
@@ -241,6 +264,8 @@ public:
     std::function<void(TLNQCustomGrid* Sender, const QString& ColName)> OnLoadButtonColClick;
     std::function<void(int ACol, bool& CanLock, Qt::KeyboardModifiers AShift)> OnHeaderDblClick;
     std::function<void(int ACol, bool& CanLock, Qt::KeyboardModifiers AShift)> OnSizeLineDblClick;
+    // Asked before a cell becomes current (mouse, keys, drag selection and
+    // Col/Row/FocusCell); CanSelect starts true.
     std::function<void(int ACol, int ARow, bool& CanSelect)> OnSelectCell;
     std::function<void(int ACol, int ARow, QString& Value)> OnGetEditText;
 
@@ -249,6 +274,7 @@ Q_SIGNALS:
     void OnDrawHeader(lnq::TLNQCustomGrid* Sender);
     void OnDrawCell(lnq::TLNQCustomGrid* Sender, int ACol, int ARow, QPainter* Canvas, const QRect& Rect,
                     lnq::TGridDrawState State);
+    // TopRow or LeftCol changed.
     void OnTopLeftChanged(lnq::TLNQCustomGrid* Sender);
     void OnColumnMoved(lnq::TLNQCustomGrid* Sender, int FromIndex, int ToIndex);
     void OnRowMoved(lnq::TLNQCustomGrid* Sender, int FromIndex, int ToIndex);
@@ -270,6 +296,8 @@ protected:
     void StoreCellEditor(QWidget* editor, const QModelIndex& index);
     // Called when a title of a sortable column is clicked; sets the marks.
     virtual void TitleClick(int col);
+    // Whether the cell may become current: asks OnSelectCell.
+    virtual bool SelectCell(int ACol, int ARow);
     // Measures used by cell drawing (cached per font).
     int SampleTextHeight() const; // height of "Wg"
     int DigitWidth() const;       // width of "3"
@@ -284,14 +312,18 @@ protected:
     QModelIndex moveCursor(CursorAction cursorAction, Qt::KeyboardModifiers modifiers) override;
     void scrollContentsBy(int dx, int dy) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void changeEvent(QEvent* event) override;
+    // Sizing and moving by mouse on the title bands and the fixed cells.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     // TGridBandSource
     THeaderLayout BandLayout(bool header) const override;
     THeaderPaintStyle BandStyle(bool header) const override;
     int BandHeight(bool header) const override;
     void BandPainted(bool header) override;
+    void PaintFixedRows(QPainter& painter, const QRect& exposed) override;
     // TInplaceEditHost
     void EditorKeyPress(QChar& key) override;
     bool EditorKeyDown(int key, Qt::KeyboardModifiers modifiers) override;
@@ -329,6 +361,46 @@ private:
     void fitColumn(int col);
     void ensureTitleRowHidden();
     void invalidateBands();
+    void updateHeaderVisibility();
+    void emitTopLeftIfChanged(int oldTop, int oldLeft);
+    bool selectCellAllowed(const QModelIndex& index);
+
+    // Fixed rows pinned under the title band: rows 1 .. pinnedRowCount().
+    int pinnedRowCount() const;
+    int pinnedRowsHeight() const;
+    void syncPinnedRows(int want);
+    // Geometry in viewport coordinates, pinned rows included.
+    int rowTop(int row) const;
+    int rowAtY(int y) const;
+    int columnLeft(int col) const;
+    int columnAtX(int x) const;
+    int fixedWidth() const;
+    int firstScrollRow() const;
+
+    // Mouse operations (sizing and moving).
+    struct TMouseDrag {
+        TGridState State = gsNormal;
+        bool Pending = false; // pressed, not yet dragged far enough
+        int Index = -1;       // the row or column sized or moved
+        int Target = -1;      // where a moved one goes
+        QPoint Origin;        // viewport coordinates
+        QPoint Last;
+        int SizeFromY = 0;        // row sizing: the press in grid coordinates
+        int SizeBase = 0;         // and the row's height then
+        QPointer<QWidget> Source; // the widget that took the press
+    };
+    bool gridMouseEvent(QWidget* source, QMouseEvent* event, bool header);
+    bool onColumnSizingHandle(QHeaderView* header, int x) const;
+    int rowDividerAt(const QPoint& p) const;
+    void updateSizingCursor(QWidget* w, const QPoint& p);
+    void beginDrag(TGridState state, int index, QWidget* source, const QPoint& p, bool pending);
+    void dragTo(const QPoint& p);
+    void endDrag(const QPoint& p);
+    int columnDropTarget(int x) const;
+    int rowDropTarget(int y) const;
+    void showMoveMark();
+    int dragScrollDirection() const;
+    void dragScrollTick();
 
     TLNQCellModel* m_model = nullptr;
     TGridHeaderControl* m_headerControl = nullptr;
@@ -374,6 +446,12 @@ private:
     QPointer<QAbstractItemDelegate> m_editorDelegate;
     mutable int m_sampleHeight = -1;
     mutable int m_digitWidth = -1;
+
+    std::vector<int> m_pinnedHeights; // heights of the pinned rows 1..
+    TMouseDrag m_drag;
+    QTimer* m_dragTimer = nullptr;
+    QWidget* m_moveMark = nullptr;
+    bool m_pressInTitle = true; // the last header press was in the title band
 };
 
 // TLNQDrawGrid: the grid whose cells the program draws (OnDrawCell).

@@ -25,6 +25,7 @@ void TLNQGridHeaderView::paintEvent(QPaintEvent* event) {
     painter.fillRect(viewport()->rect(), palette().color(QPalette::Window));
     if (!m_source) return;
     PaintHeaderLayout(painter, m_source->BandLayout(true), m_source->BandStyle(true));
+    m_source->PaintFixedRows(painter, event->rect());
     painter.end();
     if (m_reportsPaint) m_source->BandPainted(true);
 }

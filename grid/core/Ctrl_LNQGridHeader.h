@@ -20,6 +20,12 @@ public:
     virtual int BandHeight(bool header) const = 0;
     // Called after the title band was painted (OnDrawHeader).
     virtual void BandPainted(bool header) = 0;
+    // Paints what the title band holds under the column titles (a grid's
+    // fixed rows), within BandHeight(true); nothing by default.
+    virtual void PaintFixedRows(QPainter& painter, const QRect& exposed) {
+        Q_UNUSED(painter);
+        Q_UNUSED(exposed);
+    }
 };
 
 // A horizontal header view that paints the two-level title band. Section

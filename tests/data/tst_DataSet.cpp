@@ -75,6 +75,7 @@ public:
     std::vector<std::vector<QVariant>> newValues;
     bool refuse = false;
     int nextId = 100;
+    qint64 nextRowId = 500;
     int loads = 0;
     std::function<void(TDataSet&)> loader;
 
@@ -85,6 +86,7 @@ protected:
         TUpdateResult r;
         if (request.Kind == TUpdateKind::ukInsert && request.NewValues[0].isNull())
             r.Assigned.emplace_back(0, QVariant(nextId++));
+        if (request.Kind == TUpdateKind::ukInsert) r.RowId = QVariant(qlonglong(nextRowId++));
         return r;
     }
     void DoOpen() override {
@@ -93,12 +95,36 @@ protected:
     }
 };
 
+// Name, a row identity (hidden, given between the fields), Qty: two rows
+// have the same visible values.
+void loadWithIdentity(TDataSet& ds) {
+    TFieldDef id = def(QStringLiteral("rid"), TFieldType::ftLargeint);
+    id.Hidden = true;
+    id.IsRowId = true;
+    TRecordSetBuilder& b = ds.BeginLoad({def(QStringLiteral("Name"), TFieldType::ftString, 10), id,
+                                         def(QStringLiteral("Qty"), TFieldType::ftInteger)});
+    const struct {
+        const char* name;
+        int rid, qty;
+    } rows[] = {{"a", 11, 1}, {"dup", 12, 3}, {"dup", 13, 3}};
+    for (const auto& r : rows) {
+        b.SetText(0, QString::fromLatin1(r.name));
+        b.SetInteger(1, r.rid);
+        b.SetInteger(2, r.qty);
+        b.EndRow();
+    }
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, b.SetInteger(3, 0)); // three loaded columns, no more
+    ds.EndLoad();
+}
+
 } // namespace
 
 class TestDataSet : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void typedFields_data();
+    void floatTextHasFifteenDigits_data();
+    void floatTextHasFifteenDigits();
     void typedFields();
     void nullReadsAsDefaults();
     void badTextRaisesConvertError();
@@ -131,6 +157,9 @@ private Q_SLOTS:
     void disableControlsBatches();
     void calculatedFields();
     void viewAccessReflectsEdit();
+    void hiddenColumnsAreNoFields();
+    void resolverGetsHiddenIdentity();
+    void copiesLeaveHiddenColumnsOut();
 };
 
 void TestDataSet::typedFields_data() {
@@ -213,6 +242,29 @@ void TestDataSet::typedFields() {
         ds.Post();
         QCOMPARE(f.AsVariant(), value);
     }
+}
+
+// Floats read as text with 15 significant digits, so arithmetic noise in
+// stored sums and balances never reaches grids, exports or SQL texts.
+void TestDataSet::floatTextHasFifteenDigits_data() {
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("sum noise") << 0.1 + 0.2 << "0.3";
+    QTest::newRow("money noise") << -13693.599999999999 << "-13693.6";
+    QTest::newRow("fifteen digits kept") << 123456789.012345 << "123456789.012345";
+    QTest::newRow("sixteenth digit rounds") << 0.1234567890123456 << "0.123456789012346";
+}
+
+void TestDataSet::floatTextHasFifteenDigits() {
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    TClientDataSet ds;
+    TRecordSetBuilder& b = ds.BeginLoad({def("F", TFieldType::ftFloat)});
+    b.SetFloat(0, value);
+    b.EndRow();
+    ds.EndLoad();
+    QCOMPARE(ds.FieldByName(QStringLiteral("F")).AsString(), text);
+    QCOMPARE(ds.FieldByName(QStringLiteral("F")).AsFloat(), value); // the value itself is untouched
 }
 
 void TestDataSet::nullReadsAsDefaults() {
@@ -1172,6 +1224,108 @@ void TestDataSet::viewAccessReflectsEdit() {
     QVERIFY(ds.IsNullAt(0, 99));
     QCOMPARE(ds.FieldByName(QStringLiteral("Name")).DisplayWidth(), 20);
     QCOMPARE(ds.FieldByName(QStringLiteral("Born")).DisplayWidth(), 10);
+}
+
+void TestDataSet::hiddenColumnsAreNoFields() {
+    TClientDataSet ds;
+    ds.AddCalculatedField(QStringLiteral("Twice"), TFieldType::ftInteger);
+    ds.SetOnCalcFields([](TDataSet& d) {
+        d.FieldByName(QStringLiteral("Twice"))
+            .SetAsInteger(d.FieldByName(QStringLiteral("Qty")).AsInteger() * 2);
+    });
+    loadWithIdentity(ds);
+    QCOMPARE(ds.FieldCount(), 3);
+    QCOMPARE(ds.FieldNames(), (QStringList{"Name", "Qty", "Twice"}));
+    QCOMPARE(ds.FieldDefs().size(), size_t(3));
+    QVERIFY(!ds.FindField(QStringLiteral("rid")));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.FieldByName(QStringLiteral("rid")));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Fields(3));
+    QCOMPARE(ds.Fields(1).FieldName(), QStringLiteral("Qty"));
+    QCOMPARE(ds.ValueAt(1, 1).toInt(), 3);
+    QCOMPARE(ds.ValueAt(2, 2).toInt(), 6);
+    QVERIFY(!ds.ValueAt(0, 3).isValid());
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Locate(QStringLiteral("rid"), 12));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.SetIndexFieldNames(QStringLiteral("rid")));
+    // Editing and posting in memory keep working around the hidden column.
+    ds.SetRecNo(3);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Qty")).SetAsInteger(4);
+    ds.Post();
+    QCOMPARE(ds.FieldByName(QStringLiteral("Twice")).AsInteger(), 8);
+    QCOMPARE(ds.ValueAt(1, 1).toInt(), 3);
+}
+
+void TestDataSet::resolverGetsHiddenIdentity() {
+    FakeResolverDataSet ds;
+    loadWithIdentity(ds);
+    ds.SetRecNo(3);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Qty")).SetAsInteger(4);
+    ds.Post();
+    {
+        const TUpdateRequest& m = ds.requests.back();
+        QCOMPARE(m.RowId.toLongLong(), 13);
+        QCOMPARE(m.Fields->size(), size_t(3));
+        QVERIFY(m.Fields->back().Hidden && m.Fields->back().IsRowId);
+        QCOMPARE(m.OldValues.back().toLongLong(), 13);
+        QCOMPARE(m.Changed, (std::vector<bool>{false, true, false}));
+    }
+
+    // A clone reads the same identities.
+    FakeResolverDataSet clone;
+    clone.Clone(ds);
+    clone.SetRecNo(2);
+    clone.Delete();
+    QCOMPARE(clone.requests.back().Kind, TUpdateKind::ukDelete);
+    QCOMPARE(clone.requests.back().RowId.toLongLong(), 12);
+
+    // An inserted row takes the identity the resolver hands back; the next
+    // edit of it is addressed by that identity.
+    ds.Append();
+    ds.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("dup"));
+    ds.FieldByName(QStringLiteral("Qty")).SetAsInteger(3);
+    ds.Post();
+    QVERIFY(!ds.requests.back().RowId.isValid());
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Qty")).SetAsInteger(7);
+    ds.Post();
+    QCOMPARE(ds.requests.back().Kind, TUpdateKind::ukModify);
+    QCOMPARE(ds.requests.back().RowId.toLongLong(), 500);
+    clone.Last();
+    clone.Edit();
+    clone.FieldByName(QStringLiteral("Qty")).SetAsInteger(8);
+    clone.Post();
+    QCOMPARE(clone.requests.back().RowId.toLongLong(), 500);
+    // A refused insert leaves no identity behind.
+    ds.refuse = true;
+    ds.Append();
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.Post());
+    ds.Cancel();
+    QCOMPARE(ds.RecordCount(), 3);
+}
+
+void TestDataSet::copiesLeaveHiddenColumnsOut() {
+    FakeResolverDataSet ds;
+    loadWithIdentity(ds);
+    TClientDataSet copy;
+    copy.CopyFrom(ds);
+    QCOMPARE(copy.FieldNames(), (QStringList{"Name", "Qty"}));
+    QCOMPARE(copy.RecordCount(), 3);
+
+    // Through the record-set file: the reloaded rows have no identity.
+    QBuffer file;
+    file.open(QIODevice::ReadWrite);
+    ds.SaveToStream(file);
+    file.seek(0);
+    FakeResolverDataSet loaded;
+    loaded.LoadFromStream(file);
+    QCOMPARE(loaded.FieldNames(), (QStringList{"Name", "Qty"}));
+    loaded.SetRecNo(2);
+    loaded.Edit();
+    loaded.FieldByName(QStringLiteral("Qty")).SetAsInteger(9);
+    loaded.Post();
+    QCOMPARE(loaded.requests.back().Fields->size(), size_t(2));
+    QVERIFY(!loaded.requests.back().RowId.isValid());
 }
 
 LNQ_TEST_MAIN_CORE(TestDataSet)

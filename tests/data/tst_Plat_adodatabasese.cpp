@@ -333,6 +333,42 @@ private Q_SLOTS:
         QVERIFY(!m_conn->StreamExists(QStringLiteral("C.BIN")));
     }
 
+    // Two stored rows of one name: saving replaces the first the query
+    // returns and leaves the other alone, whether the table has a key or the
+    // rows are told apart by their rowid only.
+    void saveEditsTheFirstOfEqualNames_data() {
+        QTest::addColumn<bool>("keyed");
+        QTest::newRow("table with a key") << true;
+        QTest::newRow("table without a key") << false;
+    }
+    void saveEditsTheFirstOfEqualNames() {
+        QFETCH(bool, keyed);
+        if (!keyed)
+            m_ado->ExecuteNative(QStringLiteral(
+                "DROP TABLE Sys_FileBase; CREATE TABLE Sys_FileBase (vFileName NVARCHAR(255) COLLATE NOCASE, "
+                "vExt NVARCHAR(50) COLLATE NOCASE, vOwner NVARCHAR(50), imgFileData IMAGE, bShare BIT "
+                "NOT NULL DEFAULT 0, vAllowedUsers NVARCHAR(2000), vAllowedGroups NVARCHAR(2000), "
+                "vDescription "
+                "NVARCHAR(500))"));
+        m_ado->Execute(
+            QStringLiteral("insert into Sys_FileBase (vFileName, vExt, vOwner, imgFileData) values "
+                           "('TWIN', '.DAT', 'ann', 0x01), ('TWIN', '.DAT', 'ann', 0x01)"));
+        save(QStringLiteral("bob"), QStringLiteral("TWIN.DAT"), QByteArray("new"));
+        const auto ds = m_conn->ExecuteWithQuery(
+            QStringLiteral("select vOwner, imgFileData from Sys_FileBase order by rowid"));
+        QCOMPARE(ds->RecordCount(), 2);
+        QCOMPARE(ds->FieldByName("vOwner").AsString(), QStringLiteral("bob"));
+        QCOMPARE(ds->FieldByName("imgFileData").AsBytes(), QByteArray("new"));
+        ds->Next();
+        QCOMPARE(ds->FieldByName("vOwner").AsString(), QStringLiteral("ann"));
+        QCOMPARE(ds->FieldByName("imgFileData").AsBytes(), QByteArray("\x01"));
+        // A new name is inserted, and saved again into its own row.
+        save(QStringLiteral("cy"), QStringLiteral("ONE.DAT"), QByteArray("1"));
+        save(QStringLiteral("cy"), QStringLiteral("ONE.DAT"), QByteArray("2"));
+        QCOMPARE(count(QStringLiteral("select count(*) from Sys_FileBase")), 3);
+        QCOMPARE(fileRow(QStringLiteral("ONE.DAT")).data, QByteArray("2"));
+    }
+
     // A database error anywhere in SaveStream leaves the stored rows as they were.
     void faultDuringSave_data() {
         QTest::addColumn<bool>("existing");
@@ -429,10 +465,42 @@ private Q_SLOTS:
         QCOMPARE(count(QStringLiteral("select count(*) from Cust where bShare = 1")), 1);
     }
 
+    // Two rows share the key value: "edit the first row" writes the first
+    // one the query returns, and only it (the rows are told apart by their
+    // identity, not by the key value).
+    void setPropertyEditsTheFirstMatchingRow() {
+        m_ado->Execute(QStringLiteral("insert into Cust (vName, bShare, vAllowedUsers, vAllowedGroups, "
+                                      "vDescription) values ('乙', 0, ',', '', '')"));
+        m_ado->SetStatementObserver([this](const QString& sql) { m_statements << sql; });
+        QVERIFY(m_conn->SetProperty(QStringLiteral("Cust"), QStringLiteral("vName"), QStringLiteral("乙"),
+                                    true, QStringLiteral(",u1,"), QStringLiteral("[G"),
+                                    QStringLiteral("第一")));
+        m_ado->SetStatementObserver({});
+        QCOMPARE(m_statements.first(),
+                 QStringLiteral("select bShare,vAllowedUsers,vAllowedGroups,vDescription "
+                                "from Cust where vName='乙'"));
+        QCOMPARE(
+            count(QStringLiteral("select count(*) from Cust where vName = '乙' and bShare = 1 and "
+                                 "vAllowedUsers = ',u1,' and vDescription = '第一' and iCustomerNo = 2")),
+            1);
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vName = '乙' and bShare = 0 and "
+                                      "vAllowedUsers = ',' and iCustomerNo = 4")),
+                 1);
+        // Setting it again hits the same row.
+        QVERIFY(m_conn->SetProperty(QStringLiteral("Cust"), QStringLiteral("vName"), QStringLiteral("乙"),
+                                    false, QStringLiteral(",u2,"), QString(), QString()));
+        QCOMPARE(count(QStringLiteral(
+                     "select count(*) from Cust where vAllowedUsers = ',u2,' and iCustomerNo = 2")),
+                 1);
+        QCOMPARE(count(QStringLiteral("select count(*) from Cust where vAllowedUsers = ',u2,'")), 1);
+    }
+
     void faultDuringSetProperty_data() {
         QTest::addColumn<int>("failAt");
         QTest::newRow("query") << 1;
-        QTest::newRow("update") << 2;
+        QTest::newRow("savepoint") << 2;
+        QTest::newRow("update") << 3;
+        QTest::newRow("release") << 4;
     }
     void faultDuringSetProperty() {
         QFETCH(int, failAt);

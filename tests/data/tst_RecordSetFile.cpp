@@ -126,6 +126,8 @@ private Q_SLOTS:
     void hostileCounts_data();
     void hostileCounts();
     void failedLoadKeepsDataset();
+    void hiddenColumnsAreNotWritten_data();
+    void hiddenColumnsAreNotWritten();
 };
 
 void TestRecordSetFile::roundTripAllTypes() {
@@ -286,6 +288,52 @@ void TestRecordSetFile::failedLoadKeepsDataset() {
     QVERIFY(a.Active());
     QCOMPARE(a.RecordCount(), 3);
     QCOMPARE(a.RecNo(), 3);
+}
+
+// A database's row identity means nothing in a file: hidden columns,
+// wherever the loader gave them, leave no trace in its bytes.
+void TestRecordSetFile::hiddenColumnsAreNotWritten_data() {
+    QTest::addColumn<int>("position");
+    QTest::newRow("first") << 0;
+    QTest::newRow("middle") << 1;
+    QTest::newRow("last") << 2;
+}
+
+void TestRecordSetFile::hiddenColumnsAreNotWritten() {
+    QFETCH(int, position);
+    auto load = [](TDataSet& ds, int hiddenAt) {
+        TFieldDefs defs = {def(QStringLiteral("名称"), TFieldType::ftString, 10),
+                           def(QStringLiteral("Qty"), TFieldType::ftInteger)};
+        if (hiddenAt >= 0) {
+            TFieldDef id = def(QStringLiteral("rowid"), TFieldType::ftLargeint);
+            id.Hidden = true;
+            id.IsRowId = true;
+            defs.insert(defs.begin() + hiddenAt, id);
+        }
+        TRecordSetBuilder& b = ds.BeginLoad(defs);
+        for (int r = 0; r < 3; ++r) {
+            int col = 0;
+            for (int c = 0; c < int(defs.size()); ++c) {
+                if (defs[size_t(c)].Hidden)
+                    b.SetInteger(c, 1000 + r);
+                else if (col++ == 0)
+                    b.SetText(c, QStringLiteral("客户%1").arg(r));
+                else if (r != 1)
+                    b.SetInteger(c, r * 10);
+            }
+            b.EndRow();
+        }
+        ds.EndLoad();
+    };
+    TClientDataSet plain, withIdentity;
+    load(plain, -1);
+    load(withIdentity, position);
+    compareDataSets(plain, withIdentity);
+    const QByteArray bytes = saved(withIdentity);
+    QCOMPARE(bytes, saved(plain));
+    TClientDataSet back;
+    loadBytes(back, bytes);
+    compareDataSets(plain, back);
 }
 
 LNQ_TEST_MAIN_CORE(TestRecordSetFile)

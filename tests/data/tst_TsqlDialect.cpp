@@ -45,9 +45,11 @@ struct Db {
     }
 
     // Rows as "a | b | c"; raises the database error of a failing step.
+    // With rowIdColumn the query is prepared with the rowid.
     QStringList rows(const QString& sql, QStringList* names = nullptr, std::vector<QString>* types = nullptr,
-                     QString* baseTable = nullptr) {
-        lnq::TsqlPrepared p = t->PrepareQuery(sql);
+                     QString* baseTable = nullptr, int* rowIdColumn = nullptr) {
+        lnq::TsqlPrepared p = t->PrepareQuery(sql, rowIdColumn != nullptr);
+        if (rowIdColumn) *rowIdColumn = p.rowIdColumn;
         const int n = sqlite3_column_count(p.stmt);
         if (names) {
             names->clear();
@@ -164,6 +166,9 @@ private Q_SLOTS:
     void syntaxErrorsAreReported();
     void deepNestingIsRefused_data();
     void deepNestingIsRefused();
+    void rowIdColumn_data();
+    void rowIdColumn();
+    void rowIdName();
 };
 
 void TestTsqlDialect::corpus_data() {
@@ -815,6 +820,107 @@ void TestTsqlDialect::deepNestingIsRefused() {
         QVERIFY2(dynamic_cast<const lnq::ETsqlError*>(&e), qPrintable(e.Message()));
         QVERIFY2(e.Message().contains(QLatin1String("nested too deeply")), qPrintable(e.Message()));
     }
+}
+
+// Rowids differ from the keys: Goods 1..3 (ids 10, 20, 30), Notes 1..3,
+// Odd 1..2 (a column takes "rowid"), Odd2 1 ("rowid" and "_rowid_" taken).
+static void createRowIdTables(Db& db) {
+    db.t->ExecuteBatch(QStringLiteral(
+        "CREATE TABLE Goods (id INT NOT NULL PRIMARY KEY, name NVARCHAR(20), qty INT)\n"
+        "INSERT INTO Goods VALUES (10, 'pen', 3)\nINSERT INTO Goods VALUES (20, 'ink', 5)\n"
+        "INSERT INTO Goods VALUES (30, 'pad', 5)\n"
+        "CREATE TABLE Notes (txt NVARCHAR(10))\nINSERT INTO Notes VALUES ('a')\n"
+        "INSERT INTO Notes VALUES ('b')\nINSERT INTO Notes VALUES ('b')\n"
+        "CREATE TABLE Odd ([rowid] INT, v INT)\nINSERT INTO Odd VALUES (100, 1)\n"
+        "INSERT INTO Odd VALUES (200, 2)\n"
+        "CREATE TABLE Odd2 ([rowid] INT, [_rowid_] INT, v INT)\nINSERT INTO Odd2 VALUES (7, 8, 9)"));
+    QCOMPARE(sqlite3_exec(db.db,
+                          "CREATE VIEW vNotes AS SELECT txt FROM Notes;"
+                          "CREATE TABLE Wr (k INTEGER PRIMARY KEY, v TEXT) WITHOUT ROWID;"
+                          "INSERT INTO Wr VALUES (1, 'x')",
+                          nullptr, nullptr, nullptr),
+             SQLITE_OK);
+}
+
+void TestTsqlDialect::rowIdColumn_data() {
+    QTest::addColumn<QString>("sql");
+    QTest::addColumn<QString>("name"); // of the rowid column, "" when none is added
+    QTest::addColumn<QStringList>("expect");
+    auto add = [](const char* tag, const char* sql, const char* name, QStringList expect = {}) {
+        QTest::newRow(tag) << QString::fromUtf8(sql) << QString::fromLatin1(name) << expect;
+    };
+    add("where, order by", "SELECT name FROM Goods WHERE qty = 5 ORDER BY name", "rowid",
+        {QStringLiteral("ink | 2"), QStringLiteral("pad | 3")});
+    add("top, order by position", "SELECT TOP 2 name, qty FROM Goods ORDER BY 2 DESC, 1 DESC", "rowid",
+        {QStringLiteral("pad | 5 | 3"), QStringLiteral("ink | 5 | 2")});
+    add("alias", "SELECT g.name FROM dbo.Goods AS g WHERE g.qty > 3 ORDER BY g.id DESC", "rowid",
+        {QStringLiteral("pad | 3"), QStringLiteral("ink | 2")});
+    add("bracketed", "SELECT [name], [qty] FROM [dbo].[Goods] WHERE [id] = 10", "rowid",
+        {QStringLiteral("pen | 3 | 1")});
+    add("star without key", "SELECT * FROM Notes", "rowid",
+        {QStringLiteral("a | 1"), QStringLiteral("b | 2"), QStringLiteral("b | 3")});
+    add("equal rows told apart", "SELECT txt FROM Notes WHERE txt = 'B'", "rowid",
+        {QStringLiteral("b | 2"), QStringLiteral("b | 3")});
+    add("aggregate in a subquery", "SELECT txt, (SELECT COUNT(*) FROM Goods) FROM Notes WHERE txt = 'a'",
+        "rowid", {QStringLiteral("a | 3 | 1")});
+    add("column named rowid", "SELECT v FROM Odd ORDER BY v DESC", "_rowid_",
+        {QStringLiteral("2 | 2"), QStringLiteral("1 | 1")});
+    add("rowid and _rowid_ taken", "SELECT * FROM Odd2", "oid", {QStringLiteral("7 | 8 | 9 | 1")});
+    add("whole key held", "SELECT id, name FROM Goods", "");
+    add("whole key held, renamed", "SELECT name, ID AS code FROM Goods", "");
+    add("whole key held by star", "SELECT * FROM Goods", "");
+    add("distinct", "SELECT DISTINCT txt FROM Notes", "");
+    add("group by", "SELECT txt, COUNT(*) AS n FROM Notes GROUP BY txt", "");
+    add("aggregate", "SELECT COUNT(*) FROM Notes", "");
+    add("aggregate in expression", "SELECT MAX(qty) + 1 FROM Goods WHERE qty < 5", "");
+    add("union", "SELECT txt FROM Notes UNION SELECT name FROM Goods", "");
+    add("union all", "SELECT txt FROM Notes UNION ALL SELECT txt FROM Notes", "");
+    add("cte", "WITH n AS (SELECT txt FROM Notes) SELECT txt FROM n", "");
+    add("join", "SELECT n.txt, g.name FROM Notes n JOIN Goods g ON g.qty = 3", "");
+    add("derived table", "SELECT x.txt FROM (SELECT txt FROM Notes) AS x", "");
+    add("view", "SELECT txt FROM vNotes", "");
+    add("without rowid", "SELECT v FROM Wr", "");
+    add("catalogue view", "SELECT name FROM sysobjects WHERE name = 'Notes'", "");
+}
+
+void TestTsqlDialect::rowIdColumn() {
+    QFETCH(QString, sql);
+    QFETCH(QString, name);
+    QFETCH(QStringList, expect);
+    Db db;
+    createRowIdTables(db);
+    QStringList plainNames, names;
+    const QStringList plain = db.rows(sql, &plainNames);
+    int rowIdCol = -2;
+    const QStringList got = db.rows(sql, &names, nullptr, nullptr, &rowIdCol);
+    if (name.isEmpty()) {
+        QCOMPARE(rowIdCol, -1);
+        QCOMPARE(names, plainNames);
+        QCOMPARE(got, plain);
+        return;
+    }
+    // The rowid comes last, after the columns the text asks for.
+    QCOMPARE(rowIdCol, plainNames.size());
+    QCOMPARE(names, plainNames + QStringList{name});
+    QCOMPARE(got, expect);
+    // Both translations stay cached side by side.
+    QCOMPARE(db.rows(sql, &names), plain);
+    QCOMPARE(names, plainNames);
+    QCOMPARE(db.rows(sql, nullptr, nullptr, nullptr, &rowIdCol), expect);
+}
+
+void TestTsqlDialect::rowIdName() {
+    Db db;
+    createRowIdTables(db);
+    QCOMPARE(db.t->RowIdName(QStringLiteral("goods")), QStringLiteral("rowid"));
+    QCOMPARE(db.t->RowIdName(QStringLiteral("Odd")), QStringLiteral("_rowid_"));
+    QCOMPARE(db.t->RowIdName(QStringLiteral("Odd2")), QStringLiteral("oid"));
+    QCOMPARE(db.t->RowIdName(QStringLiteral("vNotes")), QString());
+    QCOMPARE(db.t->RowIdName(QStringLiteral("Wr")), QString());
+    QCOMPARE(db.t->RowIdName(QStringLiteral("Missing")), QString());
+    // The answer follows the schema.
+    db.t->ExecuteBatch(QStringLiteral("DROP TABLE Odd\nCREATE TABLE Odd (v INT)"));
+    QCOMPARE(db.t->RowIdName(QStringLiteral("Odd")), QStringLiteral("rowid"));
 }
 
 LNQ_TEST_MAIN_CORE(TestTsqlDialect)

@@ -1,26 +1,11 @@
 #include "common/TestMain.h"
-
-#include <QProcess>
+#include "common/ToolRun.h"
 
 namespace {
-
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
+using Run = lnqtest::ToolRun;
 Run lnqRun(const QStringList& args) {
-    QProcess p;
-    p.start(QStringLiteral(LNQ_TOOL_PATH), args);
-    Run r;
-    if (!p.waitForFinished(30000) || p.exitStatus() != QProcess::NormalExit) return r;
-    r.exitCode = p.exitCode();
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+    return lnqtest::runTool(args);
 }
-
 } // namespace
 
 class TestLnqConvert : public QObject {

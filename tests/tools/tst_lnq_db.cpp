@@ -1,33 +1,18 @@
 #include "common/TestMain.h"
+#include "common/ToolRun.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QProcess>
 #include <QTemporaryDir>
 
 namespace {
-
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
+using Run = lnqtest::ToolRun;
 Run lnqRun(const QStringList& args) {
-    QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment env;
     env.insert(QStringLiteral("LNQ_NOW"), QStringLiteral("2024-06-15 10:30:00"));
-    p.setProcessEnvironment(env);
-    p.start(QStringLiteral(LNQ_TOOL_PATH), args);
-    Run r;
-    if (!p.waitForFinished(60000) || p.exitStatus() != QProcess::NormalExit) return r;
-    r.exitCode = p.exitCode();
-    r.out = QString::fromUtf8(p.readAllStandardOutput());
-    r.err = QString::fromUtf8(p.readAllStandardError());
-    return r;
+    return lnqtest::runTool(args, env);
 }
-
 } // namespace
 
 class TestLnqDb : public QObject {

@@ -2,31 +2,22 @@
 // framework's own connection, read back by the real executable.
 
 #include "common/TestMain.h"
+#include "common/ToolRun.h"
 #include "data/ADOConnection.h"
 #include "data/Plat_adodatabasese.h"
 #include "filter/ViewStream.h"
 
 #include <QBuffer>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 
 using namespace lnq;
 
 namespace {
 
-struct Result {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
+using Result = lnqtest::ToolRun;
 Result run(const QStringList& args) {
-    QProcess p;
-    p.start(QStringLiteral(LNQ_TOOL_PATH), args);
-    if (!p.waitForFinished(60000)) return {};
-    return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()),
-            QString::fromUtf8(p.readAllStandardError())};
+    return lnqtest::runTool(args);
 }
 
 QByteArray conditionView(bool matchAll) {

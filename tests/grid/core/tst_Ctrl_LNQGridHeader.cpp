@@ -282,6 +282,19 @@ private Q_SLOTS:
         QCOMPARE(CurrencyCellRect(QRect(0, 0, 200, 20), 9), QRect(180, 0, 20, 20));
     }
 
+    void rowIndicatorCaptionDrawsATriangle() {
+        QImage img(40, 30, QImage::Format_RGB32);
+        img.fill(Qt::white);
+        THeaderPaintStyle style;
+        style.Fill = QColor(Qt::yellow);
+        {
+            QPainter p(&img);
+            DrawButton(p, QRect(0, 0, 40, 30), QStringLiteral(">"), QFont(), smNone, style);
+        }
+        QCOMPARE(img.pixelColor(QRect(0, 0, 40, 30).center()), QColor(Qt::black));
+        QCOMPARE(img.pixelColor(6, 6), QColor(192, 192, 192)); // not the header colour
+    }
+
     // The picture in docs/: run under a real X server with LNQ_SCREENSHOT_DIR set.
     void screenshot() {
         const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
@@ -289,14 +302,14 @@ private Q_SLOTS:
         TLNQStringGrid g;
         g.setWindowTitle(QStringLiteral("销售单明细"));
         g.resize(760, 330);
-        struct Spec {
+        struct ColumnSetup {
             const char* name;
             QString caption;
             int width;
             TLNQDataTypePro pro;
             int dec;
         };
-        const QList<Spec> specs = {
+        const QList<ColumnSetup> specs = {
             {"vNo", QStringLiteral("序号"), 40, dpOrderNo, 0},
             {"vCode", QStringLiteral("商品;编码"), 80, dpCode, 0},
             {"vName", QStringLiteral("商品;名称"), 130, dpString, 0},
@@ -352,7 +365,7 @@ private Q_SLOTS:
         g.show();
         QVERIFY(QTest::qWaitForWindowExposed(&g));
         g.FocusCell(4, 3);
-        g.horizontalScrollBar()->setValue(90); // the spec column goes behind the frozen ones
+        g.horizontalScrollBar()->setValue(90); // the size column goes behind the frozen ones
         QTest::qWait(200);
         QVERIFY(g.grab().save(QDir(dir).filePath(QStringLiteral("string-grid.png"))));
     }

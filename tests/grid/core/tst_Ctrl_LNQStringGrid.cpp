@@ -53,6 +53,31 @@ private Q_SLOTS:
         QCOMPARE(g.RowCount(), 6);
     }
 
+    void componentDefaults() {
+        TLNQStringGrid g;
+        QCOMPARE(g.ColCount(), 2);
+        QCOMPARE(g.RowCount(), 5);
+        QCOMPARE(g.FixedCols(), 1);
+        QCOMPARE(g.FixedRows(), 1);
+        QCOMPARE(g.DefaultColWidth(), 64);
+        QCOMPARE(g.DefaultRowHeight(), 24);
+        QCOMPARE(g.HeaderHeight(), 50);
+        QCOMPARE(g.Ctl3DThickNess(), 2);
+        QCOMPARE(g.BKColor(), QColor(192, 192, 192));
+        QCOMPARE(g.Options(), TGridOption::goFixedVertLine | TGridOption::goFixedHorzLine |
+                                  TGridOption::goVertLine | TGridOption::goHorzLine |
+                                  TGridOption::goRangeSelect);
+        QCOMPARE(g.GridCols().Count(), 2);
+        QCOMPARE(g.GridCols()[1]->ColName(), QStringLiteral("A1"));
+        QCOMPARE(g.GridCols()[1]->Caption(), QStringLiteral("A1"));
+        QVERIFY(g.isRowHidden(0)); // the title row is shown by the title band
+        // Widths and heights as the component streams them.
+        g.SetColWidthsList({30, -1});
+        QCOMPARE(g.ColWidthsList(), (QList<int>{30, -1}));
+        g.SetRowHeightsList({0, 20, 21, 22, 23});
+        QCOMPARE(g.RowHeightsList(), (QList<int>{50, 20, 21, 22, 23}));
+    }
+
     void cellAccessChecksRowAndName_data() {
         QTest::addColumn<int>("row");
         QTest::addColumn<QString>("name");
