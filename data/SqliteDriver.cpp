@@ -593,7 +593,7 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
     }
     if (reread.empty()) return result;
     if (rowIdName.isEmpty()) rowIdName = m_dialect->RowIdName(table);
-    if (rowIdName.isEmpty()) return result; // every name of the rowid is a column
+    if (rowIdName.isEmpty()) return result; // no rowid to read the row back by
     const QString select = QStringLiteral("SELECT ") + cols.join(QLatin1Char(',')) +
                            QStringLiteral(" FROM ") + quoteIdent(table) + QStringLiteral(" WHERE ") +
                            quoteIdent(rowIdName) + QStringLiteral("=?");
