@@ -20,7 +20,8 @@
 //    are not zero); date literals compared with or written into date-time
 //    columns are normalised at translation time ('2024-3-5' is midnight).
 //    The data layer must store date-times in the same form.
-//  - GETDATE() reads lnq::Clock::now() (LNQ_NOW fixes it); DATEDIFF counts
+//  - GETDATE() reads lnq::Clock::now() (LNQ_NOW fixes it) once per run of a
+//    statement, so every row sees the same moment; DATEDIFF counts
 //    boundaries (weeks from Sunday; y / dy is dayofyear, counted in days).
 //  - IDENTITY columns become INTEGER PRIMARY KEY AUTOINCREMENT (seed kept in
 //    sqlite_sequence) and are reported with the declared type "INT IDENTITY".
@@ -39,9 +40,7 @@
 //  - Text sorts by code point, not by the pinyin order of Chinese_PRC.
 //  - Integers are 64-bit: int overflow at 2^31 is not raised; string truncation
 //    on insert into a shorter varchar is not raised either (SQLite keeps the text).
-//  - GETDATE() is read per row, so a statement running across a second
-//    boundary may see two values; date-times keep milliseconds exactly rather
-//    than rounding them to 1/300 s.
+//  - Date-times keep milliseconds exactly rather than rounding them to 1/300 s.
 //  - Foreign keys are enforced only when the connection enables them.
 //  - Index names are global to the database, not per table.
 

@@ -614,16 +614,28 @@ void fnAddDays(sqlite3_context* ctx, int, sqlite3_value** argv) {
     resultText(ctx, formatCanonical(r));
 }
 
+// GETDATE() is read once per run of a statement, as SQL Server evaluates it
+// once per query: every row sees the same moment. The call carries a constant
+// argument so that SQLite keeps the first value as auxiliary data for the rest
+// of the run and drops it when the statement is reset.
+void currentDateTime(sqlite3_context* ctx, bool utc) {
+    if (const auto* cached = static_cast<const QString*>(sqlite3_get_auxdata(ctx, 0))) {
+        resultText(ctx, *cached);
+        return;
+    }
+    const QDateTime now = utc ? Clock::now().toUTC() : Clock::now();
+    const DateTimeValue v{now.date(), qint64(now.time().msecsSinceStartOfDay() / 1000) * 1000};
+    auto* text = new QString(formatCanonical(v));
+    resultText(ctx, *text);
+    sqlite3_set_auxdata(ctx, 0, text, [](void* p) { delete static_cast<QString*>(p); });
+}
+
 void fnGetDate(sqlite3_context* ctx, int, sqlite3_value**) {
-    const QDateTime now = Clock::now();
-    DateTimeValue v{now.date(), qint64(now.time().msecsSinceStartOfDay() / 1000) * 1000};
-    resultText(ctx, formatCanonical(v));
+    currentDateTime(ctx, false);
 }
 
 void fnGetUtcDate(sqlite3_context* ctx, int, sqlite3_value**) {
-    const QDateTime now = Clock::now().toUTC();
-    DateTimeValue v{now.date(), qint64(now.time().msecsSinceStartOfDay() / 1000) * 1000};
-    resultText(ctx, formatCanonical(v));
+    currentDateTime(ctx, true);
 }
 
 QString partArg(sqlite3_value* v) {
@@ -1171,8 +1183,8 @@ void registerFunctions(sqlite3* db) {
         {"lnq_todate", 1, fnToDate, true},
         {"lnq_todate", 2, fnToDate, true},
         {"lnq_adddays", 2, fnAddDays, true},
-        {"lnq_getdate", 0, fnGetDate, false},
-        {"lnq_getutcdate", 0, fnGetUtcDate, false},
+        {"lnq_getdate", 1, fnGetDate, false},
+        {"lnq_getutcdate", 1, fnGetUtcDate, false},
         {"lnq_dateadd", 3, fnDateAdd, true},
         {"lnq_datediff", 3, fnDateDiff, true},
         {"lnq_datepart", 2, fnDatePart, true},

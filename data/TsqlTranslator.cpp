@@ -1408,11 +1408,12 @@ private:
         }
         if (name == QLatin1String("GETDATE") || name == QLatin1String("SYSDATETIME")) {
             argCount(e, name, 0, 0);
-            return Val{QStringLiteral("lnq_getdate()"), VT::DateTime, QStringLiteral("DATETIME"), nullptr};
+            return Val{QStringLiteral("lnq_getdate(0)"), VT::DateTime, QStringLiteral("DATETIME"), nullptr};
         }
         if (name == QLatin1String("GETUTCDATE") || name == QLatin1String("SYSUTCDATETIME")) {
             argCount(e, name, 0, 0);
-            return Val{QStringLiteral("lnq_getutcdate()"), VT::DateTime, QStringLiteral("DATETIME"), nullptr};
+            return Val{QStringLiteral("lnq_getutcdate(0)"), VT::DateTime, QStringLiteral("DATETIME"),
+                       nullptr};
         }
         if (name == QLatin1String("YEAR") || name == QLatin1String("MONTH") || name == QLatin1String("DAY")) {
             argCount(e, name, 1, 1);

@@ -162,6 +162,7 @@ private Q_SLOTS:
     void identityValues();
     void translationCacheFollowsSchema();
     void getDateFollowsClock();
+    void getDateIsOneMomentPerStatement();
     void syntaxErrorsAreReported_data();
     void syntaxErrorsAreReported();
     void deepNestingIsRefused_data();
@@ -761,6 +762,43 @@ void TestTsqlDialect::getDateFollowsClock() {
              QStringLiteral("0 | 0"));
     lnq::Clock::setFixedNow(QDateTime(QDate(2024, 1, 7), QTime(0, 0, 0)));
     QCOMPARE(db.value(QStringLiteral("select datediff(ww, '2024-01-06', getdate())")), QStringLiteral("1"));
+}
+
+// SQL Server evaluates GETDATE() once per query: rows read while the clock
+// moves on must all see the same moment, and the next run sees the new time.
+void TestTsqlDialect::getDateIsOneMomentPerStatement() {
+    Db db;
+    db.t->ExecuteBatch(QStringLiteral("create table T (n int); insert into T values (1); "
+                                      "insert into T values (2); insert into T values (3)"));
+    static QDateTime moment;
+    moment = QDateTime(QDate(2024, 3, 15), QTime(23, 59, 59));
+    lnq::Clock::setFixedNow(moment);
+    // Moves the clock a second on every call, as a slow query would see it.
+    sqlite3_create_function_v2(
+        db.db, "test_tick", 0, SQLITE_UTF8, nullptr,
+        [](sqlite3_context* ctx, int, sqlite3_value**) {
+            moment = moment.addSecs(1);
+            lnq::Clock::setFixedNow(moment);
+            sqlite3_result_int(ctx, 0);
+        },
+        nullptr, nullptr, nullptr);
+    const QString tsql = QStringLiteral("select getdate(), datediff(d, '2024-03-15', getdate()) from T");
+    const QString sqlite = db.t->Translate(tsql);
+    sqlite3_stmt* st = nullptr;
+    const QByteArray withTick = (QStringLiteral("select test_tick(), * from (") + sqlite + u')').toUtf8();
+    QCOMPARE(sqlite3_prepare_v2(db.db, withTick.constData(), -1, &st, nullptr), SQLITE_OK);
+    QStringList seen;
+    while (sqlite3_step(st) == SQLITE_ROW)
+        seen << Db::cell(st, 1) + u'/' + Db::cell(st, 2);
+    // The clock crossed midnight during the run; every row still sees the first moment.
+    QCOMPARE(seen, QStringList(3, QStringLiteral("2024-03-16 00:00:00/1")));
+    // A new run of the same statement reads the clock again.
+    sqlite3_reset(st);
+    lnq::Clock::setFixedNow(QDateTime(QDate(2025, 1, 1), QTime(8, 0, 0)));
+    moment = QDateTime(QDate(2025, 1, 1), QTime(8, 0, 0));
+    QCOMPARE(sqlite3_step(st), SQLITE_ROW);
+    QVERIFY(Db::cell(st, 1).startsWith(QStringLiteral("2025-01-01 08:00")));
+    sqlite3_finalize(st);
 }
 
 void TestTsqlDialect::syntaxErrorsAreReported_data() {
