@@ -5,6 +5,7 @@
 
 #include <QUuid>
 #include <cmath>
+#include <memory>
 #include <limits>
 #include <sqlite3.h>
 
@@ -625,9 +626,10 @@ void currentDateTime(sqlite3_context* ctx, bool utc) {
     }
     const QDateTime now = utc ? Clock::now().toUTC() : Clock::now();
     const DateTimeValue v{now.date(), qint64(now.time().msecsSinceStartOfDay() / 1000) * 1000};
-    auto* text = new QString(formatCanonical(v));
+    auto text = std::make_unique<QString>(formatCanonical(v));
     resultText(ctx, *text);
-    sqlite3_set_auxdata(ctx, 0, text, [](void* p) { delete static_cast<QString*>(p); });
+    // SQLite owns the value from here and frees it when the run ends.
+    sqlite3_set_auxdata(ctx, 0, text.release(), [](void* p) { delete static_cast<QString*>(p); });
 }
 
 void fnGetDate(sqlite3_context* ctx, int, sqlite3_value**) {
