@@ -1,3 +1,4 @@
+#include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
 #include "data/DataSet.h"
 #include "util/Exceptions.h"
@@ -6,11 +7,9 @@ using namespace lnq;
 
 namespace {
 
-TFieldDef def(const QString& name, TFieldType type) {
-    TFieldDef d;
-    d.Name = name;
-    d.DataType = type;
-    return d;
+using lnqtest::fieldDef;
+TFieldDef def(const QString& name, TFieldType type, int size = 0) {
+    return fieldDef(name, type, size);
 }
 
 // ID, Name, Qty, Price, Day, Flag, Note (Note null on even IDs).

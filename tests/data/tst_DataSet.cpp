@@ -1,3 +1,4 @@
+#include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
 #include "data/DataSet.h"
 #include "util/Exceptions.h"
@@ -10,13 +11,7 @@ using namespace lnq;
 namespace {
 
 TFieldDef def(const QString& name, TFieldType type, int size = 0) {
-    TFieldDef d;
-    d.Name = name;
-    d.DataType = type;
-    d.Size = size;
-    d.BaseTable = QStringLiteral("T");
-    d.BaseColumn = name;
-    return d;
+    return lnqtest::fieldDef(name, type, size, QStringLiteral("T"));
 }
 
 // ID, Name, Grp, Price, Born: five rows with ties in Grp and mixed-case names.

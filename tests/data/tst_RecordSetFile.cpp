@@ -1,3 +1,4 @@
+#include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
 #include "data/DataSet.h"
 #include "util/Exceptions.h"
@@ -10,12 +11,9 @@ using namespace lnq;
 
 namespace {
 
+using lnqtest::fieldDef;
 TFieldDef def(const QString& name, TFieldType type, int size = 0) {
-    TFieldDef d;
-    d.Name = name;
-    d.DataType = type;
-    d.Size = size;
-    return d;
+    return fieldDef(name, type, size);
 }
 
 // One column of every type, three rows: values, nulls, edge values.

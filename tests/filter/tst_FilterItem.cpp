@@ -1,3 +1,4 @@
+#include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
 #include "data/DataSet.h"
 #include "filter/FilterItem.h"
@@ -14,12 +15,9 @@ Q_DECLARE_METATYPE(lnq::TFilterType)
 
 namespace {
 
+using lnqtest::fieldDef;
 TFieldDef def(const QString& name, TFieldType type, int size = 0) {
-    TFieldDef d;
-    d.Name = name;
-    d.DataType = type;
-    d.Size = size;
-    return d;
+    return fieldDef(name, type, size);
 }
 
 struct Row {

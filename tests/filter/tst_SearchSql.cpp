@@ -1,3 +1,4 @@
+#include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
 #include "data/DataSet.h"
 #include "filter/SearchSql.h"
@@ -10,12 +11,9 @@ Q_DECLARE_METATYPE(lnq::TFieldType)
 
 namespace {
 
+using lnqtest::fieldDef;
 TFieldDef def(const QString& name, TFieldType type, int size = 0) {
-    TFieldDef d;
-    d.Name = name;
-    d.DataType = type;
-    d.Size = size;
-    return d;
+    return fieldDef(name, type, size);
 }
 
 QStringList namesOf(const std::vector<TSearchOperator>& ops) {
