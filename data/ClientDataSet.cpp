@@ -74,20 +74,31 @@ QString TClientDataSet::IndexName() const {
     return d->indexName;
 }
 
+namespace {
+// Applies a new index selection; one that cannot be applied (an unknown field)
+// leaves the previous selection in force.
+template <class Apply>
+void selectIndex(QString& indexName, QString& indexFields, const QString& name, const QString& fields,
+                 Apply apply) {
+    const QString oldName = indexName;
+    const QString oldFields = indexFields;
+    indexName = name;
+    indexFields = fields;
+    try {
+        apply();
+    } catch (...) {
+        indexName = oldName;
+        indexFields = oldFields;
+        throw;
+    }
+}
+} // namespace
+
 void TClientDataSet::SetIndexName(const QString& name) {
     if (!name.isEmpty() && findIndex(d->indexDefs, name) == d->indexDefs.end())
         throw EDatabaseError(QStringLiteral("索引 '%1' 不存在").arg(name));
-    const QString oldName = d->indexName;
-    const QString oldFields = d->indexFieldNames;
-    d->indexName = name;
-    if (!name.isEmpty()) d->indexFieldNames.clear();
-    try {
-        ApplyIndex();
-    } catch (...) {
-        d->indexName = oldName;
-        d->indexFieldNames = oldFields;
-        throw;
-    }
+    selectIndex(d->indexName, d->indexFieldNames, name, name.isEmpty() ? d->indexFieldNames : QString(),
+                [this] { ApplyIndex(); });
 }
 
 QString TClientDataSet::IndexFieldNames() const {
@@ -95,17 +106,8 @@ QString TClientDataSet::IndexFieldNames() const {
 }
 
 void TClientDataSet::SetIndexFieldNames(const QString& fields) {
-    const QString oldName = d->indexName;
-    const QString oldFields = d->indexFieldNames;
-    d->indexFieldNames = fields;
-    if (!fields.isEmpty()) d->indexName.clear();
-    try {
-        ApplyIndex();
-    } catch (...) {
-        d->indexName = oldName;
-        d->indexFieldNames = oldFields;
-        throw;
-    }
+    selectIndex(d->indexName, d->indexFieldNames, fields.isEmpty() ? d->indexName : QString(), fields,
+                [this] { ApplyIndex(); });
 }
 
 void TClientDataSet::ApplyIndex() {
