@@ -1,8 +1,6 @@
 #include "common/TestMain.h"
 
 #include <QApplication>
-#include <QFont>
-#include <QFontDatabase>
 #include <ctime>
 
 namespace lnqtest {
@@ -12,13 +10,6 @@ void pinEnvironment() {
     tzset();
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
-}
-
-void useChineseFont() {
-    // A generic sans-serif picks Japanese glyph shapes for Han characters here.
-    QFont f(QStringLiteral("Noto Sans CJK SC"));
-    f.setPointSize(9);
-    QApplication::setFont(f);
 }
 
 } // namespace lnqtest

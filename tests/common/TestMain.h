@@ -4,6 +4,7 @@
 // and makes an application object of the kind the test needs.
 
 #include "util/Gbk.h"
+#include "util/Plat_appfont_ui.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -14,7 +15,10 @@
 
 namespace lnqtest {
 void pinEnvironment(); // locale, time zone, platform
-void useChineseFont(); // application font with Simplified Chinese glyphs (widget tests)
+// Application font with Simplified Chinese glyphs; only widget tests call it.
+inline void useChineseFont() {
+    lnq::UseChineseApplicationFont(9);
+}
 } // namespace lnqtest
 
 #define LNQ_TEST_MAIN_IMPL(TestObject, AppType, Extra)                                                       \
