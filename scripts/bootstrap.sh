@@ -4,12 +4,15 @@
 set -euo pipefail
 
 PACKAGES=(
-  cmake ninja-build g++ pkg-config
+  cmake ninja-build g++ pkg-config ccache
   qt6-base-dev libqt6sql6-sqlite libqt6sql6-odbc
   libsqlite3-dev sqlite3
   unixodbc-dev tdsodbc
   libxlsxwriter-dev
   libbenchmark-dev
+  clang libclang-rt-14-dev libfuzzer-14-dev
+  qt6-tools-dev qt6-tools-dev-tools
+  libfreexl-dev libminizip-dev
   fonts-noto-cjk
   xvfb xauth
 )
