@@ -397,12 +397,20 @@ bool TLNQBackRestoreSQLDB::restoreEmbedded(const QString& database, const QStrin
         // target is touched only by the final rename.
         std::unique_ptr<QTemporaryFile> tmp = tempBeside(target);
         {
-            SqliteHandle from(file, SQLITE_OPEN_READONLY);
+            const QString damaged = QStringLiteral("备份文件已损坏: ") + file + QLatin1Char('\n');
+            std::unique_ptr<SqliteHandle> from;
+            try {
+                from = std::make_unique<SqliteHandle>(file, SQLITE_OPEN_READONLY);
+            } catch (const EDatabaseError& e) {
+                throw EDatabaseError(damaged + e.Message());
+            }
             SqliteHandle to(tmp->fileName(), SQLITE_OPEN_READWRITE);
-            sqlite3_backup* b = sqlite3_backup_init(to.get(), "main", from.get(), "main");
+            sqlite3_backup* b = sqlite3_backup_init(to.get(), "main", from->get(), "main");
             if (!b) throw EDatabaseError(utf8(sqlite3_errmsg(to.get())) + QStringLiteral(": ") + file);
             const int rc = sqlite3_backup_step(b, -1);
             sqlite3_backup_finish(b);
+            if ((rc & 0xff) == SQLITE_CORRUPT || (rc & 0xff) == SQLITE_NOTADB)
+                throw EDatabaseError(damaged + utf8(sqlite3_errstr(rc)));
             if (rc != SQLITE_DONE)
                 throw EDatabaseError(utf8(sqlite3_errstr(rc)) + QStringLiteral(": ") + file);
             // The copy leaves no journal of its own behind.
