@@ -83,6 +83,31 @@ class TLNQCustomGrid : public QTableView,
                        public TInplaceEditHost,
                        public TLNQGridPopupHost {
     Q_OBJECT
+    // The published properties, editable in the form designer and set by
+    // forms loaded at run time.
+    Q_PROPERTY(int ColCount READ ColCount WRITE SetColCount)
+    Q_PROPERTY(int RowCount READ RowCount WRITE SetRowCount)
+    Q_PROPERTY(int FixedCols READ FixedCols WRITE SetFixedCols)
+    Q_PROPERTY(int FixedRows READ FixedRows WRITE SetFixedRows)
+    Q_PROPERTY(int DefaultColWidth READ DefaultColWidth WRITE SetDefaultColWidth)
+    Q_PROPERTY(int DefaultRowHeight READ DefaultRowHeight WRITE SetDefaultRowHeight)
+    Q_PROPERTY(bool GridReadOnly READ GridReadOnly WRITE SetGridReadOnly)
+    Q_PROPERTY(bool DblEqual READ DblEqual WRITE SetDblEqual)
+    Q_PROPERTY(bool PassReadonly READ PassReadonly WRITE SetPassReadonly)
+    Q_PROPERTY(bool AutoNext READ AutoNext WRITE SetAutoNext)
+    Q_PROPERTY(int HeaderHeight READ HeaderHeight WRITE SetHeaderHeight)
+    Q_PROPERTY(QColor HeaderColor READ HeaderColor WRITE SetHeaderColor)
+    Q_PROPERTY(int Ctl3DThickNess READ Ctl3DThickNess WRITE SetCtl3DThickNess)
+    Q_PROPERTY(bool ShowLock READ ShowLock WRITE SetShowLock)
+    Q_PROPERTY(Qt::PenStyle LineStyle READ LineStyle WRITE SetLineStyle)
+    Q_PROPERTY(QColor LineColor READ LineColor WRITE SetLineColor)
+    Q_PROPERTY(bool GridTail READ GridTail WRITE SetGridTail)
+    Q_PROPERTY(int GridTailHeight READ GridTailHeight WRITE SetGridTailHeight)
+    Q_PROPERTY(QColor GridTailColor READ GridTailColor WRITE SetGridTailColor)
+    Q_PROPERTY(QColor BKColor READ BKColor WRITE SetBKColor)
+    Q_PROPERTY(QColor Color READ Color WRITE SetColor)
+    Q_PROPERTY(QColor FixedColor READ FixedColor WRITE SetFixedColor)
+    Q_PROPERTY(bool DefaultDrawing READ DefaultDrawing WRITE SetDefaultDrawing)
 public:
     explicit TLNQCustomGrid(QWidget* parent = nullptr);
     ~TLNQCustomGrid() override;

@@ -125,6 +125,20 @@ TLNQEditMaskInfo ConvertEditMask(const QString& editMask);
 
 class TLNQMaskEdit : public QLineEdit {
     Q_OBJECT
+    // The published properties, editable in the form designer and set by
+    // forms loaded at run time. DataTypePro holds a TLNQDataTypePro value.
+    Q_PROPERTY(bool AutoSelect READ AutoSelect WRITE SetAutoSelect)
+    Q_PROPERTY(bool EditorEnabled READ EditorEnabled WRITE SetEditorEnabled)
+    Q_PROPERTY(QString ImeName READ ImeName WRITE SetImeName)
+    Q_PROPERTY(bool LBCanUse READ LBCanUse WRITE SetLBCanUse)
+    Q_PROPERTY(int DataTypePro READ DataTypeProValue WRITE SetDataTypeProValue)
+    Q_PROPERTY(int DataWidth READ DataWidth WRITE SetDataWidth)
+    Q_PROPERTY(int DataDec READ DataDec WRITE SetDataDec)
+    Q_PROPERTY(bool LoadButton READ LoadButton WRITE SetLoadButton)
+    Q_PROPERTY(QString EditMask READ EditMask WRITE SetEditMask)
+    Q_PROPERTY(int MaxLength READ MaxLength WRITE SetMaxLength)
+    Q_PROPERTY(bool ReadOnly READ ReadOnly WRITE SetReadOnly)
+    Q_PROPERTY(QString Text READ Text WRITE SetText)
 public:
     static constexpr int kButtonWidth = 18;
 
@@ -143,6 +157,11 @@ public:
     void SetLBCanUse(bool value) { m_lbCanUse = value; }
     TLNQDataTypePro DataTypePro() const { return m_dataTypePro; }
     void SetDataTypePro(TLNQDataTypePro value) { m_dataTypePro = value; }
+    int DataTypeProValue() const { return static_cast<int>(m_dataTypePro); }
+    // Values outside the enumeration are ignored.
+    void SetDataTypeProValue(int value) {
+        if (value >= dpString && value <= dpCurrency) m_dataTypePro = static_cast<TLNQDataTypePro>(value);
+    }
     int DataWidth() const { return m_dataWidth; }
     void SetDataWidth(int value) { m_dataWidth = value; }
     int DataDec() const { return m_dataDec; }

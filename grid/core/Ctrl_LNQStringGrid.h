@@ -20,6 +20,7 @@ namespace lnq {
 
 class TLNQStringGrid : public TLNQDrawGrid {
     Q_OBJECT
+    Q_PROPERTY(QString FileNameSaved READ FileNameSaved WRITE SetFileNameSaved)
 public:
     explicit TLNQStringGrid(QWidget* parent = nullptr);
     ~TLNQStringGrid() override;

@@ -1,0 +1,74 @@
+#include "designer/LNQDesignerPlugin.h"
+
+#include "grid/core/Ctrl_LNQMaskEdit.h"
+#include "grid/core/Ctrl_LNQStringGrid.h"
+
+#include <QIcon>
+
+namespace lnq {
+
+namespace {
+
+template <typename T> QWidget* make(QWidget* parent) {
+    return new T(parent);
+}
+
+// The controls offered in the form designer, one line each.
+const TDesignerControl kControls[] = {
+    {"lnq::TLNQStringGrid", "grid/core/Ctrl_LNQStringGrid.h", "字符串表格", make<TLNQStringGrid>},
+    {"lnq::TLNQMaskEdit", "grid/core/Ctrl_LNQMaskEdit.h", "掩码编辑框", make<TLNQMaskEdit>},
+};
+
+} // namespace
+
+TLNQDesignerControl::TLNQDesignerControl(const TDesignerControl& control, QObject* parent)
+    : QObject(parent), m_control(control) {}
+
+QString TLNQDesignerControl::name() const {
+    return QString::fromLatin1(m_control.className);
+}
+
+QString TLNQDesignerControl::group() const {
+    return QStringLiteral("LNQ Component");
+}
+
+QString TLNQDesignerControl::toolTip() const {
+    return QString::fromUtf8(m_control.toolTip);
+}
+
+QString TLNQDesignerControl::whatsThis() const {
+    return toolTip();
+}
+
+QString TLNQDesignerControl::includeFile() const {
+    return QString::fromLatin1(m_control.header);
+}
+
+QIcon TLNQDesignerControl::icon() const {
+    return QIcon();
+}
+
+QWidget* TLNQDesignerControl::createWidget(QWidget* parent) {
+    return m_control.create(parent);
+}
+
+QString TLNQDesignerControl::domXml() const {
+    // A new control is named after its class without namespace and maker
+    // prefix, first letter in lower case ("stringGrid").
+    QString object = name().section(QStringLiteral("::"), -1);
+    if (object.startsWith(QLatin1String("TLNQ"))) object = object.mid(4);
+    if (!object.isEmpty()) object[0] = object[0].toLower();
+    return QStringLiteral("<ui language=\"c++\"><widget class=\"") + name() + QStringLiteral("\" name=\"") +
+           object + QStringLiteral("\"/></ui>");
+}
+
+TLNQDesignerPlugin::TLNQDesignerPlugin(QObject* parent) : QObject(parent) {
+    for (const TDesignerControl& c : kControls)
+        m_widgets << new TLNQDesignerControl(c, this);
+}
+
+QList<QDesignerCustomWidgetInterface*> TLNQDesignerPlugin::customWidgets() const {
+    return m_widgets;
+}
+
+} // namespace lnq

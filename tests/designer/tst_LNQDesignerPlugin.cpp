@@ -1,0 +1,123 @@
+#include "common/TestMain.h"
+
+#include <QBuffer>
+#include <QLineEdit>
+#include <QTableView>
+
+#ifdef LNQ_DESIGNER_PLUGIN
+#include <QPluginLoader>
+#include <QUiLoader>
+#include <QtUiPlugin/QDesignerCustomWidgetCollectionInterface>
+#endif
+
+namespace {
+
+// A form as the designer writes it, with the controls and some of their
+// published properties.
+const char* const kForm = R"(<?xml version="1.0" encoding="UTF-8"?>
+<ui version="4.0">
+ <class>CustomerForm</class>
+ <widget class="QWidget" name="CustomerForm">
+  <layout class="QVBoxLayout" name="layout">
+   <item>
+    <widget class="lnq::TLNQMaskEdit" name="amount">
+     <property name="DataTypePro"><number>1</number></property>
+     <property name="DataWidth"><number>10</number></property>
+     <property name="DataDec"><number>2</number></property>
+     <property name="LBCanUse"><bool>true</bool></property>
+     <property name="ImeName"><string>中文 (简体) - 拼音</string></property>
+     <property name="Text"><string>12.50</string></property>
+    </widget>
+   </item>
+   <item>
+    <widget class="lnq::TLNQStringGrid" name="lines">
+     <property name="ColCount"><number>6</number></property>
+     <property name="RowCount"><number>4</number></property>
+     <property name="FixedCols"><number>1</number></property>
+     <property name="GridReadOnly"><bool>true</bool></property>
+     <property name="GridTail"><bool>true</bool></property>
+     <property name="HeaderColor"><color><red>200</red><green>220</green><blue>255</blue></color></property>
+     <property name="LineStyle"><enum>Qt::DashLine</enum></property>
+     <property name="FileNameSaved"><string>明细.txt</string></property>
+    </widget>
+   </item>
+  </layout>
+ </widget>
+</ui>
+)";
+
+} // namespace
+
+class TestLNQDesignerPlugin : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+#ifndef LNQ_DESIGNER_PLUGIN
+    void designerNotAvailable() {
+        QSKIP("built without the form designer's development files");
+    }
+#else
+    void pluginRegistersTheControls() {
+        QPluginLoader loader(QStringLiteral(LNQ_DESIGNER_PLUGIN));
+        QObject* instance = loader.instance();
+        QVERIFY2(instance, qPrintable(loader.errorString()));
+        auto* collection = qobject_cast<QDesignerCustomWidgetCollectionInterface*>(instance);
+        QVERIFY(collection);
+        QStringList names;
+        for (QDesignerCustomWidgetInterface* w : collection->customWidgets()) {
+            names << w->name();
+            QCOMPARE(w->group(), QStringLiteral("LNQ Component"));
+            QVERIFY(w->domXml().contains(QStringLiteral("class=\"") + w->name() + QLatin1Char('"')));
+            QVERIFY(w->includeFile().endsWith(w->name().section(QStringLiteral("::"), -1).mid(1) +
+                                              QStringLiteral(".h")));
+            QVERIFY(!w->toolTip().isEmpty());
+            std::unique_ptr<QWidget> made(w->createWidget(nullptr));
+            QCOMPARE(QString::fromLatin1(made->metaObject()->className()), w->name());
+        }
+        QCOMPARE(names,
+                 (QStringList{QStringLiteral("lnq::TLNQStringGrid"), QStringLiteral("lnq::TLNQMaskEdit")}));
+    }
+
+    void formsLoadWithTheControls() {
+        QUiLoader ui;
+        ui.clearPluginPaths();
+        ui.addPluginPath(QStringLiteral(LNQ_DESIGNER_PLUGIN_DIR));
+        QVERIFY(ui.availableWidgets().contains(QStringLiteral("lnq::TLNQStringGrid")));
+        QVERIFY(ui.availableWidgets().contains(QStringLiteral("lnq::TLNQMaskEdit")));
+        QBuffer form;
+        form.setData(QByteArray(kForm));
+        std::unique_ptr<QWidget> w(ui.load(&form));
+        QVERIFY2(w, qPrintable(ui.errorString()));
+
+        auto* amount = w->findChild<QLineEdit*>(QStringLiteral("amount"));
+        QVERIFY(amount);
+        QCOMPARE(QString::fromLatin1(amount->metaObject()->className()), QStringLiteral("lnq::TLNQMaskEdit"));
+        QCOMPARE(amount->property("DataTypePro").toInt(), 1);
+        QCOMPARE(amount->property("DataWidth").toInt(), 10);
+        QCOMPARE(amount->property("DataDec").toInt(), 2);
+        QCOMPARE(amount->property("LBCanUse").toBool(), true);
+        QCOMPARE(amount->property("ImeName").toString(), QStringLiteral("中文 (简体) - 拼音"));
+        QCOMPARE(amount->text(), QStringLiteral("12.50"));
+
+        auto* lines = w->findChild<QTableView*>(QStringLiteral("lines"));
+        QVERIFY(lines);
+        QCOMPARE(QString::fromLatin1(lines->metaObject()->className()),
+                 QStringLiteral("lnq::TLNQStringGrid"));
+        QCOMPARE(lines->property("ColCount").toInt(), 6);
+        QCOMPARE(lines->property("RowCount").toInt(), 4);
+        QCOMPARE(lines->model()->columnCount(), 6);
+        QCOMPARE(lines->property("FixedCols").toInt(), 1);
+        QCOMPARE(lines->property("GridReadOnly").toBool(), true);
+        QCOMPARE(lines->property("GridTail").toBool(), true);
+        QCOMPARE(lines->property("HeaderColor").value<QColor>(), QColor(200, 220, 255));
+        QCOMPARE(lines->property("LineStyle").value<Qt::PenStyle>(), Qt::DashLine);
+        QCOMPARE(lines->property("FileNameSaved").toString(), QStringLiteral("明细.txt"));
+
+        // A value outside the value kinds leaves the edit's kind alone.
+        amount->setProperty("DataTypePro", 99);
+        QCOMPARE(amount->property("DataTypePro").toInt(), 1);
+    }
+#endif
+};
+
+LNQ_TEST_MAIN_WIDGETS(TestLNQDesignerPlugin)
+#include "tst_LNQDesignerPlugin.moc"
