@@ -8,6 +8,7 @@
 
 #include "data/ADOConnection.h"
 #include "data/DataSet.h"
+#include "data/FieldTypes.h"
 #include "data/Plat_dataenvironment.h"
 #include "data/SampleDatabase.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
@@ -36,11 +37,24 @@ int loadCustomers(lnq::TADOConnection& connection, lnq::TLNQStringGrid& grid) {
     grid.SetColCount(fields + 1);
     grid.SetFixedCols(1);
     grid.SetRowCount(ds.RecordCount() + 1);
-    grid.SetCells(0, 0, QStringLiteral("序号"));
+    lnq::TGridCols& cols = grid.GridCols();
+    cols[0]->SetCaption(QStringLiteral("序号"));
+    cols[0]->SetWidth(44);
     for (int c = 0; c < fields; ++c) {
-        const QString caption = dictionary.GetTitleCaption(ds.Fields(c).FieldName());
+        const QString name = ds.Fields(c).FieldName();
+        const QString caption = dictionary.GetTitleCaption(name);
+        lnq::TGridCol* col = cols[c + 1];
+        col->SetColName(name);
+        col->SetCaption(caption);
         grid.SetCells(c + 1, 0, caption);
-        if (caption == QLatin1String("NotVisible")) grid.SetColWidths(c + 1, -1);
+        // Texts get room for their declared size and read from the left;
+        // "NotVisible" hides the column.
+        const lnq::TField& field = ds.Fields(c);
+        const bool text = lnq::StorageKindOf(field.DataType()) == lnq::TStorageKind::Text;
+        col->SetAlignment(text ? Qt::AlignLeft : Qt::AlignRight);
+        col->SetWidth(caption == QLatin1String("NotVisible") ? -1
+                      : text                                 ? std::clamp(field.Size() * 7, 60, 220)
+                                                             : 80);
     }
     int row = 1;
     for (ds.First(); !ds.Eof(); ds.Next(), ++row) {
