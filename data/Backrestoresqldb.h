@@ -29,11 +29,14 @@
 //        text as on the server (the "USE [...]" prefix is not sent: the file
 //        is the database).
 //
-// Failures: backup and restore (and the helpers returning bool) catch every
-// error, keep its message for GetLastErrorMsg and return false. RunSQL,
-// ExcuteSQLNonQuery, ExcuteSQLQuery, UpdateValue and UpdateOption let the
-// database's error through as EDatabaseError (also kept for
-// GetLastErrorMsg). Connections and result sets are released in every case.
+// Failures: backup, restore, the logical-name renaming, DeleteDataBase,
+// CheckDataBase, CheckTableExists and TestConn catch every error, keep its
+// message for GetLastErrorMsg and return false. RunSQL, ExcuteSQLNonQuery,
+// ExcuteSQLQuery, UpdateValue and UpdateOption let the database's error
+// through as EDatabaseError (also kept for GetLastErrorMsg); so do the
+// logical-name readers and GetMasterFileName, which backup and restore call
+// inside their own handling. Connections and result sets are released in
+// every case.
 
 #include "data/DataSet.h"
 
