@@ -86,6 +86,14 @@ private Q_SLOTS:
             << QStringList{"restore", "--from", "x.bak", "--name", "a/b"} << 2;
         QTest::newRow("restore missing backup")
             << QStringList{"restore", "--from", "missing.bak", "--name", "n"} << 1;
+        // The local server is not there (or refuses this login): the driver's message, exit 1.
+        const QString server =
+            "Provider=SQLOLEDB;User ID=sa;Password=x;Data Source=(local);Initial Catalog=Shop";
+        QTest::newRow("server backup") << QStringList{"backup", "--db", server, "--to", "D:\\y.bak"} << 1;
+        QTest::newRow("server restore")
+            << QStringList{"restore", "--from", "D:\\x.bak", "--name", "n", "--server", server} << 1;
+        QTest::newRow("restore on a file as server")
+            << QStringList{"restore", "--from", "x.bak", "--name", "n", "--server", "x.db"} << 2;
         QTest::newRow("check missing") << QStringList{"check-db", "missing.db"} << 1;
         QTest::newRow("check two") << QStringList{"check-db", "a", "b"} << 2;
     }

@@ -1,12 +1,21 @@
-// Backup commands of the lnq tool, on embedded databases:
-//   lnq backup --db DB --to FILE               consistent copy, also while others write
-//   lnq restore --from FILE --name NAME [--dir DIR]
-//                                              checked restore as DIR/NAME.db (default: the
-//                                              current directory); prints its path
+// Backup commands of the lnq tool:
+//   lnq backup --db DB --to FILE               embedded: consistent copy, also while others
+//                                              write; DB a SQL Server connection string:
+//                                              "backup database" of its Initial Catalog on
+//                                              the local server to FILE on the server's disk
+//   lnq restore --from FILE --name NAME [--dir DIR] [--server CONNSTR]
+//                                              embedded: checked restore as DIR/NAME.db
+//                                              (default: the current directory); with
+//                                              --server (the login) on the local SQL Server,
+//                                              files into DIR (default: the master
+//                                              database's folder), logical names after NAME.
+//                                              Prints the restored database's (data) file
 //   lnq check-db DB                            integrity check; exit 1 on damage
 
 #include "data/Backrestoresqldb.h"
+#include "data/ConnectionString.h"
 #include "tools/lnq/Command.h"
+#include "util/Exceptions.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -29,6 +38,22 @@ bool parseOptions(const QString& command, const QStringList& args, const QString
     return true;
 }
 
+// The SQL Server login and catalog of a connection string, or false when it
+// names an embedded database (or is not a connection string at all).
+bool serverLogin(const QString& text, lnq::TLNQBackRestoreSQLDB& c) {
+    try {
+        if (lnq::ResolveConnectionString(text).kind != lnq::TConnectionInfo::Kind::SqlServer) return false;
+    } catch (const lnq::Exception&) {
+        return false;
+    }
+    for (const auto& [key, value] : lnq::ParseConnectionString(text)) {
+        if (key.compare(QLatin1String("User ID"), Qt::CaseInsensitive) == 0) c.SetUser(value);
+        if (key.compare(QLatin1String("Password"), Qt::CaseInsensitive) == 0) c.SetPassword(value);
+        if (key.compare(QLatin1String("Initial Catalog"), Qt::CaseInsensitive) == 0) c.SetDatabaseName(value);
+    }
+    return true;
+}
+
 int backup(const QStringList& args, Io& io) {
     QHash<QString, QString> v;
     if (!parseOptions(QStringLiteral("backup"), args, {QStringLiteral("--db"), QStringLiteral("--to")}, v,
@@ -40,7 +65,7 @@ int backup(const QStringList& args, Io& io) {
     }
     const QString db = v.value(QStringLiteral("--db"));
     lnq::TLNQBackRestoreSQLDB c;
-    c.SetEmbeddedFile(db);
+    if (!serverLogin(db, c)) c.SetEmbeddedFile(db);
     c.SetFileNameBackup(v.value(QStringLiteral("--to")));
     if (!c.BackupDB()) {
         io.err << "lnq: " << c.GetLastErrorMsg() << "\n";
@@ -53,19 +78,43 @@ int backup(const QStringList& args, Io& io) {
 int restore(const QStringList& args, Io& io) {
     QHash<QString, QString> v;
     if (!parseOptions(QStringLiteral("restore"), args,
-                      {QStringLiteral("--from"), QStringLiteral("--name"), QStringLiteral("--dir")}, v, io))
+                      {QStringLiteral("--from"), QStringLiteral("--name"), QStringLiteral("--dir"),
+                       QStringLiteral("--server")},
+                      v, io))
         return 2;
     const QString name = v.value(QStringLiteral("--name"));
     if (!v.contains(QStringLiteral("--from")) || name.isEmpty()) {
-        io.err << "usage: lnq restore --from FILE --name NAME [--dir DIR]\n";
+        io.err << "usage: lnq restore --from FILE --name NAME [--dir DIR] [--server CONNSTR]\n";
         return 2;
     }
     if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\'))) {
         io.err << "lnq restore: NAME is a database name, not a path (use --dir)\n";
         return 2;
     }
-    const QString dir = QDir(v.value(QStringLiteral("--dir"), QStringLiteral("."))).absolutePath();
     lnq::TLNQBackRestoreSQLDB c;
+    if (v.contains(QStringLiteral("--server"))) {
+        if (!serverLogin(v.value(QStringLiteral("--server")), c)) {
+            io.err << "lnq restore: --server wants a SQL Server connection string\n";
+            return 2;
+        }
+        c.SetDatabaseName(name);
+        c.SetFileNameRestore(v.value(QStringLiteral("--from")));
+        c.SetAutoCorrectLogicalName(true);
+        if (v.contains(QStringLiteral("--dir"))) {
+            c.SetDBSetupDir(lnq::TDBSetupDir::dirCustom);
+            c.SetFileNameRestoreTarget(v.value(QStringLiteral("--dir")));
+        } else {
+            c.SetDBSetupDir(lnq::TDBSetupDir::dirMaster);
+        }
+        if (!c.RestoreDB()) {
+            io.err << "lnq: " << c.GetLastErrorMsg() << "\n";
+            return 1;
+        }
+        io.out << c.RestoreTargetDir(lnq::TLNQBackRestoreSQLDB::MasterConnStr(c.GetConnStr())) << name
+               << "_Data.mdf\n";
+        return 0;
+    }
+    const QString dir = QDir(v.value(QStringLiteral("--dir"), QStringLiteral("."))).absolutePath();
     c.SetDBSetupDir(lnq::TDBSetupDir::dirCustom);
     c.SetFileNameRestoreTarget(dir + QLatin1Char('/'));
     c.SetDatabaseName(name);
@@ -96,7 +145,8 @@ int checkDb(const QStringList& args, Io& io) {
 
 const lnqtool::Registrar r1({QStringLiteral("backup"), QStringLiteral("backup --db DB --to FILE"), backup});
 const lnqtool::Registrar r2({QStringLiteral("restore"),
-                             QStringLiteral("restore --from FILE --name NAME [--dir DIR]"), restore});
+                             QStringLiteral("restore --from FILE --name NAME [--dir DIR] [--server CONNSTR]"),
+                             restore});
 const lnqtool::Registrar r3({QStringLiteral("check-db"), QStringLiteral("check-db DB"), checkDb});
 
 } // namespace
