@@ -152,22 +152,33 @@ QString TLNQBackRestoreSQLDB::GetConnStr() const {
 QString TLNQBackRestoreSQLDB::repl_substr(const QString& find, const QString& replace,
                                           const QString& source) {
     if (find.isEmpty()) return source;
-    QString s = source;
     if (replace.contains(find)) {
+        QString s = source;
         s.replace(find, replace);
         return s;
     }
-    // Text before the last replacement held no occurrence, so the next
-    // search starts where a new one could begin.
-    qsizetype from = 0;
-    for (;;) {
-        const qsizetype at = s.indexOf(find, from);
-        if (at < 0) break;
-        s.remove(at, find.size());
-        s.insert(at, replace);
-        from = std::max<qsizetype>(0, at - find.size() + 1);
+    // The text is fed character by character into out, which never holds an
+    // occurrence; the first occurrence of the whole text is then the first
+    // one out comes to end with. Its replacement goes back in front of the
+    // rest of the input, where it may complete a new occurrence. Each step
+    // costs the length of find, so the work is linear in what is fed.
+    std::vector<QChar> input(source.crbegin(), source.crend()); // next character last
+    QString out;
+    out.reserve(source.size());
+    // A rewriting that keeps producing occurrences would never end: it stops
+    // with an error once the fed text has grown far beyond the source.
+    const qsizetype budget = (source.size() + 16) * (replace.size() + 2) * 8;
+    qsizetype fed = 0;
+    while (!input.empty()) {
+        out += input.back();
+        input.pop_back();
+        if (++fed > budget) throw EConvertError(QStringLiteral("文本替换不能结束: ") + find);
+        if (out.endsWith(find)) {
+            out.chop(find.size());
+            input.insert(input.end(), replace.crbegin(), replace.crend());
+        }
     }
-    return s;
+    return out;
 }
 
 QString TLNQBackRestoreSQLDB::MasterConnStr(const QString& connStr) {

@@ -121,7 +121,8 @@ public:
     QString GetConnStr() const;
     // Replaces the first occurrence of find in source until none is left.
     // When replace itself holds find, every occurrence is replaced once
-    // (repeating would never end). An empty find changes nothing.
+    // (repeating would never end); a rewriting that would grow far beyond
+    // the source in another way raises EConvertError. An empty find changes nothing.
     static QString repl_substr(const QString& find, const QString& replace, const QString& source);
     // The connection string pointed at the "master" catalog.
     static QString MasterConnStr(const QString& connStr);

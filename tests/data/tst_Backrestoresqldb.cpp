@@ -184,6 +184,26 @@ private Q_SLOTS:
                               << "master"
                               << "MASTER Master"
                               << "MASTER master";
+        // The replacement completes an occurrence with the text before it.
+        QTest::newRow("cascade") << "ab"
+                                 << "b"
+                                 << "aaab"
+                                 << "b";
+        QTest::newRow("growing") << "ab"
+                                 << "bba"
+                                 << "aab"
+                                 << "bbbbaa";
+    }
+    void replSubstrThatNeverEnds() {
+        // Each "ab" -> "bab" ... holds its find text: replaced once each.
+        QCOMPARE(TLNQBackRestoreSQLDB::repl_substr(QStringLiteral("ab"), QStringLiteral("bab"),
+                                                   QStringLiteral("aab")),
+                 QStringLiteral("abab"));
+        // "ab" -> "bbaa" doubles the b's for every a passed: the result would be
+        // exponentially long.
+        QVERIFY_THROWS_EXCEPTION(
+            EConvertError, TLNQBackRestoreSQLDB::repl_substr(QStringLiteral("ab"), QStringLiteral("bbaa"),
+                                                             QString(2000, QLatin1Char('a')) + "b"));
     }
     void replSubstr() {
         QFETCH(QString, find);
