@@ -11,7 +11,7 @@ PACKAGES=(
   libxlsxwriter-dev
   libbenchmark-dev
   clang libclang-rt-14-dev libfuzzer-14-dev
-  qt6-tools-dev qt6-tools-dev-tools
+  qt6-tools-dev qt6-tools-dev-tools libqt6opengl6-dev
   libfreexl-dev libminizip-dev
   fonts-noto-cjk
   xvfb xauth
