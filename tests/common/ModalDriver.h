@@ -3,10 +3,12 @@
 // event loop once a modal widget of the wanted type is active, as a user
 // would act on it. Schedule the handler before the step that opens the dialog.
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
 #include <QTimer>
 #include <functional>
+#include <memory>
 
 namespace lnqtest {
 
@@ -19,7 +21,10 @@ template <typename T> void whenModal(std::function<void(T*)> handler) {
         if (!widget) {
             // Give up after ten seconds so that a missing dialog fails the test
             // instead of hanging it.
-            if (++*attempts > 1000) timer->deleteLater(), timer->stop();
+            if (++*attempts > 1000) {
+                timer->stop();
+                timer->deleteLater();
+            }
             return;
         }
         timer->stop();
