@@ -202,7 +202,7 @@ void TFilterEditorFM::BuildUi() {
     connect(ButtonCancel, &QPushButton::clicked, this, &TFilterEditorFM::reject);
 
     OpTypeChanged();
-    resize(640, 520);
+    resize(660, 640);
 }
 
 // ---------------------------------------------------------------- modes

@@ -7,6 +7,7 @@
 #include "data/Plat_dataenvironment.h"
 #include "util/Exceptions.h"
 
+#include <QHash>
 #include <QStringList>
 #include <cmath>
 
@@ -166,26 +167,33 @@ QString TDataWebPage::PropertyPage(TDataSet& dataSet, const QString& params) con
         TField& subType = dataSet.FieldByName(QStringLiteral("vSubType"));
         TField& name = dataSet.FieldByName(QStringLiteral("vPropertyName"));
         TField& value = dataSet.FieldByName(QStringLiteral("vPropertyValue"));
-        TField& link = dataSet.FieldByName(QStringLiteral("vAppLinkFormat"));
+        // Property lists kept before link formats existed have no such column.
+        const TField* link = dataSet.FindField(QStringLiteral("vAppLinkFormat"));
         const int rows = dataSet.RecordCount();
         const int subTypeIndex = subType.Index();
+        // The rows of each sub-type, sub-types in order of first appearance.
         QStringList subTypes;
+        QHash<QString, QList<int>> rowsOf;
         for (int r = 0; r < rows; ++r) {
             const QString s = dataSet.ValueAt(r, subTypeIndex).toString();
-            if (!subTypes.contains(s)) subTypes << s;
+            auto it = rowsOf.find(s);
+            if (it == rowsOf.end()) {
+                subTypes << s;
+                it = rowsOf.insert(s, {});
+            }
+            it->append(r);
         }
         for (const QString& s : subTypes) {
             page += QStringLiteral("<br><b>") + s + QStringLiteral("</b>");
             page += QStringLiteral("<table width=\"100%\"><tr>");
             int count = 0;
-            for (int r = 0; r < rows; ++r) {
-                if (dataSet.ValueAt(r, subTypeIndex).toString() != s) continue;
+            for (const int r : rowsOf.value(s)) {
                 // Rows of one sub-type break every ColumnCount items.
                 if (count > 0 && count % m_columnCount == 0) page += QStringLiteral("</tr><tr>");
                 ++count;
                 const QString propertyValue = dataSet.ValueAt(r, value.Index()).toString();
                 QString shown = propertyValue;
-                const QString format = dataSet.ValueAt(r, link.Index()).toString();
+                const QString format = link ? dataSet.ValueAt(r, link->Index()).toString() : QString();
                 if (!format.isEmpty()) {
                     QString target = format;
                     target.replace(QStringLiteral("[Value]"), propertyValue);

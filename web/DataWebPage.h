@@ -76,7 +76,8 @@ public:
     QString RecordPage() const;
 
     // The property page of a dataset with vSubType, vPropertyName,
-    // vPropertyValue and vAppLinkFormat; params is "name=value;name=value"
+    // vPropertyValue and vAppLinkFormat (without that column no value is a
+    // link); params is "name=value;name=value"
     // for the "[name]" markers of the link formats.
     QString PropertyPage(TDataSet& dataSet, const QString& params) const;
 

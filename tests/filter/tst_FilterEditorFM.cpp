@@ -76,7 +76,8 @@ private Q_SLOTS:
                  "create table T (vName nvarchar(20), iQty int, bFlag bit, dDay datetime, imgPic image, "
                  "vSecret nvarchar(10), bShare bit, vAllowedUsers nvarchar(50), vAllowedGroups nvarchar(50))",
                  "create table R (bShare bit, VALLOWEDUSERS nvarchar(50), vAllowedGroups nvarchar(50))",
-                 "create table W (c01 int, c02 int, c03 int, c04 int, c05 int, c06 int, c07 int, c08 int, c09 int, "
+                 "create table W (c01 int, c02 int, c03 int, c04 int, c05 int, c06 int, c07 int, c08 int, "
+                 "c09 int, "
                  "c10 int, c11 int, c12 int, c13 int, c14 int)",
                  "insert Sys_TableDictionary (vTableName, vFieldName, vFieldDescribe, bDisplay) values "
                  "('T', 'vName', N'名称', 1)",
@@ -103,9 +104,8 @@ private Q_SLOTS:
             << "T" << QStringList{"名称", "iQty", "bFlag", "日期", "imgPic"} << 1;
         QTest::newRow("only rights columns") << "R" << QStringList() << 0;
         QTest::newRow("breaks into columns")
-            << "W"
-            << QStringList{"c01", "c02", "c03", "c04", "c05", "c06", "c07", "c08", "c09", "c10", "c11", "c12", "c13",
-                           "c14"}
+            << "W" << QStringList{"c01", "c02", "c03", "c04", "c05", "c06", "c07",
+                                  "c08", "c09", "c10", "c11", "c12", "c13", "c14"}
             << 2;
     }
     void fieldMenu() {
@@ -126,13 +126,30 @@ private Q_SLOTS:
         QTest::addColumn<QString>("op");
         QTest::addColumn<QString>("box");
         QTest::addColumn<QString>("sql");
-        QTest::newRow("text") << "名称" << "等于(精确地)" << "EditValueString" << "vName= 'o'k'";
-        QTest::newRow("number") << "iQty" << "小于" << "EditValueNumber" << "iQty< 12.5";
-        QTest::newRow("yes/no") << "bFlag" << "否" << "" << "bFlag=0";
-        QTest::newRow("date") << "日期" << "大于" << "DateTimePicker" << "DateDiff(d,dDay,'2024-03-05' )<0 ";
-        QTest::newRow("recent days") << "日期" << "最近N天" << "EditValueNumber"
+        QTest::newRow("text") << "名称"
+                              << "等于(精确地)"
+                              << "EditValueString"
+                              << "vName= 'o'k'";
+        QTest::newRow("number") << "iQty"
+                                << "小于"
+                                << "EditValueNumber"
+                                << "iQty< 12.5";
+        QTest::newRow("yes/no") << "bFlag"
+                                << "否"
+                                << ""
+                                << "bFlag=0";
+        QTest::newRow("date") << "日期"
+                              << "大于"
+                              << "DateTimePicker"
+                              << "DateDiff(d,dDay,'2024-03-05' )<0 ";
+        QTest::newRow("recent days") << "日期"
+                                     << "最近N天"
+                                     << "EditValueNumber"
                                      << "DateDiff(d,dDay,GetDate() )<= 12.5";
-        QTest::newRow("blob offers nothing") << "imgPic" << "" << "" << "";
+        QTest::newRow("blob offers nothing") << "imgPic"
+                                             << ""
+                                             << ""
+                                             << "";
     }
     void valueBoxes() {
         QFETCH(QString, field);
@@ -224,8 +241,8 @@ private Q_SLOTS:
                 if (users->item(i)->checkState() == Qt::Checked) checkedUsers << users->item(i)->text();
             QTest::mouseClick(child<QPushButton>(form, "ButtonOK"), Qt::LeftButton);
         });
-        QVERIFY(TFilterEditorFM::ShowEditViewDialog(*m_conn, QStringLiteral("T"), QStringLiteral(".T"), path, stream,
-                                                    rights));
+        QVERIFY(TFilterEditorFM::ShowEditViewDialog(*m_conn, QStringLiteral("T"), QStringLiteral(".T"), path,
+                                                    stream, rights));
         QCOMPARE(shownSql, QStringLiteral("select 1 from T"));
         QCOMPARE(checkedUsers, QStringList{"an"});
         QCOMPARE(path, QStringLiteral("我的\\原始"));

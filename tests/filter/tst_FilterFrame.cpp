@@ -20,6 +20,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDateEdit>
+#include <QHBoxLayout>
 #include <QInputDialog>
 #include <QInputMethodEvent>
 #include <QLineEdit>
@@ -536,6 +537,58 @@ private Q_SLOTS:
         QCOMPARE(visibleViews(), shown);
         box->clear();
         QVERIFY(visibleViews().size() >= 7);
+    }
+
+    // With LNQ_SCREENSHOT_DIR set (run under a real display server), the
+    // frame beside a record viewer and the view editor are saved as PNG files.
+    void screenshots() {
+        const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
+        if (dir.isEmpty()) QSKIP("LNQ_SCREENSHOT_DIR not set");
+        m_services.recent = {{QStringLiteral("广东客户"), QStringLiteral("select * from Cust_CustomersMain")},
+                             {QStringLiteral("查询"), QStringLiteral("select * from Cust_CustomersMain")}};
+        m_frame->SetSupportRecent(true);
+        m_frame->LoadFiltersToTreeView();
+        QWidget window;
+        window.setWindowTitle(QStringLiteral("客户视图"));
+        auto* layout = new QHBoxLayout(&window);
+        m_frame->setParent(&window);
+        layout->addWidget(m_frame.get(), 2);
+        auto* record = new TLNQDataWebBrowser(&window);
+        record->SetColumnCount(2);
+        const auto customer = m_conn->ExecuteWithQuery(QStringLiteral(
+            "select top 1 iCustomerNo,vCustomerNo,vCustomerName,vProvince,vCity,vAddress,vTel,vMobile,"
+            "vEmail,vWebSite,vContact,vCustomersKind,bIsAgent,mCreditLimit from Cust_CustomersMain "
+            "where vWebSite is not null and vEmail is not null order by iCustomerNo"));
+        record->CommShowDataSet(*customer);
+        layout->addWidget(record, 3);
+        window.resize(900, 480);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        m_frame->TreeView()->setCurrentItem(find("常用视图\\北京客户"));
+        QTest::qWait(200);
+        QVERIFY(window.grab().save(dir + QStringLiteral("/views-tree.png")));
+        m_frame->setParent(nullptr);
+
+        m_frame->TreeView()->setCurrentItem(find("销售分析\\重点或大额信用客户"));
+        QBuffer stream;
+        stream.open(QIODevice::ReadWrite);
+        QString owner;
+        m_conn->LoadStream(owner, QStringLiteral("销售分析\\重点或大额信用客户.CUS"), stream);
+        TViewRights rights{false, QStringLiteral(",lina,wangfang,"), QStringLiteral("[B"),
+                           QStringLiteral("销售部内部使用")};
+        QString path = QStringLiteral("销售分析\\重点或大额信用客户");
+        bool saved = false;
+        whenModal<TFilterEditorFM>([&](TFilterEditorFM* form) {
+            pickField(form, QStringLiteral("省份"));
+            pickOperator(form, QStringLiteral("等于(精确地)"));
+            commitText(child<QLineEdit>(form, "EditValueString"), QStringLiteral("北京"));
+            QTest::qWait(200);
+            saved = form->grab().save(dir + QStringLiteral("/view-editor.png"));
+            click(form, "ButtonCancel");
+        });
+        TFilterEditorFM::ShowEditViewDialog(*m_conn, QStringLiteral("Cust_CustomersMain"),
+                                            QStringLiteral(".CUS"), path, stream, rights);
+        QVERIFY(saved);
     }
 
 private:

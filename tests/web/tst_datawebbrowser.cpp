@@ -239,6 +239,16 @@ private Q_SLOTS:
 
         QCOMPARE(app, toApp);
         QCOMPARE(desktop, toDesktop);
+
+        // The keyboard reaches the same link: Tab to it, Enter.
+        app.clear();
+        desktop.clear();
+        browser.setFocus();
+        browser.moveCursor(QTextCursor::Start);
+        QTest::keyClick(&browser, Qt::Key_Tab);
+        QTest::keyClick(&browser, Qt::Key_Return);
+        QCOMPARE(app, toApp);
+        QCOMPARE(desktop, toDesktop);
         if (!toApp.isEmpty()) QCOMPARE(from, &browser);
         // Nothing was followed inside the viewer: the page is still shown.
         QVERIFY(browser.source().isEmpty());
