@@ -12,6 +12,7 @@
 #include <QBuffer>
 #include <QHeaderView>
 #include <QInputDialog>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
 #include <QSplitter>
@@ -48,6 +49,15 @@ TFilterFrame::TFilterFrame(QWidget* parent) : QWidget(parent) {
     m_searchBox->setClearButtonEnabled(true);
     layout->addWidget(m_searchBox);
     connect(m_searchBox, &QLineEdit::textChanged, this, &TFilterFrame::ApplySearchText);
+    // Enter in the search box opens the first view left in the tree; the down
+    // arrow moves into the tree.
+    connect(m_searchBox, &QLineEdit::returnPressed, this, [this] {
+        if (QTreeWidgetItem* item = FirstVisibleView()) {
+            m_tree->setCurrentItem(item);
+            Guarded([this, item] { OpenItem(item); });
+        }
+    });
+    m_searchBox->installEventFilter(this);
 
     auto* splitter = new QSplitter(Qt::Vertical, this);
     m_tree = new QTreeWidget(splitter);
@@ -148,7 +158,7 @@ void TFilterFrame::LoadFiltersToTreeView() {
     m_tree->expandAll();
     if (m_tree->topLevelItemCount() > 0) m_tree->setCurrentItem(m_tree->topLevelItem(0));
     ApplySearchText();
-    UpdateMenu();
+    ItemClicked(m_tree->currentItem());
     Q_EMIT viewsLoaded();
 }
 
@@ -165,6 +175,29 @@ void TFilterFrame::ApplySearchText() {
         }
         folder->setHidden(!folderMatches && shown == 0 && !text.trimmed().isEmpty());
     }
+    QTreeWidgetItem* current = m_tree->currentItem();
+    if (current && (current->isHidden() || (current->parent() && current->parent()->isHidden())))
+        m_tree->setCurrentItem(FirstVisibleView());
+}
+
+QTreeWidgetItem* TFilterFrame::FirstVisibleView() const {
+    for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
+        QTreeWidgetItem* folder = m_tree->topLevelItem(i);
+        if (folder->isHidden()) continue;
+        for (int j = 0; j < folder->childCount(); ++j)
+            if (!folder->child(j)->isHidden()) return folder->child(j);
+    }
+    return nullptr;
+}
+
+bool TFilterFrame::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_searchBox && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Down) {
+        if (QTreeWidgetItem* item = FirstVisibleView()) m_tree->setCurrentItem(item);
+        m_tree->setFocus();
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 bool TFilterFrame::IsRecentItem(const QTreeWidgetItem* item) const {

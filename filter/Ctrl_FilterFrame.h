@@ -80,7 +80,11 @@ Q_SIGNALS:
     // After the tree was rebuilt.
     void viewsLoaded();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    QTreeWidgetItem* FirstVisibleView() const;
     void ItemClicked(QTreeWidgetItem* item);
     void ItemDoubleClicked(QTreeWidgetItem* item);
     void OpenItem(QTreeWidgetItem* item);

@@ -2,8 +2,8 @@
 // operator kind, the rights lists, and the class-level dialogs for searching,
 // editing a raw SQL view and saving a ready SQL text.
 
-#include "common/ModalDriver.h"
 #include "common/TestMain.h"
+#include "common/WidgetDriver.h"
 #include "data/ADOConnection.h"
 #include "data/Plat_adodatabasese.h"
 #include "data/Plat_dataenvironment.h"
@@ -26,33 +26,14 @@
 #include <QTreeWidget>
 
 using namespace lnq;
-using lnqtest::answerMessageBox;
-using lnqtest::whenModal;
+using namespace lnqtest;
 
 namespace {
-template <typename T> T* child(QWidget* form, const char* name) {
-    T* w = form->findChild<T*>(QString::fromLatin1(name));
-    if (!w) qFatal("no widget %s", name);
-    return w;
-}
-void commitText(QWidget* w, const QString& text) {
-    w->setFocus();
-    QInputMethodEvent event;
-    event.setCommitString(text);
-    QApplication::sendEvent(w, &event);
-}
 void pickField(QWidget* form, const QString& caption) {
-    QTest::mouseClick(child<QPushButton>(form, "ButtonField"), Qt::LeftButton);
-    for (QToolButton* entry : child<QMenu>(form, "FieldMenu")->findChildren<QToolButton*>())
-        if (entry->text() == caption) return QTest::mouseClick(entry, Qt::LeftButton);
-    qFatal("no field %s", qPrintable(caption));
+    pickMenuEntry(form, "ButtonField", "FieldMenu", caption);
 }
 void pickOperator(QWidget* form, const QString& name) {
-    auto* box = child<QComboBox>(form, "ComboboxOpType");
-    box->setFocus();
-    QTest::keyClick(box, Qt::Key_Home);
-    for (int i = 0; i < box->count() && box->currentText() != name; ++i)
-        QTest::keyClick(box, Qt::Key_Down);
+    pickComboText(child<QComboBox>(form, "ComboboxOpType"), name);
 }
 QStringList operators(QWidget* form) {
     QStringList out;
@@ -196,31 +177,6 @@ private Q_SLOTS:
         form.SetAllowedGroups(QStringLiteral("[B"));
         QCOMPARE(form.GetAllowedGroups(), QStringLiteral("[B"));
         QCOMPARE(groups->item(0)->checkState(), Qt::Unchecked);
-    }
-
-    void searchDialog() {
-        QString title;
-        whenModal<TFilterEditorFM>([&](TFilterEditorFM* form) {
-            title = form->windowTitle();
-            pickField(form, QStringLiteral("名称"));
-            pickOperator(form, QStringLiteral("不包含"));
-            commitText(child<QLineEdit>(form, "EditValueString"), QStringLiteral("测试"));
-            QTest::mouseClick(child<QPushButton>(form, "ButtonAdd"), Qt::LeftButton);
-            pickField(form, QStringLiteral("bFlag"));
-            QTest::mouseClick(child<QPushButton>(form, "ButtonAdd"), Qt::LeftButton);
-            QTest::mouseClick(child<QPushButton>(form, "ButtonOK"), Qt::LeftButton);
-        });
-        QString sql;
-        QVERIFY(TFilterEditorFM::ShowSearchDialog(*m_conn, QStringLiteral("T"), sql));
-        QCOMPARE(title, QStringLiteral("查询"));
-        QCOMPARE(sql, QStringLiteral(" And vName not like '%测试%' And bFlag=1"));
-
-        whenModal<TFilterEditorFM>([](TFilterEditorFM* form) {
-            QTest::mouseClick(child<QPushButton>(form, "ButtonCancel"), Qt::LeftButton);
-        });
-        sql = QStringLiteral("kept");
-        QVERIFY(!TFilterEditorFM::ShowSearchDialog(*m_conn, QStringLiteral("T"), sql));
-        QCOMPARE(sql, QStringLiteral("kept"));
     }
 
     void editRawSqlViewAndSaveSql() {

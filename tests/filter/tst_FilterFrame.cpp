@@ -3,8 +3,8 @@
 // and building, sharing, editing, renaming, deleting and saving views through
 // the popup menu and the editor's dialogs, with Sys_FileBase read back.
 
-#include "common/ModalDriver.h"
 #include "common/TestMain.h"
+#include "common/WidgetDriver.h"
 #include "data/ADOConnection.h"
 #include "data/Plat_adodatabasese.h"
 #include "data/Plat_dataenvironment.h"
@@ -34,8 +34,7 @@
 #include <cstring>
 
 using namespace lnq;
-using lnqtest::answerMessageBox;
-using lnqtest::whenModal;
+using namespace lnqtest;
 
 namespace {
 
@@ -87,32 +86,11 @@ public:
     }
 };
 
-// Chinese text arrives from the input method as a commit.
-void commitText(QWidget* w, const QString& text) {
-    w->setFocus();
-    QInputMethodEvent event;
-    event.setCommitString(text);
-    QApplication::sendEvent(w, &event);
+void pickField(QWidget* form, const QString& caption) {
+    pickMenuEntry(form, "ButtonField", "FieldMenu", caption);
 }
-
-template <typename T> T* child(QWidget* form, const char* name) {
-    T* w = form->findChild<T*>(QString::fromLatin1(name));
-    if (!w) qFatal("no widget %s", name);
-    return w;
-}
-
-// Field menu: open it with its button and click the entry.
-bool pickField(QWidget* form, const QString& caption) {
-    QTest::mouseClick(child<QPushButton>(form, "ButtonField"), Qt::LeftButton);
-    auto* menu = child<QMenu>(form, "FieldMenu");
-    for (QToolButton* entry : menu->findChildren<QToolButton*>()) {
-        if (entry->text() == caption) {
-            QTest::mouseClick(entry, Qt::LeftButton);
-            return true;
-        }
-    }
-    menu->close();
-    return false;
+void pickOperator(QWidget* form, const QString& name) {
+    pickComboText(child<QComboBox>(form, "ComboboxOpType"), name);
 }
 
 QStringList fieldEntries(QWidget* form) {
@@ -120,15 +98,6 @@ QStringList fieldEntries(QWidget* form) {
     for (QToolButton* entry : child<QMenu>(form, "FieldMenu")->findChildren<QToolButton*>())
         out << entry->text();
     return out;
-}
-
-// Operator box: arrow keys until the name shows.
-void pickOperator(QWidget* form, const QString& name) {
-    auto* box = child<QComboBox>(form, "ComboboxOpType");
-    box->setFocus();
-    QTest::keyClick(box, Qt::Key_Home);
-    for (int i = 0; i < box->count() && box->currentText() != name; ++i)
-        QTest::keyClick(box, Qt::Key_Down);
 }
 
 void toggleCheck(QListWidget* list, const QString& text) {
@@ -143,10 +112,6 @@ QStringList checked(QListWidget* list) {
     for (int i = 0; i < list->count(); ++i)
         if (list->item(i)->checkState() == Qt::Checked) out << list->item(i)->text();
     return out;
-}
-
-void click(QWidget* form, const char* button) {
-    QTest::mouseClick(child<QPushButton>(form, button), Qt::LeftButton);
 }
 
 // A double-click as the mouse makes it: press, release, then the double-click.
@@ -535,6 +500,10 @@ private Q_SLOTS:
         else
             commitText(box, typed);
         QCOMPARE(visibleViews(), shown);
+        // Enter opens the first view left.
+        m_caption.clear();
+        QTest::keyClick(box, Qt::Key_Return);
+        QCOMPARE(m_caption, shown.isEmpty() ? QString() : shown.first().section('\\', 1));
         box->clear();
         QVERIFY(visibleViews().size() >= 7);
     }
