@@ -87,6 +87,10 @@ void TLNQDataWebBrowser::PropertyOutPutWebHtml(TDataSet& dataSet, const QString&
     LoadHtml(m_page.PropertyPage(dataSet, params));
 }
 
+void TLNQDataWebBrowser::ShowDatasetPB(TDataSet& dataSet) {
+    LoadHtml(m_page.ContactCardPage(dataSet));
+}
+
 void TLNQDataWebBrowser::ShowText(const QString& text) {
     QString body = text.toHtmlEscaped();
     body.replace(QStringLiteral("\r\n"), QStringLiteral("<BR>"));

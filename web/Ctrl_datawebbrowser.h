@@ -49,6 +49,8 @@ public:
     void OutPutDataWeb();
     // Shows the property page of a property dataset.
     void PropertyOutPutWebHtml(TDataSet& dataSet, const QString& params);
+    // Shows the contact cards of a contact dataset.
+    void ShowDatasetPB(TDataSet& dataSet);
     // Shows a plain text (a view's description) in the page's style.
     void ShowText(const QString& text);
 

@@ -212,4 +212,47 @@ QString TDataWebPage::PropertyPage(TDataSet& dataSet, const QString& params) con
     return page;
 }
 
+QString TDataWebPage::ContactCardPage(TDataSet& dataSet) const {
+    QString page = DataWebPageHeader();
+    if (dataSet.Active()) {
+        const int customer = dataSet.FieldByName(QStringLiteral("iCustomerNo")).Index();
+        const int contact = dataSet.FieldByName(QStringLiteral("iContactNo")).Index();
+        const int name = dataSet.FieldByName(QStringLiteral("vContact")).Index();
+        const int zone = dataSet.FieldByName(QStringLiteral("vPhoneZone")).Index();
+        const int number = dataSet.FieldByName(QStringLiteral("vPhoneNumber")).Index();
+        const int kind = dataSet.FieldByName(QStringLiteral("vPhoneKind")).Index();
+        const TField* title = dataSet.FindField(QStringLiteral("vTitle"));
+        const TField* mobile = dataSet.FindField(QStringLiteral("vMobile"));
+        const TField* mail = dataSet.FindField(QStringLiteral("vEmail"));
+        auto text = [&](int row, int field) { return dataSet.ValueAt(row, field).toString(); };
+        for (int r = 0; r < dataSet.RecordCount(); ++r) {
+            const QString keys = QStringLiteral("iCustomerNo=") + text(r, customer) +
+                                 QStringLiteral("&iContactNo=") + text(r, contact);
+            page += QStringLiteral("<table width=\"100%\"><tr><td><b><a href=\"app://ShowContactDetail?") +
+                    keys + QStringLiteral("\">") + text(r, name) + QStringLiteral("</a></b>");
+            if (title && !text(r, title->Index()).isEmpty())
+                page += QStringLiteral(" ") + text(r, title->Index());
+            page += QStringLiteral("</td></tr>");
+            QStringList phone;
+            for (const int part : {zone, number, kind})
+                if (!text(r, part).isEmpty()) phone << text(r, part);
+            if (!phone.isEmpty())
+                page += QStringLiteral("<tr><td>") + phone.join(QStringLiteral(" - ")) +
+                        QStringLiteral("</td></tr>");
+            if (mobile && !text(r, mobile->Index()).isEmpty())
+                page += QStringLiteral("<tr><td>") +
+                        GetHrefStr(text(r, mobile->Index()), QStringLiteral("手机"), QString()) +
+                        QStringLiteral("</td></tr>");
+            if (mail && !text(r, mail->Index()).isEmpty())
+                page += QStringLiteral("<tr><td>") +
+                        GetHrefStr(text(r, mail->Index()), QStringLiteral("邮箱"), QString()) +
+                        QStringLiteral("</td></tr>");
+            page += QStringLiteral("<tr><td><a href=\"app://EditContact?") + keys +
+                    QStringLiteral("\">编辑联系人</a></td></tr></table>");
+        }
+    }
+    page += QStringLiteral("</body></html>");
+    return page;
+}
+
 } // namespace lnq

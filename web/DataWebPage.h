@@ -81,6 +81,14 @@ public:
     // for the "[name]" markers of the link formats.
     QString PropertyPage(TDataSet& dataSet, const QString& params) const;
 
+    // The contact cards of a contact dataset (iCustomerNo, iContactNo,
+    // vContact, vPhoneZone, vPhoneNumber, vPhoneKind; vTitle, vMobile and
+    // vEmail when present), one card per record in order: the name as a link
+    // to the contact's screen, the title, the phone line (zone, number and
+    // kind joined by " - ", empty parts left out), mobile and mail as links,
+    // and a link "编辑联系人" to the contact editor.
+    QString ContactCardPage(TDataSet& dataSet) const;
+
 private:
     QString CaptionOf(const TDataSet& dataSet, int field) const;
 

@@ -135,6 +135,40 @@ private Q_SLOTS:
         QVERIFY(sample.out.contains("<a href=\"app://ShowContactDetail?iCustomerNo=5&vContact="));
     }
 
+    void contactHtml() {
+        TADOConnection ado;
+        ado.SetConnectionString(m_db);
+        ado.Open();
+        TInterfacedADOConnection(ado).ExecuteNonQuery(
+            QStringLiteral("insert Cust_Contacts (iCustomerNo, vContact, vTitle, vPhoneZone, vPhoneNumber, "
+                           "vPhoneKind, vMobile, "
+                           "vEmail) values (99999, N'王五', N'经理', '010', '6612', N'办公', '139', null), "
+                           "(99999, N'赵六', null, null, '8888', null, null, 'z@x.cn')"));
+        const auto r = runTool({"contact", "html", "--db", m_db, "--customer", "99999"});
+        QCOMPARE(r.exitCode, 0);
+        const QRegularExpression no("iContactNo=(\\d+)");
+        auto it = no.globalMatch(r.out);
+        QStringList ids;
+        while (it.hasNext())
+            ids << it.next().captured(1);
+        QCOMPARE(ids.size(), 4);
+        const QString a = "iCustomerNo=99999&iContactNo=" + ids[0];
+        const QString b = "iCustomerNo=99999&iContactNo=" + ids[2];
+        QCOMPARE(r.out, kHeader + "<table width=\"100%\"><tr><td><b><a href=\"app://ShowContactDetail?" + a +
+                            "\">王五</a></b> 经理</td></tr><tr><td>010 - 6612 - 办公</td></tr><tr><td><a "
+                            "href=\"app://ShowMessageManageDetail?Phone=139\">139</a></td></tr><tr><td><a "
+                            "href=\"app://EditContact?" +
+                            a +
+                            "\">编辑联系人</a></td></tr></table><table width=\"100%\"><tr><td><b><a "
+                            "href=\"app://ShowContactDetail?" +
+                            b +
+                            "\">赵六</a></b></td></tr><tr><td>8888</td></tr><tr><td><a "
+                            "href=\"app://ShowMailManageDetail?Phone=z@x.cn\">z@x.cn</a></td></tr><tr><td><a "
+                            "href=\"app://EditContact?" +
+                            b + "\">编辑联系人</a></td></tr></table></body></html>\n");
+        QCOMPARE(runTool({"contact", "html", "--db", m_db, "--customer", "1 or 1=1"}).exitCode, 2);
+    }
+
 private:
     QTemporaryDir m_dir;
     QString m_db;

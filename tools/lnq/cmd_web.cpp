@@ -9,6 +9,10 @@
 //       in their order, followed by one newline; the parameters fill the
 //       "[name]" markers of the link formats.
 //
+//   lnq contact html --db DB --customer NO
+//       The contact cards of the customer's contacts (Cust_Contacts), in the
+//       order of their numbers, followed by one newline.
+//
 // N is the number of caption/value pairs per table row (default 2).
 
 #include "data/Plat_adodatabasese.h"
@@ -103,6 +107,34 @@ int propertyHtml(const QStringList& args, Io& io) {
     return 0;
 }
 
+const char kContactUsage[] = "contact html --db DB --customer NO";
+
+int contactHtml(const QStringList& args, Io& io) {
+    QMap<QString, QString> options;
+    QStringList positional;
+    QString error;
+    if (!lnqtool::ParseValuedOptions(args, {QStringLiteral("--db"), QStringLiteral("--customer")}, options,
+                                     positional, error))
+        return usageError(io, kContactUsage, error);
+    if (!positional.isEmpty())
+        return usageError(io, kContactUsage, QStringLiteral("unexpected argument ") + positional.first());
+    if (!options.contains(QStringLiteral("--db"))) return usageError(io, kContactUsage, "--db is required");
+    bool ok = false;
+    const qint64 customer = options.value(QStringLiteral("--customer")).toLongLong(&ok);
+    if (!ok) return usageError(io, kContactUsage, "--customer takes a customer number");
+
+    lnq::TADOConnection connection;
+    lnqtool::OpenDatabase(connection, options.value(QStringLiteral("--db")));
+    lnq::TInterfacedADOConnection conn(connection);
+    const auto ds = conn.ExecuteWithQuery(QStringLiteral("select * from Cust_Contacts where iCustomerNo=") +
+                                          QString::number(customer) + QStringLiteral(" order by iContactNo"));
+    lnq::TDataWebPage page;
+    io.out << page.ContactCardPage(*ds) << "\n";
+    return 0;
+}
+
+const lnqtool::Registrar contactReg({QStringLiteral("contact html"), QString::fromLatin1(kContactUsage),
+                                     contactHtml});
 const lnqtool::Registrar recordReg({QStringLiteral("record html"), QString::fromLatin1(kRecordUsage),
                                     recordHtml});
 const lnqtool::Registrar propertyReg({QStringLiteral("property html"), QString::fromLatin1(kPropertyUsage),
