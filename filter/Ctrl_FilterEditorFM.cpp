@@ -117,7 +117,6 @@ void TFilterEditorFM::BuildUi() {
     cond->addLayout(values, 1, 2);
     ButtonAdd = new QPushButton(QStringLiteral("添加(&A)"), m_conditionPanel);
     ButtonAdd->setObjectName(QStringLiteral("ButtonAdd"));
-    ButtonAdd->setAutoDefault(false);
     cond->addWidget(ButtonAdd, 1, 3);
     connect(ButtonAdd, &QPushButton::clicked, this, [this] { AddCondition(); });
 
@@ -129,7 +128,6 @@ void TFilterEditorFM::BuildUi() {
     cond->addWidget(ListView, 2, 0, 1, 3);
     ButtonDelete = new QPushButton(QStringLiteral("删除(&D)"), m_conditionPanel);
     ButtonDelete->setObjectName(QStringLiteral("ButtonDelete"));
-    ButtonDelete->setAutoDefault(false);
     cond->addWidget(ButtonDelete, 2, 3, Qt::AlignTop);
     connect(ButtonDelete, &QPushButton::clicked, this, [this] {
         const QModelIndex index = ListView->currentIndex();
@@ -192,7 +190,6 @@ void TFilterEditorFM::BuildUi() {
     buttons->addStretch();
     ButtonOK = new QPushButton(QStringLiteral("确定(&O)"), this);
     ButtonOK->setObjectName(QStringLiteral("ButtonOK"));
-    ButtonOK->setDefault(true);
     ButtonCancel = new QPushButton(QStringLiteral("取消(&C)"), this);
     ButtonCancel->setObjectName(QStringLiteral("ButtonCancel"));
     buttons->addWidget(ButtonOK);
@@ -200,6 +197,16 @@ void TFilterEditorFM::BuildUi() {
     root->addLayout(buttons);
     connect(ButtonOK, &QPushButton::clicked, this, &TFilterEditorFM::accept);
     connect(ButtonCancel, &QPushButton::clicked, this, &TFilterEditorFM::reject);
+    // Enter in a value box adds the condition; in the name boxes it saves.
+    // No button is the default, so Enter never closes the form by surprise.
+    for (QPushButton* b : {ButtonOK, ButtonCancel, ButtonAdd, ButtonDelete, ButtonField}) {
+        b->setAutoDefault(false);
+        b->setDefault(false);
+    }
+    for (QLineEdit* value : {EditValueString, EditValueNumber})
+        connect(value, &QLineEdit::returnPressed, this, [this] { AddCondition(); });
+    for (QLineEdit* name : {EditGroup, EditName, EditDescription})
+        connect(name, &QLineEdit::returnPressed, this, &TFilterEditorFM::accept);
 
     OpTypeChanged();
     resize(660, 640);
