@@ -233,21 +233,28 @@ void TFilterFrame::ItemDoubleClicked(QTreeWidgetItem* item) {
     if (item && item->parent()) OpenItem(item);
 }
 
-bool TFilterFrame::OpenFilter(const QString& name) {
-    const QString folder = folderOf(name);
-    const QString leaf = nameOf(name);
+QTreeWidgetItem* TFilterFrame::ItemOfPath(const QString& path) const {
+    const QString folder = folderOf(path);
+    const QString leaf = nameOf(path);
     for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
         QTreeWidgetItem* f = m_tree->topLevelItem(i);
-        if (f->text(0) != folder) continue;
-        for (int j = 0; j < f->childCount(); ++j) {
-            if (f->child(j)->text(0) == leaf) {
-                m_tree->setCurrentItem(f->child(j));
-                OpenItem(f->child(j));
-                return true;
-            }
-        }
+        if (f == m_recentFolder || f->text(0) != folder) continue;
+        for (int j = 0; j < f->childCount(); ++j)
+            if (f->child(j)->text(0) == leaf) return f->child(j);
     }
-    return false;
+    return nullptr;
+}
+
+void TFilterFrame::SelectPath(const QString& path) {
+    if (QTreeWidgetItem* item = ItemOfPath(path)) m_tree->setCurrentItem(item);
+}
+
+bool TFilterFrame::OpenFilter(const QString& name) {
+    QTreeWidgetItem* item = ItemOfPath(name);
+    if (!item) return false;
+    m_tree->setCurrentItem(item);
+    OpenItem(item);
+    return true;
 }
 
 void TFilterFrame::OpenItem(QTreeWidgetItem* item) {
@@ -335,7 +342,7 @@ void TFilterFrame::NewView() {
     m_connection->SetProperty(QStringLiteral("Sys_FileBase"), QStringLiteral("vFileName+vExt"), path + m_ext,
                               rights.Share, rights.AllowedUsers, rights.AllowedGroups, rights.Description);
     LoadFiltersToTreeView();
-    OpenFilter(path);
+    SelectPath(path);
 }
 
 void TFilterFrame::EditView() {
@@ -390,6 +397,7 @@ void TFilterFrame::RenameView() {
     }
     m_connection->ExecuteNonQuery(ViewRenameSQL(folder, newName, path, m_ext));
     LoadFiltersToTreeView();
+    SelectPath(folder + QLatin1Char('\\') + newName);
 }
 
 void TFilterFrame::DeleteView() {

@@ -85,6 +85,8 @@ protected:
 
 private:
     QTreeWidgetItem* FirstVisibleView() const;
+    QTreeWidgetItem* ItemOfPath(const QString& path) const;
+    void SelectPath(const QString& path);
     void ItemClicked(QTreeWidgetItem* item);
     void ItemDoubleClicked(QTreeWidgetItem* item);
     void OpenItem(QTreeWidgetItem* item);

@@ -323,9 +323,8 @@ private Q_SLOTS:
         QCOMPARE(row.description, QStringLiteral("北京的大额客户"));
         QCOMPARE(row.sql, QStringLiteral(" and (vCustomerName like '%北京%' OR mCreditLimit>= 300000 OR "
                                          "DateDiff(m,dCreateDate,GetDate() )=0 )"));
-        // The new view is in the tree and was opened.
-        QVERIFY(find("销售分析\\北京大客户"));
-        QCOMPARE(m_caption, QStringLiteral("北京大客户"));
+        // The new view is in the tree, selected.
+        QCOMPARE(m_frame->SelectedPath(), QStringLiteral("销售分析\\北京大客户"));
     }
 
     void editView() {
@@ -428,7 +427,7 @@ private Q_SLOTS:
         action("修改视图名称(&R)")->trigger();
         QVERIFY(stored("销售分析\\京城大客户").found);
         QVERIFY(!stored("销售分析\\大客户").found);
-        QVERIFY(find("销售分析\\京城大客户"));
+        QCOMPARE(m_frame->SelectedPath(), QStringLiteral("销售分析\\京城大客户"));
     }
 
     void deleteView() {
