@@ -17,6 +17,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -84,6 +85,7 @@ void TFilterEditorFM::BuildUi() {
     EditFieldName = new QLineEdit(m_conditionPanel);
     EditFieldName->setObjectName(QStringLiteral("EditFieldName"));
     EditFieldName->setReadOnly(true);
+    EditFieldName->installEventFilter(this);
     ButtonField = new QPushButton(QStringLiteral("..."), m_conditionPanel);
     ButtonField->setObjectName(QStringLiteral("ButtonField"));
     ButtonField->setFixedWidth(28);
@@ -92,6 +94,7 @@ void TFilterEditorFM::BuildUi() {
     cond->addLayout(fieldBox, 1, 0);
     m_fieldMenu = new QMenu(this);
     m_fieldMenu->setObjectName(QStringLiteral("FieldMenu"));
+    m_fieldMenu->installEventFilter(this);
     connect(ButtonField, &QPushButton::clicked, this, &TFilterEditorFM::ShowFieldMenu);
 
     ComboboxOpType = new QComboBox(m_conditionPanel);
@@ -285,6 +288,7 @@ void TFilterEditorFM::SetDataset(const QString& tableName) {
         entry->setToolButtonStyle(Qt::ToolButtonTextOnly);
         entry->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         const QString caption = m_fieldCaptions[k];
+        entry->setFocusPolicy(Qt::StrongFocus);
         connect(entry, &QToolButton::clicked, this, [this, caption] {
             m_fieldMenu->close();
             ChooseField(caption);
@@ -297,7 +301,61 @@ void TFilterEditorFM::SetDataset(const QString& tableName) {
 }
 
 void TFilterEditorFM::ShowFieldMenu() {
-    m_fieldMenu->popup(ButtonField->mapToGlobal(QPoint(0, ButtonField->height())));
+    m_fieldMenu->popup(EditFieldName->mapToGlobal(QPoint(0, EditFieldName->height())));
+    m_menuEntry = 0;
+    const auto entries = m_fieldMenu->findChildren<QToolButton*>();
+    if (!entries.isEmpty()) entries.first()->setFocus();
+}
+
+bool TFilterEditorFM::FieldMenuKey(int key) {
+    // The arrows walk the entries (left and right by column), Enter or Space
+    // chooses the entry in focus.
+    const auto entries = m_fieldMenu->findChildren<QToolButton*>();
+    if (entries.isEmpty()) return false;
+    const int count = static_cast<int>(entries.size());
+    int next = m_menuEntry;
+    switch (key) {
+    case Qt::Key_Down:
+    case Qt::Key_Tab:
+        next = m_menuEntry + 1;
+        break;
+    case Qt::Key_Up:
+    case Qt::Key_Backtab:
+        next = m_menuEntry - 1;
+        break;
+    case Qt::Key_Right:
+        next = m_menuEntry + kFieldMenuRows;
+        break;
+    case Qt::Key_Left:
+        next = m_menuEntry - kFieldMenuRows;
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space:
+        entries.at(m_menuEntry)->click();
+        return true;
+    default:
+        return false;
+    }
+    m_menuEntry = qBound(0, next, count - 1);
+    entries.at(m_menuEntry)->setFocus();
+    return true;
+}
+
+bool TFilterEditorFM::eventFilter(QObject* watched, QEvent* event) {
+    // The field box opens its menu with F4, Alt+Down or Space.
+    if (watched == EditFieldName && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_F4 || key->key() == Qt::Key_Space ||
+            (key->key() == Qt::Key_Down && key->modifiers() & Qt::AltModifier)) {
+            ShowFieldMenu();
+            return true;
+        }
+    }
+    if (watched == m_fieldMenu && event->type() == QEvent::KeyPress &&
+        FieldMenuKey(static_cast<QKeyEvent*>(event)->key()))
+        return true;
+    return QDialog::eventFilter(watched, event);
 }
 
 void TFilterEditorFM::ChooseField(const QString& caption) {

@@ -111,6 +111,9 @@ public:
 public Q_SLOTS:
     void accept() override;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void BuildUi();
     void OpTypeChanged();
@@ -118,6 +121,7 @@ private:
     void GroupClicked(QListWidgetItem* item);
     void AppendRow(const TConditionRow& row);
     void ShowFieldMenu();
+    bool FieldMenuKey(int key);
     void Refuse(const QString& text);
 
     IConnection& m_connection;
@@ -137,6 +141,7 @@ private:
     QLineEdit* EditFieldName = nullptr;
     QPushButton* ButtonField = nullptr;
     QMenu* m_fieldMenu = nullptr;
+    int m_menuEntry = 0;
     QComboBox* ComboboxOpType = nullptr;
     QLineEdit* EditValueString = nullptr;
     QLineEdit* EditValueNumber = nullptr;

@@ -100,6 +100,18 @@ private Q_SLOTS:
         const auto grids = menu->findChildren<QGridLayout*>();
         QCOMPARE(grids.size(), 1);
         QCOMPARE(grids.first()->columnCount() * (fields.isEmpty() ? 0 : 1), columns);
+        if (fields.isEmpty()) return;
+        // From the keyboard: F4 on the field box, down to the second entry, Enter.
+        form.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        auto* box = child<QLineEdit>(&form, "EditFieldName");
+        box->setFocus();
+        QTest::keyClick(box, Qt::Key_F4);
+        QTRY_VERIFY(menu->isVisible());
+        QTest::keyClick(menu, Qt::Key_Down);
+        QTest::keyClick(menu, Qt::Key_Return);
+        QCOMPARE(box->text(), fields.at(1));
+        QVERIFY(!menu->isVisible());
     }
 
     void valueBoxes_data() {
