@@ -207,7 +207,10 @@ const std::vector<Table>& frameworkDictionary() {
           {"dCreateDate", "", "创建日期"}}},
         {"sys_group", {{"iNo", "", "序号"}, {"vGroupID", "", "组编号"}, {"vGroupName", "", "组名称"}}},
         {"sys_properties",
-         {{"vSubType", "", "分类"}, {"vPropertyName", "", "属性"}, {"vPropertyValue", "", "属性值"}}},
+         {{"vSubType", "", "分类"},
+          {"vPropertyName", "", "属性"},
+          {"vPropertyValue", "", "属性值"},
+          {"vAppLinkFormat", "", "链接格式", false}}},
     };
     return tables;
 }
@@ -1058,7 +1061,8 @@ private:
 
     void properties() {
         Inserter ins(m_db, "sys_properties",
-                     {"vTableName", "vKeyField", "vSubType", "vPropertyName", "vPropertyValue", "iOrder"});
+                     {"vTableName", "vKeyField", "vSubType", "vPropertyName", "vPropertyValue", "iOrder",
+                      "vAppLinkFormat"});
         static const char* const industries[] = {"制造业", "批发零售", "信息技术", "教育",
                                                  "医疗",   "政府",     "餐饮"};
         static const char* const banks[] = {"中国工商银行", "中国建设银行", "中国农业银行", "中国银行",
@@ -1067,19 +1071,28 @@ private:
         for (int i = 0; i < n; ++i) {
             const QString key = QString::number(m_customers[static_cast<size_t>(i)].first);
             int order = 0;
-            auto prop = [&](const char* sub, const char* name, const QVariant& value) {
+            // Contact properties open the host's screens: "[Value]" is the
+            // property's value, the other markers come from the viewer's
+            // parameters (the record's key).
+            auto prop = [&](const char* sub, const char* name, const QVariant& value,
+                            const char* link = nullptr) {
                 ins.row({QStringLiteral("Cust_CustomersMain"), key, QString::fromUtf8(sub),
-                         QString::fromUtf8(name), value, ++order});
+                         QString::fromUtf8(name), value, ++order,
+                         link ? QVariant(QString::fromUtf8(link)) : QVariant()});
             };
             prop("基本信息", "所属行业", QString::fromUtf8(m_rng.pick(industries)));
             prop("基本信息", "注册资金", QStringLiteral("%1万元").arg(m_rng.between(10, 5000)));
             prop("基本信息", "成立日期", dateTime(-m_rng.between(365, 20 * 365), false).left(10));
-            prop("联系方式", "联系人", personName());
-            prop("联系方式", "手机", mobile());
-            prop("联系方式", "邮箱", mail("163.com"));
+            prop("联系方式", "联系人", personName(),
+                 "app://ShowContactDetail?iCustomerNo=[iCustomerNo]&vContact=[Value]");
+            prop("联系方式", "手机", mobile(),
+                 "app://ShowMessageManageDetail?Phone=[Value]&iCustomerNo=[iCustomerNo]");
+            prop("联系方式", "邮箱", mail("163.com"),
+                 "app://ShowMailManageDetail?Phone=[Value]&iCustomerNo=[iCustomerNo]");
             if (m_rng.percent(40))
                 prop("联系方式", "网址",
-                     QStringLiteral("http://www.example") + m_rng.digits(3) + QStringLiteral(".cn"));
+                     QStringLiteral("http://www.example") + m_rng.digits(3) + QStringLiteral(".cn"),
+                     "[Value]");
             prop("财务信息", "开户银行", QString::fromUtf8(m_rng.pick(banks)));
             QString account = m_rng.digits(4);
             for (int g = 0; g < 3; ++g)
@@ -1153,6 +1166,25 @@ private:
                             QStringLiteral("金额 大于 50000")}},
                           true),
             false, QStringLiteral(","), QStringLiteral("[D"), QStringLiteral("财务部关注的大额单据"));
+        // Sharing cases of the views tree: a group's view, a view owned by a
+        // user whose name holds a quote, and one allowed to that user by name.
+        add(QStringLiteral("客服专区\\待回访客户"), cus, QStringLiteral("huangqiang"),
+            conditionView({{QStringLiteral("DateDiff(d,dLastVisit,GetDate() )<= 90"),
+                            QStringLiteral("最近拜访"), QStringLiteral("最近拜访 最近N天 90")}},
+                          true),
+            false, QStringLiteral(","), QStringLiteral("[C"), QStringLiteral("客服部共用的回访名单"));
+        add(QStringLiteral("我的视图\\外资客户"), cus, QStringLiteral("o'neil"),
+            conditionView({{QStringLiteral("vCustomersKind like '%外资%'"), QStringLiteral("客户类型"),
+                            QStringLiteral("客户类型 包含 外资")}},
+                          true),
+            false, QStringLiteral(","), QString(), QStringLiteral("欧尼尔自己的视图"));
+        add(QStringLiteral("销售分析\\北京重点客户"), cus, QStringLiteral("zhangwei"),
+            conditionView({{QStringLiteral("vProvince= '北京'"), QStringLiteral("省份"),
+                            QStringLiteral("省份 等于(精确地) 北京")},
+                           {QStringLiteral("vCreateUser= '[%用户代码%]'"), QStringLiteral("建档人"),
+                            QStringLiteral("建档人 等于(精确地) [%用户代码%]")}},
+                          true),
+            false, QStringLiteral(",o'neil,chenjing,"), QString(), QStringLiteral("北京客户中自己建档的"));
     }
 
     struct Product {

@@ -62,6 +62,7 @@ CREATE TABLE sys_properties (
     vSubType       NVARCHAR(50) COLLATE NOCASE,
     vPropertyName  NVARCHAR(50) COLLATE NOCASE,
     vPropertyValue NVARCHAR(500) COLLATE NOCASE,
-    iOrder         INT NOT NULL DEFAULT 0
+    iOrder         INT NOT NULL DEFAULT 0,
+    vAppLinkFormat NVARCHAR(200) COLLATE NOCASE
 );
 CREATE INDEX IX_sys_properties_Key ON sys_properties (vTableName, vKeyField);

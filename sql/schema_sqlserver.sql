@@ -69,7 +69,8 @@ CREATE TABLE [dbo].[sys_properties] (
     [vSubType]       [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL,
     [vPropertyName]  [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL,
     [vPropertyValue] [varchar] (500) COLLATE Chinese_PRC_CI_AS NULL,
-    [iOrder]         [int] NOT NULL DEFAULT (0)
+    [iOrder]         [int] NOT NULL DEFAULT (0),
+    [vAppLinkFormat] [varchar] (200) COLLATE Chinese_PRC_CI_AS NULL
 ) ON [PRIMARY]
 GO
 CREATE INDEX [IX_sys_properties_Key] ON [dbo].[sys_properties] ([vTableName], [vKeyField])

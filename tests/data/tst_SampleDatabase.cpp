@@ -177,7 +177,7 @@ private Q_SLOTS:
         QTest::newRow("user's customer")
             << " SELECT iCustomerNo, vCustomerNo  FROM sys_SystemUser  WHERE iUserNo = 1"
             << "iCustomerNo" << 1;
-        QTest::newRow("property list") << "select *,'' as vAppLinkFormat from sys_properties where "
+        QTest::newRow("property list") << "select * from sys_properties where "
                                           "vTableName='Cust_CustomersMain' and vKeyField='5'"
                                        << "iNo" << 5;
         QTest::newRow("newest hundred")

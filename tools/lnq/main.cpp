@@ -44,6 +44,18 @@ int main(int argc, char** argv) {
     try {
         lnq::Gbk::ensureAvailable();
         const QString name = args.takeFirst();
+        // A command registered under two words ("view list") is tried first.
+        if (!args.isEmpty()) {
+            const QString twoWords = name + QLatin1Char(' ') + args.first();
+            for (const auto& c : lnqtool::commands()) {
+                if (c.name == twoWords) {
+                    int rc = c.handler(args.mid(1), io);
+                    out.flush();
+                    err.flush();
+                    return rc;
+                }
+            }
+        }
         for (const auto& c : lnqtool::commands()) {
             if (c.name == name) {
                 int rc = c.handler(args, io);
