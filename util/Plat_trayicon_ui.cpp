@@ -16,7 +16,6 @@ namespace lnq {
 TLNQTrayIcon::TLNQTrayIcon(QObject* parent) : QObject(parent), m_menu(std::make_unique<QMenu>()) {
     m_tray = new QSystemTrayIcon(this);
     m_showAction = m_menu->addAction(QStringLiteral("显示主窗口"));
-    m_firstOwnAction = m_showAction;
     m_startAction = m_menu->addAction(QStringLiteral("开机自动启动"));
     m_startAction->setCheckable(true);
     m_menu->addSeparator();
@@ -92,8 +91,9 @@ void TLNQTrayIcon::SetStartAtLogin(bool on) {
 }
 
 void TLNQTrayIcon::AddMenuAction(QAction* action) {
-    m_menu->insertAction(m_firstOwnAction, action);
-    if (m_firstOwnAction == m_showAction) m_menu->insertSeparator(m_showAction);
+    // Host actions, then a separator, then the tray's own entries.
+    if (!m_hostSeparator) m_hostSeparator = m_menu->insertSeparator(m_showAction);
+    m_menu->insertAction(m_hostSeparator, action);
 }
 
 void TLNQTrayIcon::ShowMainForm() {

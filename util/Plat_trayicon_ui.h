@@ -82,9 +82,9 @@ private:
     void onStartToggled(bool on);
     void onExit();
 
-    QSystemTrayIcon* m_tray = nullptr; // child of this object
-    std::unique_ptr<QMenu> m_menu;     // a menu has no object parent here
-    QAction* m_firstOwnAction = nullptr;
+    QSystemTrayIcon* m_tray = nullptr;  // child of this object
+    std::unique_ptr<QMenu> m_menu;      // a menu has no object parent here
+    QAction* m_hostSeparator = nullptr; // made with the first host action
     QAction* m_showAction = nullptr;
     QAction* m_startAction = nullptr;
     QAction* m_exitAction = nullptr;
