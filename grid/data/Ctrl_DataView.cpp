@@ -6,6 +6,7 @@
 
 #include <QEvent>
 #include <QFontMetrics>
+#include <QHash>
 #include <QHeaderView>
 #include <QPaintEvent>
 #include <QPainter>
@@ -213,20 +214,20 @@ void TDataView::paintBox(QPainter& painter, const QRect& exposed) const {
     }
 }
 
-QString TDataView::fieldCaption(const QString& fieldName) const {
-    const QString key = fieldName + QLatin1Char('=');
-    for (const QString& entry : m_fieldCaptions)
-        if (entry.startsWith(key, Qt::CaseInsensitive)) return entry.mid(key.size());
-    return QString();
-}
-
 void TDataView::ShowDataset(const TDataSet& DataSet) {
     if (!DataSet.Active() || DataSet.Bof() || DataSet.Eof()) return;
     m_items.clear();
     if (!m_fieldCaptions.isEmpty()) {
+        // Name lookups ignore letter case; the first entry of a name counts.
+        QHash<QString, QString> captions;
+        for (const QString& entry : m_fieldCaptions) {
+            const qsizetype eq = entry.indexOf(QLatin1Char('='));
+            const QString name = entry.left(eq).toLower();
+            if (eq > 0 && !captions.contains(name)) captions.insert(name, entry.mid(eq + 1));
+        }
         for (int i = 0; i < DataSet.FieldCount(); ++i) {
             const TField& f = DataSet.Fields(i);
-            const QString caption = fieldCaption(f.FieldName());
+            const QString caption = captions.value(f.FieldName().toLower());
             if (caption.isEmpty()) continue;
             FAddItem(caption, f.DisplayText());
         }

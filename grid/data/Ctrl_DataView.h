@@ -70,14 +70,16 @@ public:
     // The current record of an open dataset whose Bof() and Eof() are both
     // false (anything else leaves the card as it is). Captions come from the
     // field captions when there are any (fields without one are left out),
-    // else from the field dictionary, whose "NotVisible" hides a field.
+    // else from the field dictionary, whose "NotVisible" hides a field
+    // (the dataset's connection loads it on first use; its errors propagate).
     void ShowDataset(const TDataSet& DataSet);
     // A data grid's current record: each column in column order with its
     // title, when the dataset is open and not empty and the text is not
     // empty. The data grid's own overload passes its columns here.
     void ShowGrid(const TDataSet& DataSet, const std::vector<TDataViewColumn>& Columns);
-    // The current row of a plain table view: each model column in order, its
-    // header text as the title. No current row gives an empty card.
+    // The current row of a plain table view: each model column in the shown
+    // order (hidden ones too, as with the data grid's columns), its header
+    // text as the title. No current row gives an empty card.
     void ShowGrid(const QTableView& Grid);
     // Field captions ("field name=title") from the visible columns.
     void InitFieldsCaptions(const std::vector<TDataViewColumn>& Columns);
@@ -101,7 +103,6 @@ private:
     class PaintBoxWidget;
     friend class PaintBoxWidget;
     void paintBox(QPainter& painter, const QRect& exposed) const;
-    QString fieldCaption(const QString& fieldName) const;
 
     PaintBoxWidget* m_paintBox = nullptr; // owned by the scroll area
     QStringList m_items;

@@ -69,9 +69,6 @@ private Q_SLOTS:
         f.close();
         QVERIFY(text.startsWith(
             QStringLiteral("[Desktop Entry]\nType=Application\nName=客户管理\nComment=托盘\n")));
-        // Rewriting replaces the entry.
-        TAutoStart::Enable(name, QStringLiteral("/opt/lnq/demo2"));
-        QCOMPARE(TAutoStart::Command(name), QStringList{"/opt/lnq/demo2"});
         TAutoStart::Disable(name);
         QVERIFY(!QFile::exists(path));
         QVERIFY(!TAutoStart::IsEnabled(name));
@@ -95,15 +92,6 @@ private Q_SLOTS:
         TAutoStart::Enable(QStringLiteral("demo"), QStringLiteral("/bin/true"));
         writeEntry(QStringLiteral("demo"), text);
         QCOMPARE(TAutoStart::IsEnabled(QStringLiteral("demo")), enabled);
-    }
-
-    void relativeConfigHomeIsIgnored() {
-        const QByteArray home = qgetenv("HOME");
-        qputenv("HOME", m_dir.path().toUtf8());
-        qputenv("XDG_CONFIG_HOME", "relative/config");
-        const QString location = TAutoStart::EntryLocation(QStringLiteral("demo"));
-        qputenv("HOME", home);
-        QCOMPARE(location, m_dir.path() + QStringLiteral("/.config/autostart/demo.desktop"));
     }
 
     void errors_data() {

@@ -17,45 +17,34 @@ namespace {
 // An entry form: controls in tab order, some of them not to stop at.
 struct Form {
     QWidget w;
-    QLineEdit* name = new QLineEdit(&w);
-    QLineEdit* code = new QLineEdit(&w); // read-only
-    QComboBox* kind = new QComboBox(&w);
-    QLineEdit* old = new QLineEdit(&w); // disabled
-    TLNQMaskEdit* amount = new TLNQMaskEdit(&w);
-    QLineEdit* hidden = new QLineEdit(&w);
-    QPlainTextEdit* memo = new QPlainTextEdit(&w);
-    QLineEdit* phone = new QLineEdit(&w);
-    QTableWidget* grid = new QTableWidget(2, 2, &w);
-    QPushButton* ok = new QPushButton(QStringLiteral("确定"), &w);
+    QLineEdit* name = add<QLineEdit>("name");
+    QLineEdit* code = add<QLineEdit>("code"); // read-only
+    QComboBox* kind = add<QComboBox>("kind");
+    QLineEdit* old = add<QLineEdit>("old"); // disabled
+    TLNQMaskEdit* amount = add<TLNQMaskEdit>("amount");
+    QLineEdit* hidden = add<QLineEdit>("hidden");
+    QPlainTextEdit* memo = add<QPlainTextEdit>("memo");
+    QLineEdit* phone = add<QLineEdit>("phone");
+    QTableWidget* grid = add<QTableWidget>("grid");
+    QPushButton* ok = add<QPushButton>("ok");
+    template <class T> T* add(const char* objectName) {
+        if (!w.layout()) new QVBoxLayout(&w);
+        auto* c = new T(&w);
+        c->setObjectName(QString::fromLatin1(objectName));
+        w.layout()->addWidget(c);
+        return c;
+    }
     Form() {
-        auto* layout = new QVBoxLayout(&w);
-        for (QWidget* c : controls())
-            layout->addWidget(c);
         code->setReadOnly(true);
-        kind->addItems({QStringLiteral("批发"), QStringLiteral("零售")});
         old->setEnabled(false);
         amount->SetDataTypePro(dpDecimal);
         amount->SetDataWidth(8);
         amount->SetDataDec(2);
         hidden->hide();
-        grid->setCurrentCell(0, 0);
         TEnterFocus::Install(w);
         w.show();
         w.activateWindow();
         (void)QTest::qWaitForWindowActive(&w);
-    }
-    QList<QWidget*> controls() const {
-        return {name, code, kind, old, amount, hidden, memo, phone, grid, ok};
-    }
-    QWidget* byName(const QString& n) const {
-        for (QWidget* c : controls())
-            if (c->objectName() == n) return c;
-        return nullptr;
-    }
-    void names() {
-        const char* n[] = {"name", "code", "kind", "old", "amount", "hidden", "memo", "phone", "grid", "ok"};
-        for (int i = 0; i < controls().size(); ++i)
-            controls()[i]->setObjectName(QString::fromLatin1(n[i]));
     }
 };
 
@@ -84,9 +73,9 @@ private Q_SLOTS:
         QFETCH(bool, shift);
         QFETCH(QString, to);
         Form f;
-        f.names();
-        f.byName(from)->setFocus();
-        QCOMPARE(QApplication::focusWidget(), f.byName(from));
+        QWidget* start = f.w.findChild<QWidget*>(from);
+        start->setFocus();
+        QCOMPARE(QApplication::focusWidget(), start);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return,
                         shift ? Qt::ShiftModifier : Qt::NoModifier);
         QCOMPARE(QApplication::focusWidget()->objectName(), to);
