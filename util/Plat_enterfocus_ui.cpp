@@ -4,11 +4,18 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QTextEdit>
 #include <QToolButton>
 
 namespace lnq {
+
+namespace {
+// The control getting its own Enter first. One for all forms: a form inside
+// another form has its own TEnterFocus, and neither may take that Enter.
+QPointer<QWidget> g_delivering;
+} // namespace
 
 TEnterFocus::TEnterFocus(QWidget& form) : QObject(&form), m_form(form) {
     // Key events go to the focused control, not to the form: watch them all
@@ -66,13 +73,17 @@ bool TEnterFocus::eventFilter(QObject* watched, QEvent* event) {
     auto* control = qobject_cast<QWidget*>(watched);
     // Only the focused control's own key event: an Enter some control left
     // unhandled travels on to its parents and is not a second Enter.
-    if (!control || control == m_delivering || control != QApplication::focusWidget() ||
+    if (!control || control == g_delivering || control != QApplication::focusWidget() ||
         !m_form.isAncestorOf(control) || KeepsOwnEnter(*control))
         return false;
+    // A form inside this one with its own Enter movement decides for its
+    // controls, whichever was installed first.
+    for (const QWidget* p = control->parentWidget(); p && p != &m_form; p = p->parentWidget())
+        if (Of(*p)) return false;
     QPointer<QWidget> guard(control);
-    m_delivering = control;
+    g_delivering = control;
     QCoreApplication::sendEvent(control, event);
-    m_delivering = nullptr;
+    g_delivering = nullptr;
     // The control may have moved the focus itself or gone away meanwhile.
     if (guard && QApplication::focusWidget() == guard)
         MoveFocus(*guard, !(key->modifiers() & Qt::ShiftModifier));

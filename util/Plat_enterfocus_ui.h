@@ -17,9 +17,10 @@
 // - Ctrl+Enter and Alt+Enter are left alone.
 //
 // One TEnterFocus per form, a child of it; SetEnabled switches it per form.
+// In a form placed inside another form, the inner form's TEnterFocus
+// decides for its own controls.
 
 #include <QObject>
-#include <QPointer>
 #include <QWidget>
 
 namespace lnq {
@@ -50,7 +51,6 @@ private:
     explicit TEnterFocus(QWidget& form);
     QWidget& m_form;
     bool m_enabled = true;
-    QPointer<QWidget> m_delivering; // the control getting its own Enter first
 };
 
 } // namespace lnq

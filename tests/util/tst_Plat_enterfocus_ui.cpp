@@ -128,6 +128,18 @@ private Q_SLOTS:
         first->setFocus();
         QTest::keyClick(first, Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(QApplication::focusWidget(), first);
+        // A form inside the form: its own switch holds for its controls.
+        auto* inner = new QWidget(&other);
+        auto* innerEdit = new QLineEdit(inner);
+        other.layout()->addWidget(inner);
+        inner->show();
+        TEnterFocus::Install(*inner).SetEnabled(false);
+        innerEdit->setFocus();
+        QTest::keyClick(innerEdit, Qt::Key_Return);
+        QCOMPARE(QApplication::focusWidget(), innerEdit);
+        TEnterFocus::Of(*inner)->SetEnabled(true);
+        QTest::keyClick(innerEdit, Qt::Key_Return);
+        QCOMPARE(QApplication::focusWidget(), innerEdit); // alone in its form
     }
 };
 
