@@ -32,6 +32,13 @@ TLNQFileTree::~TLNQFileTree() = default;
 
 void TLNQFileTree::SetRootPath(const QString& path) {
     m_rootPath = path.isEmpty() ? QString() : QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    // A folder that is gone (a backup disk not plugged in) shows its nearest
+    // existing parent rather than the whole file system.
+    while (!m_rootPath.isEmpty() && !QFileInfo(m_rootPath).isDir()) {
+        const QString up = QFileInfo(m_rootPath).path();
+        if (up == m_rootPath) break;
+        m_rootPath = up;
+    }
     const QModelIndex root = m_model->setRootPath(m_rootPath);
     setRootIndex(m_rootPath.isEmpty() ? QModelIndex() : root);
 }

@@ -5,7 +5,8 @@
 // - Mode ftFilesAndFolders shows folders and files, ftFoldersOnly folders
 //   alone. FileFilter ("*.bak", "*.dat", letter case ignored) keeps the
 //   files whose names match and hides the others; folders always show.
-// - RootPath limits the tree to one folder ("" is the whole file system).
+// - RootPath limits the tree to one folder ("" is the whole file system; a
+//   folder that does not exist gives its nearest existing parent).
 // - SelectedPath is the current item's full path; SelectPath makes an
 //   existing item under the root current, opening its folders.
 // - pathSelected follows the current item; pathActivated is Enter or a

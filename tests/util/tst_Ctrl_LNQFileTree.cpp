@@ -112,6 +112,9 @@ private Q_SLOTS:
         // Outside the root, missing, or a file in folder mode: nothing chosen.
         QVERIFY(!tree.SelectPath(QDir::tempPath()));
         QVERIFY(!tree.SelectPath(path(QStringLiteral("nope.bak"))));
+        TLNQFileTree gone;
+        gone.SetRootPath(path(QStringLiteral("备份/拔掉的盘/2025")));
+        QCOMPARE(gone.RootPath(), path(QStringLiteral("备份")));
         tree.SetMode(ftFoldersOnly);
         QVERIFY(!tree.SelectPath(backup));
         QVERIFY(tree.SelectPath(path(QStringLiteral("备份/2024"))));
