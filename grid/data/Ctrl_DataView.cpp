@@ -182,6 +182,12 @@ bool TDataView::viewportEvent(QEvent* event) {
     return QScrollArea::viewportEvent(event);
 }
 
+void TDataView::changeEvent(QEvent* event) {
+    QScrollArea::changeEvent(event);
+    // The card follows its parent's font: text widths, and so the flow, change.
+    if (event->type() == QEvent::FontChange) Refresh();
+}
+
 void TDataView::paintBox(QPainter& painter, const QRect& exposed) const {
     painter.fillRect(exposed, Qt::white);
     painter.setFont(font());

@@ -98,6 +98,7 @@ public:
 
 protected:
     bool viewportEvent(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     class PaintBoxWidget;

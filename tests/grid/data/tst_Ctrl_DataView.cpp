@@ -115,6 +115,11 @@ private Q_SLOTS:
         QCOMPARE(q[2].Rect.topLeft(), QPoint(0, 20));
         QCOMPARE(q[3].Rect.topLeft(), QPoint(q[2].Cells * third, 20));
         QCOMPARE(v.CalcPaintBoxHeight(), 40);
+        // A larger parent font flows the pairs again.
+        QFont big = v.font();
+        big.setPointSize(big.pointSize() * 3);
+        v.setFont(big);
+        QVERIFY(v.CalcPaintBoxHeight() > 40);
     }
 
     void datasetRecordWithDictionaryCaptions() {
