@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFontMetrics>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -1758,7 +1759,7 @@ void TLNQCustomGrid::HideEditor() {
 void TLNQCustomGrid::TypeCheck(QChar& Key) {
     const TGridCol* col = CurrentGridCol();
     if (!col) return;
-    const QString text = EditorMode() ? m_editor->text() : QString();
+    const QString text = EditorMode() ? m_editor->TypedText() : QString();
     Key = GridTypeCheck(col->DataTypePro(), col->DataDec(), text, Key, m_typeState);
 }
 
@@ -1858,6 +1859,29 @@ void TLNQCustomGrid::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QTableView::keyPressEvent(event);
+}
+
+void TLNQCustomGrid::inputMethodEvent(QInputMethodEvent* event) {
+    // Input methods in full-width mode commit without composing first, and a
+    // composition may start while the grid itself has the focus: either way
+    // the text opens the editor, as a typed key does, and goes into it there
+    // (through the editor's key filter). Pop-up and check-box columns keep
+    // the view's handling, which ends in edit().
+    const bool carriesText = !event->commitString().isEmpty() || !event->preeditString().isEmpty();
+    const int c = Col();
+    const int r = Row();
+    const TGridCol* col = CurrentGridCol();
+    if (carriesText && CanEditCell(c, r) && !(col && col->CheckBox()) && !IsPopupColumn(c)) {
+        if (!EditorMode()) ShowEditor();
+        if (EditorMode()) {
+            TInplaceEdit* editor = m_editor.data();
+            QCoreApplication::sendEvent(editor, event);
+            if (!editor->hasFocus()) editor->setFocus(Qt::OtherFocusReason);
+            event->accept();
+            return;
+        }
+    }
+    QTableView::inputMethodEvent(event);
 }
 
 void TLNQCustomGrid::EditorKeyPress(QChar& key) {

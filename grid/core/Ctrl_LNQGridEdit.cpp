@@ -2,6 +2,7 @@
 
 #include "grid/core/Ctrl_LNQImages.h"
 #include "grid/core/Ctrl_LNQMaskEdit.h"
+#include "grid/core/TypedInput.h"
 #include "util/Clock.h"
 
 #include <QAbstractItemView>
@@ -71,14 +72,19 @@ void TInplaceEdit::SetEditText(const QString& text) {
     setText(text);
 }
 
-QString TInplaceEdit::filterTyped(const QString& text) {
-    QString out;
-    for (QChar c : text) {
-        QChar key = c;
-        m_host.EditorKeyPress(key);
-        if (!key.isNull()) out += key;
-    }
-    return out;
+QString TInplaceEdit::filterTyped(const QString& typed) {
+    struct ResetTyped {
+        std::optional<QString>& typedText;
+        ~ResetTyped() { typedText.reset(); }
+    } reset{m_typedText};
+    return FilterCommitText(text(), typed,
+                            [this](QChar c, const QString& sofar) {
+                                m_typedText = sofar;
+                                QChar key = c;
+                                m_host.EditorKeyPress(key);
+                                return key;
+                            })
+        .Accepted;
 }
 
 void TInplaceEdit::keyPressEvent(QKeyEvent* event) {
@@ -204,9 +210,9 @@ bool TLNQGridPopups::PopEnter() {
     QWidget* parent = m_host.PopupParent();
     if (info.DateAllowed) {
         const bool empty = text.trimmed().isEmpty();
-        if (empty) text = QLocale().toString(Clock::today(), QLocale::ShortFormat);
-        // A text that is no date leaves the calendar where it was.
-        const QDate d = ParseDate(text);
+        // An empty cell starts on today; a text that is no date leaves the
+        // calendar where it was.
+        const QDate d = empty ? Clock::today() : ParseDate(text);
         if (d.isValid()) m_calendar->setSelectedDate(d);
         m_check->setVisible(info.CalendarShowCheckBox);
         m_check->setChecked(!empty);

@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QStringList>
+#include <optional>
 
 class QCalendarWidget;
 class QCheckBox;
@@ -54,6 +55,10 @@ public:
     // The text to store: without the mask's literals when the mask says so.
     QString EditText() const;
     void SetEditText(const QString& text);
+    // The text the grid's key filter judges a typed character against: the
+    // editor's text, followed during an input-method commit by the commit's
+    // characters accepted before the one being judged.
+    QString TypedText() const { return m_typedText ? *m_typedText : text(); }
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -68,6 +73,7 @@ private:
     QString m_imeName;
     bool m_saveLiterals = true;
     std::vector<bool> m_literalAt;
+    std::optional<QString> m_typedText; // set while a commit is being filtered
 };
 
 // What a column offers the pop-up editors.

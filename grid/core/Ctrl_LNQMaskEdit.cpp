@@ -387,26 +387,17 @@ void TLNQMaskEdit::inputMethodEvent(QInputMethodEvent* event) {
         QLineEdit::inputMethodEvent(event);
         return;
     }
-    QString sofar = text();
-    QString accepted;
-    bool refused = false;
-    for (QChar c : commit) {
-        const QChar r = FilterChar(c, sofar);
-        if (r.isNull()) {
-            refused = true;
-            continue;
-        }
-        accepted += r;
-        sofar += r;
-    }
-    if (refused) QApplication::beep();
+    const TFilteredCommit filtered = FilterCommitText(
+        text(), commit, [this](QChar c, const QString& sofar) { return FilterChar(c, sofar); });
+    if (filtered.Refused) QApplication::beep();
+    const QString& accepted = filtered.Accepted;
     if (accepted == commit) {
         QLineEdit::inputMethodEvent(event);
         return;
     }
-    QInputMethodEvent filtered(event->preeditString(), event->attributes());
-    filtered.setCommitString(accepted, event->replacementStart(), event->replacementLength());
-    QLineEdit::inputMethodEvent(&filtered);
+    QInputMethodEvent changed(event->preeditString(), event->attributes());
+    changed.setCommitString(accepted, event->replacementStart(), event->replacementLength());
+    QLineEdit::inputMethodEvent(&changed);
 }
 
 void TLNQMaskEdit::focusInEvent(QFocusEvent* event) {

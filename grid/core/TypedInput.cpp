@@ -148,4 +148,20 @@ QString MaskEditNumAdjust(TLNQDataTypePro pro, int dataDec, int dataWidth, const
     return s;
 }
 
+TFilteredCommit FilterCommitText(const QString& before, const QString& commit,
+                                 const std::function<QChar(QChar key, const QString& textSoFar)>& filter) {
+    TFilteredCommit out;
+    QString sofar = before;
+    for (QChar c : commit) {
+        const QChar r = filter(c, sofar);
+        if (r.isNull()) {
+            out.Refused = true;
+            continue;
+        }
+        out.Accepted += r;
+        sofar += r;
+    }
+    return out;
+}
+
 } // namespace lnq

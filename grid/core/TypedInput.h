@@ -16,6 +16,7 @@
 
 #include <QChar>
 #include <QString>
+#include <functional>
 
 namespace lnq {
 
@@ -81,5 +82,17 @@ QChar MaskEditTypeCheck(TLNQDataTypePro pro, int dataDec, const QString& editorT
 // 5. a negative value gets its "-" in front of the padding
 //    (width 8, "-3" -> "-    3.00").
 QString MaskEditNumAdjust(TLNQDataTypePro pro, int dataDec, int dataWidth, const QString& text);
+
+// Text an input method commits in one go, filtered as if its characters had
+// been typed one by one: `filter` judges each character against `before`
+// followed by the characters accepted ahead of it (so "１．２．－－" into a
+// number gives what five key presses give) and returns the character to
+// insert, or a null QChar to refuse it.
+struct TFilteredCommit {
+    QString Accepted;
+    bool Refused = false; // at least one character was dropped
+};
+TFilteredCommit FilterCommitText(const QString& before, const QString& commit,
+                                 const std::function<QChar(QChar key, const QString& textSoFar)>& filter);
 
 } // namespace lnq

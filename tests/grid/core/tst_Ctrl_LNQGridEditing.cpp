@@ -7,6 +7,7 @@
 #include <QInputMethodEvent>
 #include <QSignalSpy>
 #include <QToolButton>
+#include <functional>
 
 using namespace lnq;
 
@@ -57,12 +58,34 @@ void press(QWidget* fallback, Qt::Key key) {
     QTest::keyClick(focus(fallback), key);
 }
 
+// What an input method in full-width mode sends: a commit with no
+// composition before it, to whatever has the focus.
+void commit(QWidget* fallback, const QString& text) {
+    QInputMethodEvent event;
+    event.setCommitString(text);
+    QCoreApplication::sendEvent(focus(fallback), &event);
+}
+
+// The same input run under the pinned zh_CN and under a locale whose short
+// date has two-digit years.
+void addLocaleRows(const char* name, const std::function<void(QTestData&)>& rest) {
+    for (const QLocale& loc :
+         {QLocale(QLocale::Chinese, QLocale::China), QLocale(QLocale::English, QLocale::UnitedStates)}) {
+        QTestData& row =
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2").arg(loc.name(), QLatin1String(name)))) << loc;
+        rest(row);
+    }
+}
+
 } // namespace
 
 class TestCtrlLNQGridEditing : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void cleanup() { Clock::setFixedNow(std::nullopt); }
+    void cleanup() {
+        Clock::setFixedNow(std::nullopt);
+        QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
+    }
 
     void fullWidthDigitsFoldIntoNumbers() {
         EditGrid e({"vName", "nQty"});
@@ -426,6 +449,82 @@ private Q_SLOTS:
         QCOMPARE(edited.count(), 1);
         QCOMPARE(setText.count(), 1);
         QCOMPARE(setText[0][3].toString(), QStringLiteral("z"));
+    }
+
+    // Committed text with no editor open starts the editor with that text,
+    // exactly as typing the characters does; the characters of one commit are
+    // judged against the text built so far.
+    void inputMethodCommitOpensTheEditor_data() {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<int>("pro");
+        QTest::addColumn<int>("dec");
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("text");
+        const auto rows = [](const char* name, int pro, int dec, const QString& input, const QString& text) {
+            addLocaleRows(name, [&](QTestData& row) { row << pro << dec << input << text; });
+        };
+        rows("chinese name", dpString, 0, QStringLiteral("张三"), QStringLiteral("张三"));
+        rows("full-width digits", dpDecimal, 2, QStringLiteral("１２"), QStringLiteral("12"));
+        rows("points and minus", dpDecimal, 2, QStringLiteral("１．２．－－"), QStringLiteral("1.2-"));
+        rows("no point without decimals", dpComboCount, 0, QStringLiteral("３．５"), QStringLiteral("35"));
+        rows("code letters", dpCode, 0, QStringLiteral("ab-c"), QStringLiteral("AB-C"));
+    }
+    void inputMethodCommitOpensTheEditor() {
+        QFETCH(QLocale, locale);
+        QFETCH(int, pro);
+        QFETCH(int, dec);
+        QFETCH(QString, input);
+        QFETCH(QString, text);
+        QLocale::setDefault(locale);
+        EditGrid e({"vNo", "v"});
+        TGridCol* c = e.col("v");
+        c->SetDataTypePro(TLNQDataTypePro(pro));
+        c->SetDataWidth(10);
+        c->SetDataDec(dec);
+        // Into an open editor: one commit gives what typing it gives.
+        e.at("v", 1);
+        press(&e.g, Qt::Key_Return);
+        QVERIFY(e.g.EditorMode());
+        commit(&e.g, input);
+        QCOMPARE(e.g.InplaceEditor()->text(), text);
+        press(&e.g, Qt::Key_Return);
+        e.at("v", 2);
+        type(&e.g, input);
+        QCOMPARE(e.g.InplaceEditor()->text(), text);
+        press(&e.g, Qt::Key_Return);
+        QCOMPARE(e.g.Cells(1, 1), e.g.Cells(1, 2));
+        // With no editor open the commit opens it, with the text in it.
+        e.at("v", 3);
+        e.g.setFocus();
+        QVERIFY(!e.g.EditorMode());
+        commit(&e.g, input);
+        QVERIFY(e.g.EditorMode());
+        QCOMPARE(e.g.InplaceEditor()->text(), text);
+        QCOMPARE(QApplication::focusWidget(), e.g.InplaceEditor());
+        press(&e.g, Qt::Key_Return);
+        QCOMPARE(e.g.Cells(1, 3), text);
+    }
+
+    // The calendar of an empty cell opens on the clock's today in every
+    // locale, also when an input method's commit is what opens it.
+    void calendarOfAnEmptyCellStartsOnTheClocksToday_data() {
+        QTest::addColumn<QLocale>("locale");
+        addLocaleRows("", [](QTestData&) {});
+        QTest::newRow("de_DE") << QLocale(QLocale::German, QLocale::Germany);
+    }
+    void calendarOfAnEmptyCellStartsOnTheClocksToday() {
+        QFETCH(QLocale, locale);
+        QLocale::setDefault(locale);
+        Clock::setFixedNow(QDateTime(QDate(2026, 5, 6), QTime(9, 0)));
+        EditGrid e({"vNo", "dDate"});
+        e.col("dDate")->SetPopDateAllowed(true);
+        e.at("dDate", 1);
+        commit(&e.g, QStringLiteral("１"));
+        QCalendarWidget* cal = e.g.PopupCalendar();
+        QVERIFY(cal->isVisible());
+        QCOMPARE(cal->selectedDate(), QDate(2026, 5, 6));
+        QTest::keyClick(focus(cal), Qt::Key_Return);
+        QCOMPARE(e.g.Cells(1, 1), QStringLiteral("2026-05-06"));
     }
 };
 
