@@ -105,11 +105,11 @@ void TXlsxBook::WriteHead(const QString& title, const QStringList& titles,
     worksheet_write_string(d->sheet, 0, 0, t.constData(), d->title);
     for (int c = 1; c <= last; ++c)
         worksheet_write_blank(d->sheet, 0, lxw_col_t(c), d->title);
+    // Rows are flushed in order: a merged range is registered while its last
+    // row is the one being written (its cells are written before).
+    if (last > 0) worksheet_merge_range(d->sheet, 0, 0, 0, lxw_col_t(last), t.constData(), d->title);
     bool two = false;
     const std::vector<HeadCell> cells = HeadCells(titles, &two);
-    // Rows are flushed in order: write every cell of a row before the next,
-    // and register the merged ranges afterwards (only their rectangles are
-    // recorded then; the cells are already there).
     for (int r = 0; r < (two ? 2 : 1); ++r) {
         for (int c = 0; c < n; ++c)
             worksheet_write_blank(d->sheet, lxw_row_t(1 + r), lxw_col_t(c), d->head);
@@ -118,14 +118,12 @@ void TXlsxBook::WriteHead(const QString& title, const QStringList& titles,
             const QByteArray u = cell.Text.toUtf8();
             worksheet_write_string(d->sheet, lxw_row_t(1 + r), lxw_col_t(cell.Col), u.constData(), d->head);
         }
-    }
-    if (last > 0) worksheet_merge_range(d->sheet, 0, 0, 0, lxw_col_t(last), t.constData(), d->title);
-    for (const HeadCell& cell : cells) {
-        if (cell.ColSpan == 1 && cell.RowSpan == 1) continue;
-        const QByteArray u = cell.Text.toUtf8();
-        worksheet_merge_range(d->sheet, lxw_row_t(1 + cell.Row), lxw_col_t(cell.Col),
-                              lxw_row_t(1 + cell.Row + cell.RowSpan - 1),
-                              lxw_col_t(cell.Col + cell.ColSpan - 1), u.constData(), d->head);
+        for (const HeadCell& cell : cells) {
+            if ((cell.ColSpan == 1 && cell.RowSpan == 1) || cell.Row + cell.RowSpan - 1 != r) continue;
+            const QByteArray u = cell.Text.toUtf8();
+            worksheet_merge_range(d->sheet, lxw_row_t(1 + cell.Row), lxw_col_t(cell.Col), lxw_row_t(1 + r),
+                                  lxw_col_t(cell.Col + cell.ColSpan - 1), u.constData(), d->head);
+        }
     }
     m_row = two ? 3 : 2;
 }

@@ -19,7 +19,7 @@ struct SetupColumn {
     bool editable;
 };
 constexpr SetupColumn kColumns[] = {
-    {"SerialNo", "序号", 45, false},         {"DataCaption", "字段名称", 82, false},
+    {"SerialNo", "序号", 45, false},          {"DataCaption", "字段名称", 82, false},
     {"FieldDescribe", "数据标题", 171, true}, {"UserCaption", "自定义标题", 85, true},
     {"IsDisplay", "是否显示", 64, false},     {"TColor", "A4", 64, true},
 };
@@ -73,8 +73,8 @@ TCtrl_GridSetupFm::TCtrl_GridSetupFm(QWidget* parent) : QDialog(parent) {
     });
 }
 
-void TCtrl_GridSetupFm::InitUI(const QStringList& fieldNames, const TLayoutColumns& columns, TitleLookup titleOf,
-                               bool plainGrid) {
+void TCtrl_GridSetupFm::InitUI(const QStringList& fieldNames, const TLayoutColumns& columns,
+                               TitleLookup titleOf, bool plainGrid) {
     m_columns = &columns;
     m_plainGrid = plainGrid;
     m_grid->SetRowCount(int(fieldNames.size()) + 1);
@@ -87,10 +87,11 @@ void TCtrl_GridSetupFm::InitUI(const QStringList& fieldNames, const TLayoutColum
         m_grid->SetCellValS(row, QStringLiteral("DataCaption"), name);
         m_grid->SetCellValS(row, QStringLiteral("FieldDescribe"), dictionary);
         m_grid->SetCellValS(row, QStringLiteral("IsDisplay"), display);
-        m_grid->SetCellValS(row, QStringLiteral("UserCaption"), display == kShown ? GetCaption(name) : dictionary);
-        m_grid->SetCellValS(row, QStringLiteral("TColor"),
-                            ColorValueToString(i % 2 ? RgbToColorValue(230, 240, 240)
-                                                     : RgbToColorValue(240, 240, 240)));
+        m_grid->SetCellValS(row, QStringLiteral("UserCaption"),
+                            display == kShown ? GetCaption(name) : dictionary);
+        m_grid->SetCellValS(
+            row, QStringLiteral("TColor"),
+            ColorValueToString(i % 2 ? RgbToColorValue(230, 240, 240) : RgbToColorValue(240, 240, 240)));
     }
 }
 
@@ -141,8 +142,8 @@ void TCtrl_GridSetupFm::confirm() {
     QMessageBox::information(this, QStringLiteral("提示"), QStringLiteral("至少需要一项显示"));
 }
 
-bool FieldSetup(TLayoutColumns& columns, const QStringList& fieldNames, TCtrl_GridSetupFm::TitleLookup titleOf,
-                QWidget* parent) {
+bool FieldSetup(TLayoutColumns& columns, const QStringList& fieldNames,
+                TCtrl_GridSetupFm::TitleLookup titleOf, QWidget* parent) {
     TCtrl_GridSetupFm form(parent);
     form.InitUI(fieldNames, columns, std::move(titleOf));
     if (form.exec() != QDialog::Accepted) return false;

@@ -49,8 +49,8 @@ using ReportPtr = std::unique_ptr<IReport, ReleaseReport>;
 // on failure.
 ReportPtr createReport(TInstallDll& dll) {
     QFunctionPointer entry = nullptr;
-    if (!dll.InstallDLL(TPrint::PlatformLibraryName(TPrint::GetDllFileName()), QStringLiteral("CreateReportEx"),
-                        entry) ||
+    if (!dll.InstallDLL(TPrint::PlatformLibraryName(TPrint::GetDllFileName()),
+                        QStringLiteral("CreateReportEx"), entry) ||
         !entry) {
         information(kLibraryFailed);
         return nullptr;
@@ -73,11 +73,16 @@ int callOperation(IReport& report, TPrintType type, const QString& file, ICanRep
     }
     const QByteArray name = Gbk::encode(file);
     switch (type) {
-    case TPrintType::ptDesign: return report.Design(name.constData(), &data);
-    case TPrintType::ptPreview: return report.Preview(name.constData(), &data);
-    case TPrintType::ptPrint: return report.Print(name.constData(), &data);
-    case TPrintType::ptSetup: return report.Setup(name.constData(), &data);
-    case TPrintType::ptExportToExcel: return report.ExportToExcel(name.constData(), &data);
+    case TPrintType::ptDesign:
+        return report.Design(name.constData(), &data);
+    case TPrintType::ptPreview:
+        return report.Preview(name.constData(), &data);
+    case TPrintType::ptPrint:
+        return report.Print(name.constData(), &data);
+    case TPrintType::ptSetup:
+        return report.Setup(name.constData(), &data);
+    case TPrintType::ptExportToExcel:
+        return report.ExportToExcel(name.constData(), &data);
     }
     return -1;
 }
@@ -151,8 +156,10 @@ void TPrint::InitChonseMenuItem(const QString& SubFolder, QMenu& MenuItem,
         add(f);
 }
 
-QString TPrint::GetCellFileName(const QString& cellFileName, const QString& ownerName, const QString& gridName) {
-    return GridFileName(QStringLiteral("KXReport"), QStringLiteral(".RPT"), cellFileName, ownerName, gridName);
+QString TPrint::GetCellFileName(const QString& cellFileName, const QString& ownerName,
+                                const QString& gridName) {
+    return GridFileName(QStringLiteral("KXReport"), QStringLiteral(".RPT"), cellFileName, ownerName,
+                        gridName);
 }
 
 int GridPrint(const TGridReportSource& source, TPrintType printType, const QMap<QString, QString>& options) {
@@ -175,10 +182,11 @@ QString GridExportToExcel(const TGridReportSource& source, QWidget* parent) {
     if (!cloned) return QString();
     QString safeCaption = source.FormCaption;
     safeCaption.replace(QRegularExpression(QStringLiteral("[\\\\/:*?\"<>|]")), QStringLiteral("_"));
-    const QString file = QDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation))
-                             .filePath(QStringLiteral("决策支持中心-") + safeCaption + QLatin1Char('-') +
-                                       QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmsszzz")) +
-                                       QStringLiteral(".xlsx"));
+    const QString file =
+        QDir(QStandardPaths::writableLocation(QStandardPaths::TempLocation))
+            .filePath(QStringLiteral("决策支持中心-") + safeCaption + QLatin1Char('-') +
+                      QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmsszzz")) +
+                      QStringLiteral(".xlsx"));
     QProgressDialog progress(QStringLiteral("正在导出到EXCEL..."), QStringLiteral("取消"), 0, 100, parent);
     progress.setWindowModality(Qt::WindowModal);
     progress.setMinimumDuration(500);
