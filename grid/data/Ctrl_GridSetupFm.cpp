@@ -4,6 +4,7 @@
 
 #include <QHBoxLayout>
 #include <QMessageBox>
+#include <QMouseEvent>
 #include <QVBoxLayout>
 
 namespace lnq {
@@ -68,9 +69,19 @@ TCtrl_GridSetupFm::TCtrl_GridSetupFm(QWidget* parent) : QDialog(parent) {
     });
     connect(BitBtn1, &QPushButton::clicked, this, &TCtrl_GridSetupFm::confirm);
     connect(BitBtn2, &QPushButton::clicked, this, &QDialog::reject);
-    connect(m_grid, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
-        if (index.row() >= 1) flip(index.row());
-    });
+    m_grid->viewport()->installEventFilter(this);
+}
+
+bool TCtrl_GridSetupFm::eventFilter(QObject* watched, QEvent* event) {
+    // A double-click anywhere on a data row flips it, read-only cells included.
+    if (watched == m_grid->viewport() && event->type() == QEvent::MouseButtonDblClick) {
+        const QModelIndex index = m_grid->indexAt(static_cast<QMouseEvent*>(event)->position().toPoint());
+        if (index.isValid() && index.row() >= 1) {
+            flip(index.row());
+            return true;
+        }
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void TCtrl_GridSetupFm::InitUI(const QStringList& fieldNames, const TLayoutColumns& columns,

@@ -45,6 +45,9 @@ public:
     QPushButton* BitBtn5; // 不显示
     QPushButton* BitBtn6; // 显示
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void setCurrent(const QString& text);
     void flip(int row);
@@ -57,7 +60,7 @@ private:
 
 // The "设置" command: the form over the grid's columns, and on "确定" the new
 // layout applied with UpdateFormat. Returns whether the layout changed.
-bool FieldSetup(TLayoutColumns& columns, const QStringList& fieldNames, TCtrl_GridSetupFm::TitleLookup titleOf,
-                QWidget* parent = nullptr);
+bool FieldSetup(TLayoutColumns& columns, const QStringList& fieldNames,
+                TCtrl_GridSetupFm::TitleLookup titleOf, QWidget* parent = nullptr);
 
 } // namespace lnq

@@ -58,7 +58,8 @@ public:
 
     // The folder KXReport beside the executable + the template name
     // (GetCellFileName's rules, see LayoutFile.h GridFileName).
-    static QString GetCellFileName(const QString& cellFileName, const QString& ownerName, const QString& gridName);
+    static QString GetCellFileName(const QString& cellFileName, const QString& ownerName,
+                                   const QString& gridName);
 };
 
 // What the grid's print and export handlers need to know about the grid.
@@ -75,7 +76,8 @@ struct TGridReportSource {
 // Print_Setup): nothing without an open ADO or client dataset; the library
 // failure message as in TPrint; the template is not checked (the library
 // decides). The private copy of the dataset lives for the call only.
-int GridPrint(const TGridReportSource& source, TPrintType printType, const QMap<QString, QString>& options = {});
+int GridPrint(const TGridReportSource& source, TPrintType printType,
+              const QMap<QString, QString>& options = {});
 
 // "导出到EXCEL": writes the rows (private copy, current order) to an .xlsx in
 // the temporary folder with a progress window that can cancel, puts the HTML
