@@ -172,13 +172,13 @@ QString TReportPages::PageText(const QString& pattern, int page) const {
         const QRegularExpressionMatch m = it.next();
         out += pattern.mid(last, m.capturedStart() - last);
         const QString name = m.captured(1);
-        if (name == QLatin1String("页码"))
+        if (name == QStringLiteral("页码"))
             out += QString::number(page + 1);
-        else if (name == QLatin1String("页数"))
+        else if (name == QStringLiteral("页数"))
             out += QString::number(m_pageCount);
-        else if (name == QLatin1String("日期"))
+        else if (name == QStringLiteral("日期"))
             out += Clock::today().toString(QStringLiteral("yyyy-MM-dd"));
-        else if (name == QLatin1String("时间"))
+        else if (name == QStringLiteral("时间"))
             out += Clock::now().toString(QStringLiteral("HH:mm"));
         else
             out += m_data.MasterValue(name.mid(2));
@@ -277,7 +277,7 @@ void TReportPages::PaintPage(QPainter& p, int page) const {
                 const double v = numberOf(text, &ok);
                 if (ok) text = MoneyText(v);
             }
-            p.drawText(cell.adjusted(pad, 0, -pad, 0), alignOf(i), text);
+            p.drawText(cell.adjusted(pad, 0, -pad, 0), alignOf(i) | Qt::TextSingleLine, text);
         }
         y += m_rowH;
     }

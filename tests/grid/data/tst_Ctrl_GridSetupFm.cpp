@@ -67,6 +67,11 @@ private Q_SLOTS:
         QCOMPARE(shown(f), (QStringList{"显示", "不显示", "不显示", "不显示"}));
         QCOMPARE(f.Grid()->GetRowColor(1), QColor(240, 240, 240));
         QCOMPARE(f.Grid()->GetRowColor(2), QColor(230, 240, 240));
+        if (qEnvironmentVariableIsSet("LNQ_SETUP_PNG")) {
+            f.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&f));
+            f.grab().save(qEnvironmentVariable("LNQ_SETUP_PNG"));
+        }
         TCtrl_GridSetupFm plain;
         plain.InitUI(kFields, cols, dictionary, true);
         QCOMPARE(plain.GetIsDisplayText(QStringLiteral("vName")), QStringLiteral("显示"));
