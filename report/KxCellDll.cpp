@@ -4,6 +4,7 @@
 // spreadsheet export.
 
 #include "report/Ctrl_ReportDesigner.h"
+#include "report/Ctrl_ReportPreview.h"
 #include "report/ReportInterface.h"
 #include "report/ReportOutput_ui.h"
 #include "report/ReportPages.h"
@@ -20,7 +21,6 @@
 #include <QMessageBox>
 #include <QPageSetupDialog>
 #include <QPrintDialog>
-#include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QProgressDialog>
 #include <QUrl>
@@ -149,13 +149,7 @@ private:
             // Lays out and paints the first page, as the window would show it.
             return RenderReportPage(t, data, 0, 96).isNull() ? kFailed : kOk;
         }
-        QPrinter printer(QPrinter::HighResolution);
-        printer.setPageLayout(t.pageLayout());
-        QPrintPreviewDialog dlg(&printer, QApplication::activeWindow());
-        dlg.setWindowTitle(QStringLiteral("打印预览"));
-        QObject::connect(&dlg, &QPrintPreviewDialog::paintRequested, &dlg,
-                         [&](QPrinter* p) { RenderReport(*p, t, data); });
-        dlg.resize(900, 700);
+        TCtrl_ReportPreview dlg(t, data, QApplication::activeWindow());
         return dlg.exec() == QDialog::Accepted ? kOk : kCancelled;
     }
 

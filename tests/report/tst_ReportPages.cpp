@@ -4,11 +4,14 @@
 
 #include "common/TestMain.h"
 #include "report/Ctrl_ReportDesigner.h"
+#include "report/Ctrl_ReportPreview.h"
 #include "report/ReportOutput_ui.h"
 #include "report/ReportPages.h"
 #include "util/Exceptions.h"
 
+#include <QAction>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -96,6 +99,31 @@ private Q_SLOTS:
         const QImage page = RenderReportPage(t, d, 0, 96);
         QCOMPARE(page.size(),
                  QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, {}).fullRectPixels(96).size());
+    }
+
+    void previewPaintsPagesAsNeeded() {
+        const TReportData d = data(10000);
+        TReportTemplate t;
+        TCtrl_ReportPreview preview(t, d);
+        preview.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&preview));
+        preview.View()->viewport()->repaint();
+        const int pages = preview.View()->PageCount();
+        QVERIFY(pages > 100);
+        QVERIFY(preview.View()->PaintedPages() <= 4);
+        QCOMPARE(preview.View()->CurrentPage(), 0);
+        // "末页" goes to the last page; only what comes into view is painted.
+        const auto actions = preview.findChildren<QAction*>();
+        for (QAction* a : actions)
+            if (a->text() == QStringLiteral("末页")) a->trigger();
+        preview.View()->viewport()->repaint();
+        QCOMPARE(preview.View()->CurrentPage(), pages - 1);
+        QVERIFY(preview.View()->PaintedPages() <= 8);
+        QVERIFY(preview.findChild<QLabel*>()->text().contains(QStringLiteral("第 %1 / %1 页").arg(pages)));
+        // A wider page holds fewer rows: landscape gives more pages.
+        t.Orientation = QPageLayout::Landscape;
+        preview.View()->Relayout();
+        QVERIFY(preview.View()->PageCount() > pages);
     }
 
     void designerFollowsTheUser() {
