@@ -262,6 +262,8 @@ void TReportPages::PaintPage(QPainter& p, int page) const {
     auto alignOf = [&](size_t i) -> Qt::Alignment {
         if (m_columns[i].Align) return m_columns[i].Align | Qt::AlignVCenter;
         const int dc = m_dataCol[i];
+        if (dc >= 0 && m_data.Columns[dc].Kind == TReportDataKind::rdBoolean)
+            return Qt::AlignHCenter | Qt::AlignVCenter;
         const bool num = dc >= 0 && isNumeric(m_data.Columns[dc].Kind);
         return (num ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
     };
