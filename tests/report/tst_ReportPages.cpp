@@ -13,6 +13,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPrinter>
 #include <QTableWidget>
 #include <QTemporaryDir>
 
@@ -99,6 +100,28 @@ private Q_SLOTS:
         const QImage page = RenderReportPage(t, d, 0, 96);
         QCOMPARE(page.size(),
                  QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait, {}).fullRectPixels(96).size());
+    }
+
+    void printingCanBeCancelled() {
+        QTemporaryDir dir;
+        const TReportData d = data(500);
+        TReportTemplate t;
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(dir.filePath(QStringLiteral("c.pdf")));
+        QList<qint64> seen;
+        QVERIFY(!RenderReport(printer, t, d, [&](qint64 done, qint64) {
+            seen << done;
+            return done < 2;
+        }));
+        QCOMPARE(seen, (QList<qint64>{1, 2}));
+        printer.setOutputFileName(dir.filePath(QStringLiteral("d.pdf")));
+        qint64 total = 0;
+        QVERIFY(RenderReport(printer, t, d, [&](qint64, qint64 n) {
+            total = n;
+            return true;
+        }));
+        QCOMPARE(total, qint64(TReportPages(t, d, printer.resolution()).PageCount()));
     }
 
     void previewPaintsPagesAsNeeded() {

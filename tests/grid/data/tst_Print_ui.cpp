@@ -13,11 +13,16 @@
 #include "report/ReportTemplate.h"
 
 #include <QAction>
+#include <QClipboard>
+#include <QDesktopServices>
 #include <QDir>
+#include <QGuiApplication>
 #include <QMenu>
+#include <QMimeData>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QUrl>
 
 using namespace lnq;
 
@@ -40,6 +45,14 @@ bool has(const QString& text, const QString& expected) {
                                       : QStringLiteral("(?:%1|[\\x{2E80}-\\x{2FDF}])").arg(c);
     return QRegularExpression(pattern).match(text).hasMatch();
 }
+
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public Q_SLOTS:
+    void open(const QUrl& url) { urls << url; }
+};
 
 } // namespace
 
@@ -168,6 +181,23 @@ private Q_SLOTS:
         QVERIFY(sheet.contains(QStringLiteral("决策支持中心-客户列表").toUtf8()));
         QVERIFY(sheet.contains("<mergeCell ref=\"A2:B2\"/>"));
         QCOMPARE(sheet.count("<row "), 63);
+    }
+
+    void exportOpensTheSpreadsheet() {
+        // The desktop's handler for files stands in for the spreadsheet program.
+        UrlCatcher catcher;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &catcher, "open");
+        const QString file = GridExportToExcel(source(QStringLiteral("e.RPT")));
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+        QCOMPARE(catcher.urls, QList<QUrl>{QUrl::fromLocalFile(file)});
+        const QByteArray sheet = lnqtest::zipMember(file, "xl/worksheets/sheet1.xml");
+        QVERIFY(sheet.contains(QStringLiteral("决策支持中心-客户列表").toUtf8()));
+        QCOMPARE(sheet.count("<row "), 63);
+        // The rows go to the clipboard as HTML too, in the grid's order.
+        const QString html = QGuiApplication::clipboard()->mimeData()->html();
+        QVERIFY(html.startsWith(QStringLiteral("<table><tr><td align=center Colspan=5>")));
+        QVERIFY(html.indexOf(QStringLiteral("KH000060")) < html.indexOf(QStringLiteral("KH000059")));
+        QFile::remove(file);
     }
 
     void templateMenu() {
