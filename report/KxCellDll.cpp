@@ -16,6 +16,7 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
@@ -203,16 +204,24 @@ private:
             source.push_back(dc);
         }
         auto dlg = progressWindow(QStringLiteral("正在导出..."));
-        TXlsxBook book(out);
-        book.WriteHead(QStringLiteral("决策支持中心-") + (t.Title.isEmpty() ? data.Title : t.Title), titles,
-                       kinds, widths);
-        for (size_t r = 0; r < data.Rows.size(); ++r) {
-            book.NextRow();
-            for (size_t i = 0; i < source.size(); ++i)
-                book.WriteValue(int(i), data.Rows[r].value(source[i]));
-            if (r % 1000 == 999 && !step(dlg.get(), qint64(r), qint64(data.Rows.size()))) return kCancelled;
+        bool cancelled = false;
+        {
+            TXlsxBook book(out);
+            book.WriteHead(QStringLiteral("决策支持中心-") + (t.Title.isEmpty() ? data.Title : t.Title),
+                           titles, kinds, widths);
+            for (size_t r = 0; r < data.Rows.size() && !cancelled; ++r) {
+                book.NextRow();
+                for (size_t i = 0; i < source.size(); ++i)
+                    book.WriteValue(int(i), data.Rows[r].value(source[i]));
+                if (r % 1000 == 999 && !step(dlg.get(), qint64(r), qint64(data.Rows.size())))
+                    cancelled = true;
+            }
+            if (!cancelled) book.Close();
         }
-        book.Close();
+        if (cancelled) {
+            QFile::remove(out); // no half-written file is left behind
+            return kCancelled;
+        }
         if (m_outputFile.isEmpty() && !QDesktopServices::openUrl(QUrl::fromLocalFile(out)))
             return fail(QStringLiteral("系统中的Microsoft Excel软件没有安装或安装不正确！"));
         return kOk;

@@ -129,6 +129,10 @@ void TXlsxBook::WriteHead(const QString& title, const QStringList& titles,
 }
 
 void TXlsxBook::NextRow() {
+    // A sheet holds 1,048,576 rows; further rows would be dropped silently.
+    if (m_row >= 1048576)
+        throw EInOutError(QStringLiteral("导出的行数超过电子表格的上限（1048576 行）：%1")
+                              .arg(QFile::decodeName(d->fileName)));
     ++m_row;
 }
 

@@ -33,7 +33,8 @@ public:
     // screen pixels (0 or less: the sheet's default width).
     void WriteHead(const QString& title, const QStringList& titles, const std::vector<TReportDataKind>& kinds,
                    const std::vector<int>& widths = {});
-    // Data, row by row. The text overload converts by the column's kind:
+    // Data, row by row. NextRow raises EInOutError beyond the sheet's last
+    // row (1,048,576). The text overload converts by the column's kind:
     // numbers and dates that do not parse are written as text.
     void NextRow();
     void WriteNull(int col);

@@ -189,35 +189,40 @@ bool ExportToXlsx(TDataSet& data, const TExportColumns& columns, const QString& 
         widths.push_back(c.Width);
     }
     bool cancelled = false;
-    {
-        TXlsxBook book(fileName);
-        book.WriteHead(QStringLiteral("决策支持中心-") + formCaption, titles, kinds, widths);
-        const int total = data.RecordCount();
-        for (int r = 0; r < total && !cancelled; ++r) {
-            book.NextRow();
-            for (size_t i = 0; i < source.size(); ++i) {
-                const int fi = source[i];
-                if (fi < 0 || data.IsNullAt(r, fi)) continue;
-                const QVariant v = data.ValueAt(r, fi);
-                switch (kinds[i]) {
-                case TReportDataKind::rdText:
-                    book.WriteText(int(i), v.toString());
-                    break;
-                case TReportDataKind::rdBoolean:
-                    book.WriteBoolean(int(i), v.toBool());
-                    break;
-                case TReportDataKind::rdDate:
-                case TReportDataKind::rdDateTime:
-                    book.WriteNumber(int(i), serialOf(v));
-                    break;
-                default:
-                    book.WriteNumber(int(i), v.toDouble());
-                    break;
+    try {
+        {
+            TXlsxBook book(fileName);
+            book.WriteHead(QStringLiteral("决策支持中心-") + formCaption, titles, kinds, widths);
+            const int total = data.RecordCount();
+            for (int r = 0; r < total && !cancelled; ++r) {
+                book.NextRow();
+                for (size_t i = 0; i < source.size(); ++i) {
+                    const int fi = source[i];
+                    if (fi < 0 || data.IsNullAt(r, fi)) continue;
+                    const QVariant v = data.ValueAt(r, fi);
+                    switch (kinds[i]) {
+                    case TReportDataKind::rdText:
+                        book.WriteText(int(i), v.toString());
+                        break;
+                    case TReportDataKind::rdBoolean:
+                        book.WriteBoolean(int(i), v.toBool());
+                        break;
+                    case TReportDataKind::rdDate:
+                    case TReportDataKind::rdDateTime:
+                        book.WriteNumber(int(i), serialOf(v));
+                        break;
+                    default:
+                        book.WriteNumber(int(i), v.toDouble());
+                        break;
+                    }
                 }
+                if (progress && (r & 1023) == 1023 && !progress(r + 1, total)) cancelled = true;
             }
-            if (progress && (r & 1023) == 1023 && !progress(r + 1, total)) cancelled = true;
+            if (!cancelled) book.Close();
         }
-        if (!cancelled) book.Close();
+    } catch (...) {
+        QFile::remove(fileName); // a failed export leaves no partial file
+        throw;
     }
     if (cancelled) QFile::remove(fileName);
     return !cancelled;
