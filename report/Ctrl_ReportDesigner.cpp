@@ -164,7 +164,7 @@ void TCtrl_ReportDesigner::fillColumns(const TReportTemplate& t) {
         TReportColumn c;
         c.Field = d.Field;
         c.Title = d.Title;
-        c.Width = qBound(5.0, d.Width * 25.4 / 96.0, 200.0);
+        c.Width = qRound(qBound(5.0, d.Width * 25.4 / 96.0, 200.0) * 10) / 10.0;
         rows.push_back(c);
         printed.push_back(false);
     }

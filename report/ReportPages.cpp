@@ -117,7 +117,7 @@ std::vector<TReportColumn> ResolveColumns(const TReportTemplate& t, const TRepor
             TReportColumn r;
             r.Field = c.Field;
             r.Title = c.Title;
-            r.Width = qBound(5.0, c.Width * 25.4 / 96.0, 200.0);
+            r.Width = qRound(qBound(5.0, c.Width * 25.4 / 96.0, 200.0) * 10) / 10.0;
             r.Total = c.Kind == TReportDataKind::rdMoney;
             out.push_back(r);
         }

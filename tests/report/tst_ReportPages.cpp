@@ -134,6 +134,8 @@ private Q_SLOTS:
         const int pages = preview.View()->PageCount();
         QVERIFY(pages > 100);
         QVERIFY(preview.View()->PaintedPages() <= 4);
+        if (qEnvironmentVariableIsSet("LNQ_PREVIEW_PNG"))
+            preview.grab().save(qEnvironmentVariable("LNQ_PREVIEW_PNG"));
         QCOMPARE(preview.View()->CurrentPage(), 0);
         // "末页" goes to the last page; only what comes into view is painted.
         const auto actions = preview.findChildren<QAction*>();
@@ -173,6 +175,10 @@ private Q_SLOTS:
         if (cols->item(2, 0)->checkState() == Qt::Checked) cols->item(2, 0)->setCheckState(Qt::Unchecked);
         QCOMPARE(dlg.Template().Columns.size(), size_t(2));
         QCOMPARE(dlg.Template().Orientation, QPageLayout::Landscape);
+        if (qEnvironmentVariableIsSet("LNQ_DESIGNER_PNG")) {
+            QTest::qWait(400);
+            dlg.grab().save(qEnvironmentVariable("LNQ_DESIGNER_PNG"));
+        }
     }
 };
 
