@@ -5,7 +5,9 @@
 #include "util/Gbk.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <cstdio>
+#include <memory>
 
 namespace lnqtool {
 
@@ -26,7 +28,13 @@ const std::vector<Command>& commands() {
 } // namespace lnqtool
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    // Printing to PDF lays text out with fonts: that command gets a GUI
+    // application (headless unless the caller chose a platform).
+    const bool painting = argc > 1 && qstrcmp(argv[1], "export") == 0;
+    if (painting && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    std::unique_ptr<QCoreApplication> application = painting ? std::make_unique<QGuiApplication>(argc, argv)
+                                                             : std::make_unique<QCoreApplication>(argc, argv);
+    QCoreApplication& app = *application;
     QTextStream out(stdout);
     QTextStream err(stderr);
     lnqtool::Io io{out, err};
