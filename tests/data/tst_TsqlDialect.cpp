@@ -909,6 +909,8 @@ void TestTsqlDialect::rowIdColumn_data() {
         {QStringLiteral("b | 2"), QStringLiteral("b | 3")});
     add("aggregate in a subquery", "SELECT txt, (SELECT COUNT(*) FROM Goods) FROM Notes WHERE txt = 'a'",
         "rowid", {QStringLiteral("a | 3 | 1")});
+    add("top percent, a name twice", "SELECT TOP (50) PERCENT name, name FROM Goods ORDER BY name", "rowid",
+        {QStringLiteral("ink | ink | 2"), QStringLiteral("pad | pad | 3")});
     add("column named rowid", "SELECT v FROM Odd ORDER BY v DESC", "_rowid_",
         {QStringLiteral("2 | 2"), QStringLiteral("1 | 1")});
     add("rowid and _rowid_ taken", "SELECT * FROM Odd2", "oid", {QStringLiteral("7 | 8 | 9 | 1")});
