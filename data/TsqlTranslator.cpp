@@ -48,6 +48,17 @@ QString quoteIdent(const QString& name) {
 }
 
 QString quoteString(const QString& text) {
+    // SQLite stops reading a statement at a zero character, so one inside a
+    // literal is spliced in by char(0) and the literal stays whole.
+    if (text.contains(QChar(0))) {
+        QString out = QStringLiteral("(");
+        const QStringList pieces = text.split(QChar(0));
+        for (qsizetype i = 0; i < pieces.size(); ++i) {
+            if (i) out += QStringLiteral(" || char(0) || ");
+            out += quoteString(pieces[i]);
+        }
+        return out + u')';
+    }
     if (!text.contains(u'\'')) return u'\'' + text + u'\'';
     QString s = text;
     s.replace(u'\'', QLatin1String("''"));

@@ -41,7 +41,8 @@ struct Db {
             return QStringLiteral("0x") + QString::fromLatin1(b.toHex().toUpper());
         }
         default:
-            return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, i)));
+            return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, i)),
+                                     sqlite3_column_bytes(st, i));
         }
     }
 
@@ -1007,15 +1008,16 @@ void TestTsqlDialect::outputIsLinear() {
 }
 
 void TestTsqlDialect::literalsStayLiterals() {
-    const QStringList literals = {"--",
-                                  "-- x\nDELETE FROM T",
-                                  "/* open",
-                                  "*/ close",
-                                  "'; DROP TABLE T; --",
-                                  "%1%2 %3",
-                                  "\n;ATTACH DATABASE 'x.db' AS y;",
-                                  "]\" [",
-                                  "中文 ＡＢ"};
+    QStringList literals = {"--",
+                            "-- x\nDELETE FROM T",
+                            "/* open",
+                            "*/ close",
+                            "'; DROP TABLE T; --",
+                            "%1%2 %3",
+                            "\n;ATTACH DATABASE 'x.db' AS y;",
+                            "]\" [",
+                            "中文 ＡＢ"};
+    literals << QStringLiteral("a") + QChar(0) + QStringLiteral("'; DELETE FROM T; --");
     // Each with its value.
     const QList<std::pair<QString, QString>> wrappers = {{"-(-1)", "1"},    {"- -1", "1"},   {"-'-1'", "1"},
                                                          {"-(- -1)", "-1"}, {"- (-1)", "1"}, {"~-1", "0"}};
