@@ -222,6 +222,11 @@ TsqlDialect::TsqlDialect(sqlite3* db) : d(std::make_unique<Private>(db)) {
     // never SQLite's fallback to a string literal.
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    // SQLite's join Bloom filters hash a text's bytes, so texts that the
+    // collation calls equal ('Y ' and 'y') would miss each other in a join:
+    // the filters (and their pull-down) are switched off on this connection.
+    constexpr unsigned kBloomFilter = 0x00080000, kBloomPulldown = 0x00100000;
+    sqlite3_test_control(SQLITE_TESTCTRL_OPTIMIZATIONS, db, kBloomFilter | kBloomPulldown);
     registerFunctions(db);
 }
 
