@@ -695,32 +695,27 @@ private:
         none.parent = outer;
         const Val pct = numericOperand(expr(top, &none));
         checkPercent(top);
-        QString head = QStringLiteral("lnq_top");
-        QString items;
         if (outs.empty()) {
             // Columns unknown here (the table is missing): SQLite reports that.
             return QStringLiteral("WITH lnq_top AS MATERIALIZED (") + body +
                    QStringLiteral(") SELECT * FROM lnq_top LIMIT (SELECT lnq_toppercent(count(*), ") +
                    pct.sql + QStringLiteral(") FROM lnq_top)");
         }
-        {
-            QString cols;
-            items.clear();
-            for (size_t i = 0; i < outs.size(); ++i) {
-                const QString c = QStringLiteral("c") + QString::number(i);
-                if (i) {
-                    cols += QStringLiteral(", ");
-                    items += QStringLiteral(", ");
-                }
-                cols += c;
-                items += c + QStringLiteral(" AS ") + quoteIdent(outs[i].name);
+        QString cols, items;
+        for (size_t i = 0; i < outs.size(); ++i) {
+            const QString c = QStringLiteral("c") + QString::number(i);
+            if (i) {
+                cols += QStringLiteral(", ");
+                items += QStringLiteral(", ");
             }
-            if (!rowIdAlias.isEmpty()) {
-                cols += QStringLiteral(", r");
-                items += QStringLiteral(", r AS ") + rowIdAlias;
-            }
-            head += u'(' + cols + u')';
+            cols += c;
+            items += c + QStringLiteral(" AS ") + quoteIdent(outs[i].name);
         }
+        if (!rowIdAlias.isEmpty()) {
+            cols += QStringLiteral(", r");
+            items += QStringLiteral(", r AS ") + rowIdAlias;
+        }
+        const QString head = QStringLiteral("lnq_top(") + cols + u')';
         return QStringLiteral("WITH ") + head + QStringLiteral(" AS MATERIALIZED (") + body +
                QStringLiteral(") SELECT ") + items +
                QStringLiteral(
@@ -1088,8 +1083,9 @@ private:
         case EK::Unary: {
             Val v = expr(*e.args[0], sc);
             if (e.text == QLatin1String("+")) return v;
-            // A unary operator is always followed by a blank: two minus signs
-            // never meet (a comment start), whatever the operand renders as.
+            // A unary operator is followed by a blank (or is a parenthesised
+            // negative number): two minus signs never meet as a comment start,
+            // whatever the operand renders as.
             if (e.text == QLatin1String("~")) {
                 v = numericOperand(v);
                 return Val{QStringLiteral("(~ ") + v.sql + u')', VT::Int, QStringLiteral("INT"), nullptr};
