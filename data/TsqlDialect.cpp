@@ -58,13 +58,6 @@ qsizetype sizeOf(const QString& key, const Translation& t) {
     return n;
 }
 
-// SQLite's message about the last error, cut short: it may quote a name of
-// any length from the statement.
-QString dbMessage(sqlite3* db) {
-    const QString m = QString::fromUtf8(sqlite3_errmsg(db));
-    return m.size() > 3 * kExcerptChars ? m.left(3 * kExcerptChars - 3) + QStringLiteral("...") : m;
-}
-
 // A SQL text and whether its translation carries the rowid.
 using Key = std::pair<QString, bool>;
 
@@ -84,7 +77,7 @@ struct TsqlDialect::Private {
     ~Private() { sqlite3_finalize(schemaVersion); }
 
     [[noreturn]] void sqliteError(const QString& sql) const {
-        throw EDatabaseError(dbMessage(db) + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
+        throw EDatabaseError(DatabaseErrorText(db) + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
     }
 
     void clearCaches() {
@@ -166,7 +159,7 @@ struct TsqlDialect::Private {
             while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
             }
             if (rc != SQLITE_DONE) {
-                const QString msg = dbMessage(db);
+                const QString msg = DatabaseErrorText(db);
                 sqlite3_finalize(st);
                 throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
             }
@@ -182,7 +175,7 @@ struct TsqlDialect::Private {
         const int rc = sqlite3_step(st);
         const bool result = rc == SQLITE_ROW && sqlite3_column_int(st, 0) != 0;
         if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
-            const QString msg = dbMessage(db);
+            const QString msg = DatabaseErrorText(db);
             sqlite3_finalize(st);
             throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
         }
@@ -215,6 +208,13 @@ struct TsqlDialect::Private {
         if (t.changesSchema) clearCaches();
     }
 };
+
+QString DatabaseErrorText(sqlite3* db) {
+    const QString m = QString::fromUtf8(sqlite3_errmsg(db));
+    if (m == QLatin1String("integer overflow"))
+        return QStringLiteral("Arithmetic overflow error converting expression to data type bigint.");
+    return m.size() > 3 * kExcerptChars ? m.left(3 * kExcerptChars - 3) + QStringLiteral("...") : m;
+}
 
 TsqlDialect::TsqlDialect(sqlite3* db) : d(std::make_unique<Private>(db)) {
     if (!db) throw ETsqlError(QStringLiteral("no database connection"));

@@ -93,6 +93,11 @@ struct TsqlPrepared {
     TsqlPrepared& operator=(const TsqlPrepared&) = delete;
 };
 
+// The connection's last error in the server's words where SQLite's own
+// differ (an integer overflow inside SUM), cut short when it quotes a long
+// name from the statement.
+QString DatabaseErrorText(sqlite3* db);
+
 class TsqlDialect {
 public:
     // Registers functions and collations on db (not owned; must outlive this).

@@ -77,6 +77,9 @@ private Q_SLOTS:
         QTest::newRow("literal overflow")
             << "select 9223372036854775807 + 1"
             << "Arithmetic overflow error converting expression to data type bigint.";
+        QTest::newRow("sum overflow")
+            << "select sum(iBig) as s from (select iBig from P union all select iBig from P) as u"
+            << "Arithmetic overflow error converting expression to data type bigint.";
         QTest::newRow("invalid float") << "select sqrt(-1)"
                                        << "An invalid floating point operation occurred.";
         QTest::newRow("percent range") << "select top 200 percent iNo from P"
