@@ -17,8 +17,9 @@
 //    "ZH_CI": trailing blanks ignored, case ignored beyond ASCII (full-width
 //    letters too), Chinese in GBK (pinyin) order. Text columns created
 //    through this layer are declared COLLATE ZH_CI, so a tool that opens the
-//    file must register the same collation (registerTextCollation) to compare
-//    them. LIKE and PATINDEX match by the collation's weights as well (lnq_like:
+//    file must register the same collation (tsql::registerTextCollation) to
+//    compare them; SQLite's join Bloom filters, which hash a text's bytes, are
+//    switched off on the connection. LIKE and PATINDEX match by the collation's weights as well (lnq_like:
 //    %, _, [ ] classes and ranges, ESCAPE; the value's trailing blanks are
 //    ignored), in O(text x pattern).
 //  - Arithmetic raises the server's errors: integer overflow ("Arithmetic
@@ -49,15 +50,19 @@
 //    OBJECT_ID and OBJECTPROPERTY read sqlite_master; the dbo. prefix is dropped.
 //
 // What remains different from SQL Server:
-//  - Accents count ('é' <> 'e', as under an accent-sensitive collation), and
-//    Chinese characters outside GB2312 level 1 follow GBK code order, which is
-//    not exactly the server's pinyin order for the rarer characters.
+//  - Chinese characters outside GB2312 level 1 follow GBK code order, which
+//    is not exactly the server's pinyin order for the rarer characters.
 //  - REPLACE and CHARINDEX fold case by Unicode rules, not by the collation.
+//  - LIKE is evaluated row by row (no index range for a constant prefix).
+//  - Object names (OBJECT_ID, sysobjects) compare ignoring ASCII case only,
+//    as SQLite resolves names.
 //  - Integers are 64-bit: int overflow at 2^31 is not raised (only bigint's at
 //    2^63); string truncation on insert into a shorter varchar is not raised
-//    either (SQLite keeps the text). An overflow inside SUM is SQLite's
-//    "integer overflow" error.
+//    either (SQLite keeps the text).
 //  - UPDATE TOP together with UPDATE ... FROM is refused.
+//  - A database file made before the collation keeps its NOCASE columns: the
+//    comparisons still follow the collation, but indexes on those columns do
+//    not serve them until the table is made again.
 //  - Date-times keep milliseconds exactly rather than rounding them to 1/300 s.
 //  - Foreign keys are enforced only when the connection enables them.
 //  - Index names are global to the database, not per table.
