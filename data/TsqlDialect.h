@@ -59,7 +59,6 @@
 //  - Integers are 64-bit: int overflow at 2^31 is not raised (only bigint's at
 //    2^63); string truncation on insert into a shorter varchar is not raised
 //    either (SQLite keeps the text).
-//  - UPDATE TOP together with UPDATE ... FROM is refused.
 //  - A database file made before the collation keeps its NOCASE columns: the
 //    comparisons still follow the collation, but indexes on those columns do
 //    not serve them until the table is made again.

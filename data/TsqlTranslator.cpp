@@ -733,12 +733,22 @@ private:
     }
 
     // The rowid selection of UPDATE TOP / DELETE TOP: "rowid IN (...)" over
-    // the first n (or n percent) rows the condition selects.
-    QString topRows(const Stmt& s, const TableInfo& info, const QString& table, Scope& sc) {
+    // the first n (or n percent) rows the condition selects. With UPDATE ...
+    // FROM (otherTables: its table list) the rows are those of the join, and
+    // the condition also stays on the update itself, which needs it to pair
+    // each row with its partner.
+    QString topRows(const Stmt& s, const TableInfo& info, const QString& table, Scope& sc,
+                    const QString& otherTables = QString()) {
         if (info.exists && info.rowIdName.isEmpty())
             unsupported(QStringLiteral("TOP in UPDATE or DELETE of a table without rowid"));
-        const QString rowId = info.rowIdName.isEmpty() ? QStringLiteral("rowid") : info.rowIdName;
-        const QString where = s.where ? QStringLiteral(" WHERE ") + expr(*s.where, &sc).sql : QString();
+        const QString bareRowId = info.rowIdName.isEmpty() ? QStringLiteral("rowid") : info.rowIdName;
+        const QString rowId = otherTables.isEmpty() ? bareRowId : quoteIdent(table) + u'.' + bareRowId;
+        const QString cond = s.where ? expr(*s.where, &sc).sql : QString();
+        const QString where = s.where ? QStringLiteral(" WHERE ") + cond : QString();
+        const QString source = otherTables.isEmpty() ? quoteIdent(table)
+                                                     : quoteIdent(table) + QStringLiteral(", ") + otherTables;
+        const QString also =
+            otherTables.isEmpty() || cond.isEmpty() ? QString() : cond + QStringLiteral(" AND ");
         Scope none;
         const Val n = expr(*s.top, &none);
         if (s.topPercent) {
@@ -746,12 +756,12 @@ private:
             QString numbered =
                 QStringLiteral("SELECT ") + rowId +
                 QStringLiteral(" AS r, row_number() OVER () AS lnq_r, count(*) OVER () AS lnq_n FROM ") +
-                quoteIdent(table) + where;
-            return rowId + QStringLiteral(" IN (SELECT r FROM (") + numbered +
+                source + where;
+            return also + rowId + QStringLiteral(" IN (SELECT r FROM (") + numbered +
                    QStringLiteral(") WHERE lnq_r <= lnq_toppercent(lnq_n, ") + numericOperand(n).sql +
                    QStringLiteral("))");
         }
-        return rowId + QStringLiteral(" IN (SELECT ") + rowId + QStringLiteral(" FROM ") + quoteIdent(table) +
+        return also + rowId + QStringLiteral(" IN (SELECT ") + rowId + QStringLiteral(" FROM ") + source +
                where + QStringLiteral(" LIMIT ") + rowCount(n, RowCount::Top) + u')';
     }
 
@@ -1997,10 +2007,11 @@ private:
         target.cols = info.cols;
         target.known = info.exists;
         sc.sources.push_back(target);
-        QString from;
+        QString from, otherTables;
         if (!s.from.empty()) {
             Scope fromScope;
-            from = QStringLiteral(" FROM ") + fromClause(s.from, fromScope);
+            otherTables = fromClause(s.from, fromScope);
+            from = QStringLiteral(" FROM ") + otherTables;
             for (Source& src : fromScope.sources) {
                 if (src.key.compare(table, Qt::CaseInsensitive) == 0 ||
                     src.table.compare(table, Qt::CaseInsensitive) == 0)
@@ -2032,8 +2043,7 @@ private:
         QString sql = QStringLiteral("UPDATE ") + quoteIdent(table) + QStringLiteral(" SET ") +
                       sets.join(QStringLiteral(", ")) + from;
         if (s.top) {
-            if (!s.from.empty()) unsupported(QStringLiteral("UPDATE TOP with a FROM clause"));
-            sql += QStringLiteral(" WHERE ") + topRows(s, info, table, sc);
+            sql += QStringLiteral(" WHERE ") + topRows(s, info, table, sc, otherTables);
         } else if (s.where) {
             sql += QStringLiteral(" WHERE ") + expr(*s.where, &sc).sql;
         }
