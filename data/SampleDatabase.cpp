@@ -1,6 +1,7 @@
 #include "data/SampleDatabase.h"
 
 #include "data/ADOConnection.h"
+#include "data/TsqlFunctions.h"
 #include "util/Clock.h"
 #include "util/Exceptions.h"
 #include "util/Gbk.h"
@@ -41,12 +42,12 @@ struct Table {
 };
 
 constexpr const char* kKey = "INTEGER PRIMARY KEY AUTOINCREMENT";
-constexpr const char* kText20 = "NVARCHAR(20) COLLATE NOCASE";
-constexpr const char* kText50 = "NVARCHAR(50) COLLATE NOCASE";
-constexpr const char* kText100 = "NVARCHAR(100) COLLATE NOCASE";
-constexpr const char* kText200 = "NVARCHAR(200) COLLATE NOCASE";
-constexpr const char* kText500 = "NVARCHAR(500) COLLATE NOCASE";
-constexpr const char* kRights = "NVARCHAR(2000) COLLATE NOCASE";
+constexpr const char* kText20 = "NVARCHAR(20) COLLATE ZH_CI";
+constexpr const char* kText50 = "NVARCHAR(50) COLLATE ZH_CI";
+constexpr const char* kText100 = "NVARCHAR(100) COLLATE ZH_CI";
+constexpr const char* kText200 = "NVARCHAR(200) COLLATE ZH_CI";
+constexpr const char* kText500 = "NVARCHAR(500) COLLATE ZH_CI";
+constexpr const char* kRights = "NVARCHAR(2000) COLLATE ZH_CI";
 
 const std::vector<Table>& businessTables() {
     static const std::vector<Table> tables = {
@@ -61,13 +62,13 @@ const std::vector<Table>& businessTables() {
           {"vCustomersKindCn", kText100, "类型描述"}}},
         {"Cust_CustomersMain",
          {{"iCustomerNo", kKey, "客户编号"},
-          {"vCustomerNo", "NVARCHAR(20) COLLATE NOCASE NOT NULL", "客户编码"},
-          {"vCustomerName", "NVARCHAR(80) COLLATE NOCASE NOT NULL", "客户名称"},
-          {"vCustomerNameEn", "NVARCHAR(120) COLLATE NOCASE", nullptr},
+          {"vCustomerNo", "NVARCHAR(20) COLLATE ZH_CI NOT NULL", "客户编码"},
+          {"vCustomerName", "NVARCHAR(80) COLLATE ZH_CI NOT NULL", "客户名称"},
+          {"vCustomerNameEn", "NVARCHAR(120) COLLATE ZH_CI", nullptr},
           {"vProvince", kText20, "省份"},
           {"vCity", kText20, "城市"},
           {"vAddress", kText200, "地址"},
-          {"vPostCode", "NVARCHAR(6) COLLATE NOCASE", "邮政编码"},
+          {"vPostCode", "NVARCHAR(6) COLLATE ZH_CI", "邮政编码"},
           {"vTel", kText50, "电话"},
           {"vFax", kText50, "传真"},
           {"vMobile", kText50, "手机"},
@@ -92,9 +93,9 @@ const std::vector<Table>& businessTables() {
          {{"iContactNo", kKey, "联系人编号"},
           {"iCustomerNo", "INT NOT NULL", "客户编号"},
           {"vContact", kText20, "联系人"},
-          {"vSex", "NVARCHAR(2) COLLATE NOCASE", "性别"},
+          {"vSex", "NVARCHAR(2) COLLATE ZH_CI", "性别"},
           {"vTitle", kText50, "职务"},
-          {"vPhoneZone", "NVARCHAR(10) COLLATE NOCASE", "区号"},
+          {"vPhoneZone", "NVARCHAR(10) COLLATE ZH_CI", "区号"},
           {"vPhoneNumber", kText50, "电话号码"},
           {"vPhoneKind", kText20, "电话类型"},
           {"vMobile", kText50, "移动电话"},
@@ -112,11 +113,11 @@ const std::vector<Table>& businessTables() {
           {"vProductNameEn", kText50, "客户方编码"},
           {"vModel", kText50, "生产商编码"},
           {"vSpecification", kText50, "规格"},
-          {"vUnit", "NVARCHAR(10) COLLATE NOCASE", "单位"},
+          {"vUnit", "NVARCHAR(10) COLLATE ZH_CI", "单位"},
           {"vProductType", kText50, "大类"},
           {"vProductType2", kText50, "小类"},
           {"iGoodsNo", "INT", "供应商编号", false},
-          {"vGoodsName", "NVARCHAR(80) COLLATE NOCASE", "供应商"},
+          {"vGoodsName", "NVARCHAR(80) COLLATE ZH_CI", "供应商"},
           {"mCostPrice", "MONEY", "成本价", false},
           {"mSellPrice", "MONEY", "销售单价"},
           {"fSellCount", "FLOAT", "可销售数量"},
@@ -128,9 +129,9 @@ const std::vector<Table>& businessTables() {
          {{"iServiceNo", kKey, "服务编号"},
           {"vService", kText50, "服务名称"},
           {"iGoodsNo", "INT", "供应商编号"},
-          {"vGoodsName", "NVARCHAR(80) COLLATE NOCASE", "供应商"},
+          {"vGoodsName", "NVARCHAR(80) COLLATE ZH_CI", "供应商"},
           {"mPrice", "MONEY", "服务单价"},
-          {"vUnit", "NVARCHAR(10) COLLATE NOCASE", "单位"},
+          {"vUnit", "NVARCHAR(10) COLLATE ZH_CI", "单位"},
           {"vRemark", kText200, "备注"}}},
         {"dic_program",
          {{"iProgramNo", kKey, "节目编号"},
@@ -148,9 +149,9 @@ const std::vector<Table>& businessTables() {
           {"vRemark", kText200, "备注"}}},
         {"Sal_SaleMain",
          {{"iNo", kKey, "单据号"},
-          {"vReceiptNo", "NVARCHAR(20) COLLATE NOCASE NOT NULL UNIQUE", "单据编号"},
+          {"vReceiptNo", "NVARCHAR(20) COLLATE ZH_CI NOT NULL UNIQUE", "单据编号"},
           {"iCustomerNo", "INT", "客户编号", false},
-          {"vCustomerName", "NVARCHAR(80) COLLATE NOCASE", "客户名称"},
+          {"vCustomerName", "NVARCHAR(80) COLLATE ZH_CI", "客户名称"},
           {"dSaleDate", "DATETIME", "销售日期"},
           {"mAmount", "MONEY", "金额"},
           {"vSeller", kText50, "业务员"},
@@ -258,6 +259,14 @@ public:
             sqlite3_close(m_db);
             m_db = nullptr;
             throw EDatabaseError(msg + QStringLiteral(": ") + path);
+        }
+        // The text columns are declared with the framework's collation.
+        try {
+            tsql::registerTextCollation(m_db);
+        } catch (...) {
+            sqlite3_close(m_db);
+            m_db = nullptr;
+            throw;
         }
     }
     ~Db() { sqlite3_close(m_db); }

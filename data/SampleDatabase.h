@@ -23,8 +23,9 @@ class TADOConnection;
 
 namespace SampleDatabase {
 
-// The framework schema in SQLite's own dialect (text columns COLLATE NOCASE,
-// so that comparisons ignore letter case as SQL Server's default collation does).
+// The framework schema in SQLite's own dialect (text columns COLLATE ZH_CI,
+// the framework's text collation: comparisons ignore letter case and trailing
+// blanks and Chinese sorts in pinyin order, as SQL Server's default collation does).
 QString SchemaSql();
 
 // Runs SchemaSql on an open embedded connection. EDatabaseError when a table

@@ -270,7 +270,7 @@ TSqliteDriver::~TSqliteDriver() {
 }
 
 void TSqliteDriver::Fail() const {
-    throw EDatabaseError(utf8(sqlite3_errmsg(m_db)));
+    throw EDatabaseError(DatabaseErrorText(m_db));
 }
 
 void TSqliteDriver::Exec(const QString& sql, bool notify) {

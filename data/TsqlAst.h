@@ -192,6 +192,8 @@ struct Stmt {
     std::vector<SetItem> sets;              // Update
     std::vector<TableRefPtr> from;          // Update ... FROM
     ExprPtr where;
+    ExprPtr top;                              // Update/Delete TOP (n)
+    bool topPercent = false;                  // ... PERCENT
     std::vector<ColumnDef> columnDefs;        // CreateTable / AlterAdd
     std::vector<TableConstraint> constraints; // CreateTable / AlterAdd
     QString name;                             // index / view name, dropped column

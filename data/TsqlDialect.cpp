@@ -1,6 +1,7 @@
 #include "data/TsqlDialect.h"
 
 #include "data/TsqlFunctions.h"
+#include "data/TsqlLexer.h"
 #include "data/TsqlParser.h"
 #include "data/TsqlTranslator.h"
 
@@ -36,12 +37,26 @@ TsqlPrepared& TsqlPrepared::operator=(TsqlPrepared&& o) noexcept {
 
 namespace {
 
+// The translation cache holds at most this many entries and this many
+// characters of SQL (keys and translations together); a text larger than a
+// quarter of that is translated on every use instead of crowding out the rest.
 constexpr size_t kCacheCapacity = 512;
+constexpr qsizetype kCacheChars = 4 * 1024 * 1024;
 
 // A finished translation of one SQL text, shared by cache and callers.
 struct Entry {
     Translation translation;
+    qsizetype chars = 0; // its share of kCacheChars
 };
+
+qsizetype sizeOf(const QString& key, const Translation& t) {
+    qsizetype n = key.size();
+    for (const QString& s : t.statements)
+        n += s.size();
+    for (const QString& c : t.columnTypes)
+        n += c.size();
+    return n;
+}
 
 // A SQL text and whether its translation carries the rowid.
 using Key = std::pair<QString, bool>;
@@ -56,18 +71,20 @@ struct TsqlDialect::Private {
     // LRU: most recent at the front.
     std::list<std::pair<Key, std::shared_ptr<const Entry>>> lru;
     QHash<Key, decltype(lru)::iterator> index;
+    qsizetype cachedChars = 0;
 
     explicit Private(sqlite3* d) : db(d), schema(d) {}
     ~Private() { sqlite3_finalize(schemaVersion); }
 
     [[noreturn]] void sqliteError(const QString& sql) const {
-        throw EDatabaseError(QString::fromUtf8(sqlite3_errmsg(db)) + QStringLiteral(" [SQL: ") + sql + u']');
+        throw EDatabaseError(DatabaseErrorText(db) + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
     }
 
     void clearCaches() {
         schema.invalidate();
         lru.clear();
         index.clear();
+        cachedChars = 0;
     }
 
     // Translations depend on column types: a schema change anywhere (also by
@@ -92,10 +109,14 @@ struct TsqlDialect::Private {
         return (*it)->second;
     }
 
-    void remember(const Key& sql, std::shared_ptr<const Entry> e) {
+    void remember(const Key& sql, std::shared_ptr<Entry> e) {
+        e->chars = sizeOf(sql.first, e->translation);
+        if (e->chars > kCacheChars / 4) return;
+        cachedChars += e->chars;
         lru.emplace_front(sql, std::move(e));
         index.insert(sql, lru.begin());
-        if (lru.size() > kCacheCapacity) {
+        while (lru.size() > kCacheCapacity || cachedChars > kCacheChars) {
+            cachedChars -= lru.back().second->chars;
             index.remove(lru.back().first);
             lru.pop_back();
         }
@@ -138,9 +159,9 @@ struct TsqlDialect::Private {
             while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
             }
             if (rc != SQLITE_DONE) {
-                const QString msg = QString::fromUtf8(sqlite3_errmsg(db));
+                const QString msg = DatabaseErrorText(db);
                 sqlite3_finalize(st);
-                throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + sql + u']');
+                throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
             }
             sqlite3_finalize(st);
         }
@@ -154,9 +175,9 @@ struct TsqlDialect::Private {
         const int rc = sqlite3_step(st);
         const bool result = rc == SQLITE_ROW && sqlite3_column_int(st, 0) != 0;
         if (rc != SQLITE_ROW && rc != SQLITE_DONE) {
-            const QString msg = QString::fromUtf8(sqlite3_errmsg(db));
+            const QString msg = DatabaseErrorText(db);
             sqlite3_finalize(st);
-            throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + sql + u']');
+            throw EDatabaseError(msg + QStringLiteral(" [SQL: ") + excerpt(sql) + u']');
         }
         sqlite3_finalize(st);
         return result;
@@ -188,12 +209,24 @@ struct TsqlDialect::Private {
     }
 };
 
+QString DatabaseErrorText(sqlite3* db) {
+    const QString m = QString::fromUtf8(sqlite3_errmsg(db));
+    if (m == QLatin1String("integer overflow"))
+        return QStringLiteral("Arithmetic overflow error converting expression to data type bigint.");
+    return m.size() > 3 * kExcerptChars ? m.left(3 * kExcerptChars - 3) + QStringLiteral("...") : m;
+}
+
 TsqlDialect::TsqlDialect(sqlite3* db) : d(std::make_unique<Private>(db)) {
     if (!db) throw ETsqlError(QStringLiteral("no database connection"));
     // Names are emitted in double quotes: a misspelt one must be an error,
     // never SQLite's fallback to a string literal.
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    // SQLite's join Bloom filters hash a text's bytes, so texts that the
+    // collation calls equal ('Y ' and 'y') would miss each other in a join:
+    // the filters (and their pull-down) are switched off on this connection.
+    constexpr unsigned kBloomFilter = 0x00080000, kBloomPulldown = 0x00100000;
+    sqlite3_test_control(SQLITE_TESTCTRL_OPTIMIZATIONS, db, kBloomFilter | kBloomPulldown);
     registerFunctions(db);
 }
 
@@ -259,6 +292,10 @@ QString TsqlDialect::Translate(const QString& tsql) {
 QString TsqlDialect::RowIdName(const QString& table) {
     d->checkSchemaVersion();
     return d->schema.table(table)->rowIdName;
+}
+
+std::pair<int, qsizetype> TsqlDialect::CacheUse() const {
+    return {int(d->lru.size()), d->cachedChars};
 }
 
 qint64 TsqlDialect::LastIdentity() const {

@@ -12,10 +12,27 @@
 //    operand meeting a number is converted strictly (lnq_toint: 'a' + 1 fails
 //    as in SQL Server). Only operands of unknown type go to lnq_add at run time.
 //  - Text comparisons (=, <>, <, IN, BETWEEN, CASE, ORDER BY, GROUP BY,
-//    DISTINCT, UNION, MIN/MAX, joins) use SQLite's NOCASE collation, and text
-//    columns created through this layer are declared COLLATE NOCASE, so the
-//    file stays readable by any SQLite tool. LIKE is SQLite's (ASCII
-//    case-insensitive) unless the pattern has [ ] classes (lnq_like).
+//    DISTINCT, UNION, MIN/MAX, joins, window partitions) use the framework's
+//    one collation (data/Collation.h), registered on the connection as
+//    "ZH_CI": trailing blanks ignored, case ignored beyond ASCII (full-width
+//    letters too), Chinese in GBK (pinyin) order. Text columns created
+//    through this layer are declared COLLATE ZH_CI, so a tool that opens the
+//    file must register the same collation (tsql::registerTextCollation) to
+//    compare them; SQLite's join Bloom filters, which hash a text's bytes, are
+//    switched off on the connection. LIKE and PATINDEX match by the collation's weights as well (lnq_like:
+//    %, _, [ ] classes and ranges, ESCAPE; the value's trailing blanks are
+//    ignored), in O(text x pattern).
+//  - Arithmetic raises the server's errors: integer overflow ("Arithmetic
+//    overflow error converting expression to data type bigint."), float
+//    overflow, and invalid float operations (SQRT(-1), LOG(0)); so do negative
+//    TOP / OFFSET counts, TOP ... PERCENT outside 0-100 and date-times outside
+//    1753-9999. Sizes in the text (CHAR(n), DECIMAL(p,s)) are checked against
+//    the types' limits before anything is sized from them.
+//  - TOP (n) PERCENT (rounded up), DELETE TOP (n) and UPDATE TOP (n) [PERCENT]
+//    choose their rows as the server does (in no particular order without ORDER BY).
+//  - The output is linear in the input: every operand is rendered once, a
+//    unary operator is followed by a blank (no two tokens can merge into a
+//    comment), and literals are re-quoted, never spliced.
 //  - Date-times are text "yyyy-MM-dd HH:mm:ss" (".zzz" when the milliseconds
 //    are not zero); date literals compared with or written into date-time
 //    columns are normalised at translation time ('2024-3-5' is midnight).
@@ -33,13 +50,18 @@
 //    OBJECT_ID and OBJECTPROPERTY read sqlite_master; the dbo. prefix is dropped.
 //
 // What remains different from SQL Server:
-//  - Trailing blanks are significant in comparisons ('a' = 'a ' is false here).
-//  - Case folding of the NOCASE collation and of SQLite's LIKE covers ASCII
-//    letters only (full-width and accented letters compare case-sensitively);
-//    UPPER/LOWER/REPLACE/CHARINDEX and [ ] patterns fold all of Unicode.
-//  - Text sorts by code point, not by the pinyin order of Chinese_PRC.
-//  - Integers are 64-bit: int overflow at 2^31 is not raised; string truncation
-//    on insert into a shorter varchar is not raised either (SQLite keeps the text).
+//  - Chinese characters outside GB2312 level 1 follow GBK code order, which
+//    is not exactly the server's pinyin order for the rarer characters.
+//  - REPLACE and CHARINDEX fold case by Unicode rules, not by the collation.
+//  - LIKE is evaluated row by row (no index range for a constant prefix).
+//  - Object names (OBJECT_ID, sysobjects) compare ignoring ASCII case only,
+//    as SQLite resolves names.
+//  - Integers are 64-bit: int overflow at 2^31 is not raised (only bigint's at
+//    2^63); string truncation on insert into a shorter varchar is not raised
+//    either (SQLite keeps the text).
+//  - A database file made before the collation keeps its NOCASE columns: the
+//    comparisons still follow the collation, but indexes on those columns do
+//    not serve them until the table is made again.
 //  - Date-times keep milliseconds exactly rather than rounding them to 1/300 s.
 //  - Foreign keys are enforced only when the connection enables them.
 //  - Index names are global to the database, not per table.
@@ -48,6 +70,7 @@
 
 #include <QString>
 #include <memory>
+#include <utility>
 #include <vector>
 
 struct sqlite3;
@@ -73,6 +96,11 @@ struct TsqlPrepared {
     TsqlPrepared(const TsqlPrepared&) = delete;
     TsqlPrepared& operator=(const TsqlPrepared&) = delete;
 };
+
+// The connection's last error in the server's words where SQLite's own
+// differ (an integer overflow inside SUM), cut short when it quotes a long
+// name from the statement.
+QString DatabaseErrorText(sqlite3* db);
 
 class TsqlDialect {
 public:
@@ -100,6 +128,10 @@ public:
 
     // Last identity value (@@IDENTITY / SCOPE_IDENTITY()).
     qint64 LastIdentity() const;
+
+    // Entries and characters of SQL held by the translation cache (bounded
+    // by entry count and by characters), for diagnostics.
+    std::pair<int, qsizetype> CacheUse() const;
 
 private:
     struct Private;

@@ -1,12 +1,13 @@
 #include "data/TsqlFunctions.h"
 
+#include "data/Collation.h"
 #include "data/TsqlDialect.h"
 #include "util/Clock.h"
 
 #include <QUuid>
 #include <cmath>
-#include <memory>
 #include <limits>
+#include <memory>
 #include <sqlite3.h>
 
 namespace lnq::tsql {
@@ -15,6 +16,10 @@ namespace {
 
 constexpr qint64 kMsPerDay = 86400000;
 constexpr qint64 kMaxResultChars = 100'000'000; // REPLICATE and friends never allocate beyond this
+
+const char* const kBigintOverflow = "Arithmetic overflow error converting expression to data type bigint.";
+const char* const kFloatOverflow = "Arithmetic overflow error converting expression to data type float.";
+const char* const kInvalidFloatOp = "An invalid floating point operation occurred.";
 
 qint64 julian1900() {
     static const qint64 jd = QDate(1900, 1, 1).toJulianDay();
@@ -121,7 +126,7 @@ bool anyNull(int argc, sqlite3_value** argv) {
     return false;
 }
 
-enum class Conv { Ok, Null, Error };
+enum class Conv { Ok, Null, Error, Range };
 
 // Strict integer conversion of text as SQL Server does it for int targets.
 bool textToInt(const QString& text, qint64& out) {
@@ -166,11 +171,12 @@ Conv valueToDateTime(sqlite3_value* v, DateTimeValue& out, int style = -1) {
             out.date = out.date.addDays(1);
             out.msOfDay -= kMsPerDay;
         }
-        return Conv::Ok;
+        return inDateTimeRange(out) ? Conv::Ok : Conv::Range;
     }
     case SQLITE_TEXT: {
         auto p = parseDateTime(qstr(v), style);
         if (!p) return Conv::Error;
+        if (!inDateTimeRange(*p)) return Conv::Range;
         out = *p;
         return Conv::Ok;
     }
@@ -193,6 +199,9 @@ bool dateArg(sqlite3_context* ctx, sqlite3_value* v, DateTimeValue& out, int sty
     case Conv::Error:
         sqlite3_result_error(ctx, kDateConversionError, -1);
         return false;
+    case Conv::Range:
+        sqlite3_result_error(ctx, kDateTimeRangeError, -1);
+        return false;
     }
     return false;
 }
@@ -209,7 +218,7 @@ DateTimeValue fromTotalMs(qint64 ms) {
 }
 
 bool validDate(const DateTimeValue& v) {
-    return v.date.isValid() && v.date.year() >= 1 && v.date.year() <= 9999;
+    return inDateTimeRange(v);
 }
 
 QString dateStyle(const DateTimeValue& v, int style, bool& ok) {
@@ -276,16 +285,18 @@ QString dateStyle(const DateTimeValue& v, int style, bool& ok) {
 // ---------------------------------------------------------------- LIKE
 
 // One pattern element: a literal character, "_" (any), "%" (any run) or a
-// [class].
+// [class]. Characters are held as their collation weights, so that matching
+// ignores case as the text collation does (beyond ASCII too) and a range
+// [a-c] or [啊-座] follows the collation's order.
 struct LikeElem {
     enum Kind { Char, Any, Run, Class } kind = Char;
-    QChar c;
+    std::uint32_t w = 0;
     bool negated = false;
-    QString set; // pairs (lo, hi) for Class
+    std::vector<std::uint32_t> set; // pairs (lo, hi) of weights for Class
 };
 
-QChar fold(QChar c) {
-    return c.toCaseFolded();
+std::uint32_t weightOf(QChar c) {
+    return Collation::weight(c.unicode());
 }
 
 std::vector<LikeElem> compileLike(const QString& p, QChar esc, bool hasEsc) {
@@ -294,7 +305,7 @@ std::vector<LikeElem> compileLike(const QString& p, QChar esc, bool hasEsc) {
         const QChar c = p[i];
         LikeElem e;
         if (hasEsc && c == esc && i + 1 < p.size()) {
-            e.c = fold(p[++i]);
+            e.w = weightOf(p[++i]);
         } else if (c == u'%') {
             if (!out.empty() && out.back().kind == LikeElem::Run) continue;
             e.kind = LikeElem::Run;
@@ -303,7 +314,7 @@ std::vector<LikeElem> compileLike(const QString& p, QChar esc, bool hasEsc) {
         } else if (c == u'[') {
             const qsizetype close = p.indexOf(u']', i + 2 <= p.size() ? i + 2 : i + 1);
             if (close < 0) {
-                e.c = c; // an unclosed bracket matches itself
+                e.w = weightOf(c); // an unclosed bracket matches itself
             } else {
                 e.kind = LikeElem::Class;
                 qsizetype j = i + 1;
@@ -312,71 +323,134 @@ std::vector<LikeElem> compileLike(const QString& p, QChar esc, bool hasEsc) {
                     ++j;
                 }
                 for (; j < close; ++j) {
-                    QChar lo = fold(p[j]);
-                    QChar hi = lo;
+                    const std::uint32_t lo = weightOf(p[j]);
+                    std::uint32_t hi = lo;
                     if (j + 2 < close && p[j + 1] == u'-') {
-                        hi = fold(p[j + 2]);
+                        hi = weightOf(p[j + 2]);
                         j += 2;
                     }
-                    e.set += lo;
-                    e.set += hi;
+                    e.set.push_back(lo);
+                    e.set.push_back(hi);
                 }
                 i = close;
             }
         } else {
-            e.c = fold(c);
+            e.w = weightOf(c);
         }
         out.push_back(std::move(e));
     }
     return out;
 }
 
-bool elemMatches(const LikeElem& e, QChar c) {
+bool elemMatches(const LikeElem& e, std::uint32_t w) {
     switch (e.kind) {
     case LikeElem::Any:
+    case LikeElem::Run:
         return true;
     case LikeElem::Char:
-        return e.c == c;
+        return e.w == w;
     case LikeElem::Class: {
         bool in = false;
-        for (qsizetype k = 0; k + 1 < e.set.size(); k += 2)
-            if (c >= e.set[k] && c <= e.set[k + 1]) {
+        for (size_t k = 0; k + 1 < e.set.size(); k += 2)
+            if (w >= e.set[k] && w <= e.set[k + 1]) {
                 in = true;
                 break;
             }
         return in != e.negated;
     }
-    case LikeElem::Run:
-        return true;
     }
     return false;
 }
 
-// Wildcard matching with single backtracking point per "%": every other
-// element consumes exactly one character, so greedy retry is complete.
-bool likeMatch(const std::vector<LikeElem>& pat, size_t pstart, const QString& text, qsizetype tstart) {
+// Wildcard matching with a single backtracking point (the last "%"): every
+// other element consumes exactly one character, so greedy retry is complete
+// and the cost stays O(text x pattern). The match may end anywhere from
+// `core` on: the blanks after it (the value's trailing blanks) do not count.
+bool likeMatch(const std::vector<LikeElem>& pat, size_t pstart, QStringView text, qsizetype tstart,
+               qsizetype core) {
     size_t p = pstart;
     qsizetype t = tstart;
     size_t starP = SIZE_MAX;
     qsizetype starT = 0;
     const qsizetype n = text.size();
-    while (t < n) {
-        if (p < pat.size() && pat[p].kind == LikeElem::Run) {
-            starP = p++;
-            starT = t;
-        } else if (p < pat.size() && elemMatches(pat[p], fold(text[t]))) {
-            ++p;
-            ++t;
-        } else if (starP != SIZE_MAX) {
-            p = starP + 1;
-            t = ++starT;
+    for (;;) {
+        if (p == pat.size() && t >= core) return true;
+        if (t < n) {
+            if (p < pat.size() && pat[p].kind == LikeElem::Run) {
+                starP = p++;
+                starT = t;
+                continue;
+            }
+            if (p < pat.size() && elemMatches(pat[p], weightOf(text[t]))) {
+                ++p;
+                ++t;
+                continue;
+            }
         } else {
-            return false;
+            while (p < pat.size() && pat[p].kind == LikeElem::Run)
+                ++p;
+            if (p == pat.size()) return true;
         }
+        if (starP == SIZE_MAX || starT >= n) return false;
+        p = starP + 1;
+        t = ++starT;
     }
-    while (p < pat.size() && pat[p].kind == LikeElem::Run)
-        ++p;
-    return p == pat.size();
+}
+
+// PATINDEX: the 1-based start of the first match of pattern "%rest" within
+// the text, 0 when none. The rest is split at its "%" into fixed-length
+// segments; the middle ones are placed as far right as they go (which leaves
+// the most room), then the first segment is searched from the left, so the
+// cost is O(text x pattern) instead of a full match per start position.
+qint64 patternIndex(const std::vector<LikeElem>& pat, QStringView text) {
+    const qsizetype n = text.size();
+    if (pat.empty() || pat.front().kind != LikeElem::Run) return likeMatch(pat, 0, text, 0, n) ? 1 : 0;
+    struct Segment {
+        size_t begin, len;
+    };
+    std::vector<Segment> segs;
+    size_t i = 1;
+    while (i < pat.size()) {
+        const size_t b = i;
+        while (i < pat.size() && pat[i].kind != LikeElem::Run)
+            ++i;
+        segs.push_back({b, i - b});
+        if (i < pat.size()) ++i; // the "%"
+    }
+    if (segs.empty()) return 1; // "%" alone matches at the start
+    const bool anchoredEnd = pat.back().kind != LikeElem::Run;
+    std::vector<std::uint32_t> w(static_cast<size_t>(n));
+    for (qsizetype k = 0; k < n; ++k)
+        w[size_t(k)] = weightOf(text[k]);
+    auto matchesAt = [&](const Segment& sg, qsizetype at) {
+        for (size_t k = 0; k < sg.len; ++k)
+            if (!elemMatches(pat[sg.begin + k], w[size_t(at) + k])) return false;
+        return true;
+    };
+    const qsizetype firstLen = qsizetype(segs[0].len);
+    if (segs.size() == 1 && anchoredEnd) {
+        const qsizetype at = n - firstLen;
+        return at >= 0 && matchesAt(segs[0], at) ? at + 1 : 0;
+    }
+    qsizetype limit = n; // the middle segments end at or before this
+    size_t lastMiddle = segs.size() - 1;
+    if (anchoredEnd) {
+        const Segment& last = segs.back();
+        const qsizetype at = n - qsizetype(last.len);
+        if (at < firstLen || !matchesAt(last, at)) return 0;
+        limit = at;
+        --lastMiddle;
+    }
+    for (size_t k = lastMiddle; k >= 1 && k < segs.size(); --k) {
+        qsizetype q = limit - qsizetype(segs[k].len);
+        while (q >= 0 && !matchesAt(segs[k], q))
+            --q;
+        if (q < 0) return 0;
+        limit = q;
+    }
+    for (qsizetype at = 0; at + firstLen <= limit; ++at)
+        if (matchesAt(segs[0], at)) return at + 1;
+    return 0;
 }
 
 // ---------------------------------------------------------------- functions
@@ -384,7 +458,11 @@ bool likeMatch(const std::vector<LikeElem>& pat, size_t pstart, const QString& t
 void fnAdd(sqlite3_context* ctx, int, sqlite3_value** argv) {
     const int ta = sqlite3_value_type(argv[0]), tb = sqlite3_value_type(argv[1]);
     if (ta == SQLITE_NULL || tb == SQLITE_NULL) return sqlite3_result_null(ctx);
-    if (ta == SQLITE_TEXT && tb == SQLITE_TEXT) return resultText(ctx, qstr(argv[0]) + qstr(argv[1]));
+    if (ta == SQLITE_TEXT && tb == SQLITE_TEXT) {
+        if (qint64(sqlite3_value_bytes(argv[0])) + sqlite3_value_bytes(argv[1]) > kMaxResultChars)
+            return sqlite3_result_error_toobig(ctx);
+        return resultText(ctx, qstr(argv[0]) + qstr(argv[1]));
+    }
     if (ta == SQLITE_BLOB || tb == SQLITE_BLOB) {
         if (ta == SQLITE_BLOB && tb == SQLITE_BLOB) {
             QByteArray a(static_cast<const char*>(sqlite3_value_blob(argv[0])), sqlite3_value_bytes(argv[0]));
@@ -821,7 +899,7 @@ QString floatStyle0(double d) {
 void fnToStr(sqlite3_context* ctx, int, sqlite3_value** argv) {
     const int len = sqlite3_value_int(argv[1]);
     const bool pad = sqlite3_value_int(argv[2]) != 0;
-    const int mode = sqlite3_value_int(argv[3]);
+    const int mode = std::min(sqlite3_value_int(argv[3]), 38); // decimals never beyond the largest scale
     QString s;
     switch (sqlite3_value_type(argv[0])) {
     case SQLITE_NULL:
@@ -919,6 +997,7 @@ void fnStuff(sqlite3_context* ctx, int, sqlite3_value** argv) {
     const qint64 len = sqlite3_value_int64(argv[2]);
     if (start < 1 || start > s.size() || len < 0) return sqlite3_result_null(ctx);
     const QString ins = sqlite3_value_type(argv[3]) == SQLITE_NULL ? QString() : qstr(argv[3]);
+    if (qint64(s.size()) + qint64(ins.size()) > kMaxResultChars) return sqlite3_result_error_toobig(ctx);
     resultText(ctx, s.left(start - 1) + ins + s.mid(qsizetype(std::min<qint64>(start - 1 + len, s.size()))));
 }
 
@@ -927,7 +1006,8 @@ void fnReplicate(sqlite3_context* ctx, int, sqlite3_value** argv) {
     const QString s = qstr(argv[0]);
     const qint64 n = sqlite3_value_int64(argv[1]);
     if (n < 0) return sqlite3_result_null(ctx);
-    if (n * qint64(s.size()) > kMaxResultChars) return sqlite3_result_error_toobig(ctx);
+    // Compared by division: the product of two large inputs would wrap.
+    if (!s.isEmpty() && n > kMaxResultChars / qint64(s.size())) return sqlite3_result_error_toobig(ctx);
     resultText(ctx, s.repeated(qsizetype(n)));
 }
 
@@ -958,29 +1038,24 @@ void fnLike(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
         compiled = new std::vector<LikeElem>(compileLike(qstr(argv[1]), esc, hasEsc));
         sqlite3_set_auxdata(ctx, 1, compiled, [](void* p) { delete static_cast<std::vector<LikeElem>*>(p); });
         compiled = static_cast<std::vector<LikeElem>*>(sqlite3_get_auxdata(ctx, 1));
-        if (!compiled) {
-            const auto local = compileLike(qstr(argv[1]), esc, hasEsc);
-            return sqlite3_result_int(ctx, likeMatch(local, 0, qstr(argv[0]), 0) ? 1 : 0);
-        }
     }
-    sqlite3_result_int(ctx, likeMatch(*compiled, 0, qstr(argv[0]), 0) ? 1 : 0);
+    const QString text = qstr(argv[0]);
+    const qsizetype core = Collation::trimmedForCompare(text).size();
+    if (!compiled) {
+        const auto local = compileLike(qstr(argv[1]), esc, hasEsc);
+        return sqlite3_result_int(ctx, likeMatch(local, 0, text, 0, core) ? 1 : 0);
+    }
+    sqlite3_result_int(ctx, likeMatch(*compiled, 0, text, 0, core) ? 1 : 0);
 }
 
 void fnPatIndex(sqlite3_context* ctx, int, sqlite3_value** argv) {
     if (anyNull(2, argv)) return sqlite3_result_null(ctx);
-    const auto pat = compileLike(qstr(argv[0]), QChar(), false);
-    const QString s = qstr(argv[1]);
-    if (!pat.empty() && pat.front().kind == LikeElem::Run) {
-        for (qsizetype i = 0; i <= s.size(); ++i)
-            if (likeMatch(pat, 1, s, i)) return sqlite3_result_int64(ctx, i + 1);
-        return sqlite3_result_int(ctx, 0);
-    }
-    sqlite3_result_int(ctx, likeMatch(pat, 0, s, 0) ? 1 : 0);
+    sqlite3_result_int64(ctx, patternIndex(compileLike(qstr(argv[0]), QChar(), false), qstr(argv[1])));
 }
 
 void fnRound(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     if (anyNull(2, argv)) return sqlite3_result_null(ctx);
-    const int places = sqlite3_value_int(argv[1]);
+    const int places = std::clamp(sqlite3_value_int(argv[1]), -400, 400);
     const bool truncate =
         argc > 2 && sqlite3_value_type(argv[2]) != SQLITE_NULL && sqlite3_value_int(argv[2]) != 0;
     if (sqlite3_value_type(argv[0]) == SQLITE_INTEGER) {
@@ -992,7 +1067,8 @@ void fnRound(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
             f *= 10;
         qint64 q = v / f * f;
         const qint64 rem = v - q;
-        if (!truncate && std::llabs(rem) * 2 >= f) q += v < 0 ? -f : f;
+        if (!truncate && std::llabs(rem) * 2 >= f && __builtin_add_overflow(q, v < 0 ? -f : f, &q))
+            return sqlite3_result_error(ctx, kBigintOverflow, -1);
         return sqlite3_result_int64(ctx, q);
     }
     double v = 0;
@@ -1006,7 +1082,9 @@ void fnRound(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
     double scaled = v * f;
     // Decimal rounding: nudge values sitting within binary noise of .5 upward.
     scaled = truncate ? std::trunc(scaled) : std::round(scaled + (scaled >= 0 ? 1e-9 : -1e-9));
-    sqlite3_result_double(ctx, scaled / f);
+    const double r = scaled / f;
+    if (!std::isfinite(r) && std::isfinite(v)) return sqlite3_result_error(ctx, kFloatOverflow, -1);
+    sqlite3_result_double(ctx, r);
 }
 
 void fnStr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
@@ -1028,7 +1106,8 @@ void fnStr(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
 
 void fnIsDate(sqlite3_context* ctx, int, sqlite3_value** argv) {
     if (sqlite3_value_type(argv[0]) != SQLITE_TEXT) return sqlite3_result_int(ctx, 0);
-    sqlite3_result_int(ctx, parseDateTime(qstr(argv[0])) ? 1 : 0);
+    const auto v = parseDateTime(qstr(argv[0]));
+    sqlite3_result_int(ctx, v && inDateTimeRange(*v) ? 1 : 0);
 }
 
 void fnIsNumeric(sqlite3_context* ctx, int, sqlite3_value** argv) {
@@ -1091,9 +1170,196 @@ void fnIntersectStr(sqlite3_context* ctx, int, sqlite3_value** argv) {
     sqlite3_result_int(ctx, shared);
 }
 
+// ---------------------------------------------------------------- range checks
+
+// An integer expression's result: a real arriving here is an overflow that
+// SQLite turned into a real (a real that is not whole is a value a column
+// holds, passed on).
+void fnChkInt(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    if (sqlite3_value_type(argv[0]) == SQLITE_FLOAT) {
+        const double d = sqlite3_value_double(argv[0]);
+        if (!std::isfinite(d) || d == std::trunc(d)) return sqlite3_result_error(ctx, kBigintOverflow, -1);
+    }
+    sqlite3_result_value(ctx, argv[0]);
+}
+
+void fnChkFloat(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    if (sqlite3_value_type(argv[0]) == SQLITE_FLOAT) {
+        const double d = sqlite3_value_double(argv[0]);
+        if (std::isnan(d)) return sqlite3_result_error(ctx, kInvalidFloatOp, -1);
+        if (std::isinf(d)) return sqlite3_result_error(ctx, kFloatOverflow, -1);
+    }
+    sqlite3_result_value(ctx, argv[0]);
+}
+
+// Numeric argument of the math functions; false when the result is set (NULL or error).
+bool mathArg(sqlite3_context* ctx, sqlite3_value* v, double& out) {
+    switch (sqlite3_value_type(v)) {
+    case SQLITE_NULL:
+        sqlite3_result_null(ctx);
+        return false;
+    case SQLITE_INTEGER:
+    case SQLITE_FLOAT:
+        out = sqlite3_value_double(v);
+        return true;
+    default:
+        if (textToFloat(qstr(v), out)) return true;
+        sqlite3_result_error(ctx, "Error converting data type varchar to float.", -1);
+        return false;
+    }
+}
+
+void floatResult(sqlite3_context* ctx, double r) {
+    if (std::isnan(r)) return sqlite3_result_error(ctx, kInvalidFloatOp, -1);
+    if (std::isinf(r)) return sqlite3_result_error(ctx, kFloatOverflow, -1);
+    sqlite3_result_double(ctx, r);
+}
+
+template <double (*F)(double), bool (*Domain)(double)>
+void fnMath(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    double x = 0;
+    if (!mathArg(ctx, argv[0], x)) return;
+    if (!Domain(x)) return sqlite3_result_error(ctx, kInvalidFloatOp, -1);
+    floatResult(ctx, F(x));
+}
+
+bool anyReal(double x) {
+    return std::isfinite(x);
+}
+bool notNegative(double x) {
+    return x >= 0;
+}
+bool positive(double x) {
+    return x > 0;
+}
+double squareOf(double x) {
+    return x * x;
+}
+double sqrtOf(double x) {
+    return std::sqrt(x);
+}
+double expOf(double x) {
+    return std::exp(x);
+}
+double log10Of(double x) {
+    return std::log10(x);
+}
+double sinOf(double x) {
+    return std::sin(x);
+}
+double cosOf(double x) {
+    return std::cos(x);
+}
+double tanOf(double x) {
+    return std::tan(x);
+}
+
+// LOG(x [, base])
+void fnLog(sqlite3_context* ctx, int argc, sqlite3_value** argv) {
+    double x = 0, base = 0;
+    if (!mathArg(ctx, argv[0], x)) return;
+    if (argc > 1 && !mathArg(ctx, argv[1], base)) return;
+    if (x <= 0 || (argc > 1 && (base <= 0 || base == 1)))
+        return sqlite3_result_error(ctx, kInvalidFloatOp, -1);
+    floatResult(ctx, argc > 1 ? std::log(x) / std::log(base) : std::log(x));
+}
+
+// lnq_power(x, y, integral): POWER, its result of x's type.
+void fnPower(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    double x = 0, y = 0;
+    if (!mathArg(ctx, argv[0], x) || !mathArg(ctx, argv[1], y)) return;
+    if (x == 0 && y < 0) return sqlite3_result_error(ctx, kInvalidFloatOp, -1);
+    const double r = std::pow(x, y);
+    if (std::isnan(r)) return sqlite3_result_error(ctx, kInvalidFloatOp, -1);
+    if (sqlite3_value_int(argv[2]) == 0) return floatResult(ctx, r);
+    if (!std::isfinite(r) || std::fabs(r) >= 9223372036854775808.0)
+        return sqlite3_result_error(ctx, kBigintOverflow, -1);
+    sqlite3_result_int64(ctx, qint64(std::trunc(r)));
+}
+
+void fnBitXor(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    if (anyNull(2, argv)) return sqlite3_result_null(ctx);
+    sqlite3_result_int64(ctx, sqlite3_value_int64(argv[0]) ^ sqlite3_value_int64(argv[1]));
+}
+
+// lnq_rows(n, kind): the row count of TOP (0), OFFSET (1) or FETCH (2).
+void fnRows(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    const int kind = sqlite3_value_int(argv[1]);
+    double d = 0;
+    if (!mathArg(ctx, argv[0], d)) return;
+    if (kind == 0 && d < 0)
+        return sqlite3_result_error(ctx, "A TOP N or FETCH rows count value may not be negative.", -1);
+    if (kind == 1 && d < 0)
+        return sqlite3_result_error(ctx, "The offset specified in a OFFSET clause may not be negative.", -1);
+    if (kind == 2 && d <= 0)
+        return sqlite3_result_error(
+            ctx, "The number of rows provided for a FETCH clause must be greater then zero.", -1);
+    if (d >= 9223372036854775807.0) return sqlite3_result_int64(ctx, std::numeric_limits<qint64>::max());
+    sqlite3_result_int64(ctx, qint64(d));
+}
+
+// lnq_toppercent(rows, percent): how many of rows TOP (percent) PERCENT returns (rounded up).
+void fnTopPercent(sqlite3_context* ctx, int, sqlite3_value** argv) {
+    const qint64 rows = sqlite3_value_int64(argv[0]);
+    double pct = 0;
+    if (!mathArg(ctx, argv[1], pct)) return;
+    if (!(pct >= 0 && pct <= 100))
+        return sqlite3_result_error(ctx, "Percent values must be between 0 and 100.", -1);
+    sqlite3_result_int64(ctx, qint64(std::ceil(double(rows) * pct / 100.0)));
+}
+
 } // namespace
 
 // ---------------------------------------------------------------- public helpers
+
+namespace {
+
+// An English month name at the cursor, full or its first three letters: 1-12, 0 when none.
+int monthAt(Cursor& c) {
+    const qsizetype start = c.i;
+    while (!c.end() && ((c.ch() >= u'a' && c.ch() <= u'z') || (c.ch() >= u'A' && c.ch() <= u'Z')))
+        ++c.i;
+    const QStringView word = c.s.mid(start, c.i - start);
+    if (word.size() < 3) return 0;
+    for (int m = 1; m <= 12; ++m) {
+        const QString name = monthName(m, false);
+        if (word.size() == 3 ? word.compare(name.left(3), Qt::CaseInsensitive) == 0
+                             : word.compare(name, Qt::CaseInsensitive) == 0)
+            return m;
+    }
+    return 0;
+}
+
+// "Mon dd yyyy" and "dd Mon yyyy", then the optional time.
+std::optional<DateTimeValue> parseMonthNameDate(Cursor& c) {
+    int y = 0, m = 0, d = 0;
+    if (c.ch().isDigit()) {
+        if (c.digits(2, d) == 0) return std::nullopt;
+        c.spaces();
+        if ((m = monthAt(c)) == 0) return std::nullopt;
+    } else {
+        if ((m = monthAt(c)) == 0) return std::nullopt;
+        c.spaces();
+        if (c.digits(2, d) == 0) return std::nullopt;
+    }
+    if (c.ch() == u',') ++c.i;
+    c.spaces();
+    if (c.digits(4, y) != 4) return std::nullopt;
+    DateTimeValue v;
+    v.date = QDate(y, m, d);
+    if (!v.date.isValid() || y < 1) return std::nullopt;
+    c.spaces();
+    if (!c.end() && !parseTime(c, v.msOfDay)) return std::nullopt;
+    c.spaces();
+    if (!c.end()) return std::nullopt;
+    return v;
+}
+
+} // namespace
+
+bool inDateTimeRange(const DateTimeValue& v) {
+    return v.date.isValid() && v.date.year() >= 1753 && v.date.year() <= 9999;
+}
 
 std::optional<DateTimeValue> parseDateTime(const QString& text, int style) {
     Cursor c{QStringView(text).trimmed()};
@@ -1101,6 +1367,17 @@ std::optional<DateTimeValue> parseDateTime(const QString& text, int style) {
     if (c.s.isEmpty()) {
         v.date = QDate(1900, 1, 1); // SQL Server turns '' into its base date
         return v;
+    }
+    if (c.ch().isLetter()) return parseMonthNameDate(c);
+    {
+        // "24 Nov 2026": digits, blanks, then a letter.
+        Cursor probe = c;
+        int ignored = 0;
+        if (probe.digits(2, ignored) > 0) {
+            probe.spaces();
+            if (probe.ch().isLetter() && !(probe.ch() == u'T' || probe.ch() == u't'))
+                return parseMonthNameDate(c);
+        }
     }
     int a = 0;
     const qsizetype startA = c.i;
@@ -1218,6 +1495,21 @@ void registerFunctions(sqlite3* db) {
         {"lnq_getfilepath", 1, fnGetFilePath, true},
         {"lnq_getfilename", 1, fnGetFileName, true},
         {"lnq_intersectstr", 2, fnIntersectStr, true},
+        {"lnq_chkint", 1, fnChkInt, true},
+        {"lnq_chkfloat", 1, fnChkFloat, true},
+        {"lnq_square", 1, fnMath<squareOf, anyReal>, true},
+        {"lnq_sqrt", 1, fnMath<sqrtOf, notNegative>, true},
+        {"lnq_exp", 1, fnMath<expOf, anyReal>, true},
+        {"lnq_log10", 1, fnMath<log10Of, positive>, true},
+        {"lnq_sin", 1, fnMath<sinOf, anyReal>, true},
+        {"lnq_cos", 1, fnMath<cosOf, anyReal>, true},
+        {"lnq_tan", 1, fnMath<tanOf, anyReal>, true},
+        {"lnq_log", 1, fnLog, true},
+        {"lnq_log", 2, fnLog, true},
+        {"lnq_power", 3, fnPower, true},
+        {"lnq_bitxor", 2, fnBitXor, true},
+        {"lnq_rows", 2, fnRows, true},
+        {"lnq_toppercent", 2, fnTopPercent, true},
     };
     for (const Def& d : defs) {
         const int flags = SQLITE_UTF8 | SQLITE_INNOCUOUS | (d.deterministic ? SQLITE_DETERMINISTIC : 0);
@@ -1227,6 +1519,17 @@ void registerFunctions(sqlite3* db) {
             throw ETsqlError(QStringLiteral("cannot register SQL function %1: %2")
                                  .arg(QLatin1String(d.name), QString::fromUtf8(sqlite3_errmsg(db))));
     }
+    registerTextCollation(db);
+}
+
+void registerTextCollation(sqlite3* db) {
+    const auto compare = [](void*, int na, const void* a, int nb, const void* b) {
+        return Collation::compareUtf8(static_cast<const char*>(a), na, static_cast<const char*>(b), nb);
+    };
+    if (sqlite3_create_collation_v2(db, Collation::kName, SQLITE_UTF8, nullptr, compare, nullptr) !=
+        SQLITE_OK)
+        throw ETsqlError(QStringLiteral("cannot register the text collation: ") +
+                         QString::fromUtf8(sqlite3_errmsg(db)));
 }
 
 } // namespace lnq::tsql

@@ -66,6 +66,11 @@ QString asciiUpper(QStringView s) {
     return out;
 }
 
+QString excerpt(QStringView s) {
+    if (s.size() <= kExcerptChars) return s.toString();
+    return s.left(kExcerptChars - 3).toString() + QStringLiteral("...");
+}
+
 std::vector<Token> tokenize(const QString& sql) {
     std::vector<Token> out;
     out.reserve(sql.size() / 4 + 4);

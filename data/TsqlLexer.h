@@ -42,6 +42,12 @@ struct Token {
 // names are ASCII; Unicode case mapping is far slower and not needed there).
 QString asciiUpper(QStringView s);
 
+// A piece of input quoted in an error message: at most kExcerptChars
+// characters, "..." marking a cut, so that a hostile text of megabytes never
+// travels through the error path.
+inline constexpr qsizetype kExcerptChars = 100;
+QString excerpt(QStringView s);
+
 // Splits the text into tokens; the last token is End. Raises ETsqlError on an
 // unterminated string, identifier or comment and on a character outside the
 // dialect.

@@ -106,22 +106,20 @@ private:
         case Tok::End:
             return QStringLiteral("end of text");
         case Tok::String:
-            return u'\'' + t.text + u'\'';
+            return u'\'' + excerpt(t.text) + u'\'';
         case Tok::QIdent:
-            return u'[' + t.text + u']';
+            return u'[' + excerpt(t.text) + u']';
         default:
-            return t.text;
+            return excerpt(t.text);
         }
     }
 
     [[noreturn]] void syntax(const QString& expected) const {
         throw ETsqlError(QStringLiteral("T-SQL syntax error near %1 at offset %2: expected %3")
-                             .arg(describe(cur()))
-                             .arg(cur().pos)
-                             .arg(expected));
+                             .arg(describe(cur()), QString::number(cur().pos), expected));
     }
     [[noreturn]] static void unsupported(const QString& what) {
-        throw ETsqlError(QStringLiteral("unsupported T-SQL construct: ") + what);
+        throw ETsqlError(QStringLiteral("unsupported T-SQL construct: ") + excerpt(what));
     }
 
     template <size_t N> void expectKw(const char (&w)[N]) {
@@ -358,10 +356,19 @@ private:
         return hints.contains(w);
     }
 
+    // TOP (n) [PERCENT] of UPDATE and DELETE: the parentheses are required there.
+    void dmlTop(Stmt& s) {
+        if (!acceptKw("TOP")) return;
+        expectOp("(");
+        s.top = expr();
+        expectOp(")");
+        s.topPercent = acceptKw("PERCENT");
+    }
+
     StmtPtr update() {
         auto s = std::make_unique<Stmt>(SK::Update, cur().pos);
         ++m_i;
-        if (kw("TOP")) unsupported(QStringLiteral("UPDATE TOP"));
+        dmlTop(*s);
         s->table = qualifiedName();
         tableHints();
         expectKw("SET");
@@ -399,7 +406,7 @@ private:
     StmtPtr del() {
         auto s = std::make_unique<Stmt>(SK::Delete, cur().pos);
         ++m_i;
-        if (kw("TOP")) unsupported(QStringLiteral("DELETE TOP"));
+        dmlTop(*s);
         acceptKw("FROM");
         s->table = qualifiedName();
         tableHints();
@@ -804,7 +811,7 @@ private:
                 if (cur().kind != Tok::Number) syntax(QStringLiteral("a number after TOP"));
                 c.top = primary();
             }
-            if (acceptKw("PERCENT")) unsupported(QStringLiteral("TOP ... PERCENT"));
+            c.topPercent = acceptKw("PERCENT");
             if (kw("WITH") && peek().isKw("TIES")) unsupported(QStringLiteral("TOP ... WITH TIES"));
         }
         do {

@@ -3,6 +3,8 @@
 
 #include "data/TsqlTranslator.h"
 
+#include "data/Collation.h"
+
 #include "data/TsqlDialect.h"
 #include "data/TsqlFunctions.h"
 #include "data/TsqlLexer.h"
@@ -46,6 +48,17 @@ QString quoteIdent(const QString& name) {
 }
 
 QString quoteString(const QString& text) {
+    // SQLite stops reading a statement at a zero character, so one inside a
+    // literal is spliced in by char(0) and the literal stays whole.
+    if (text.contains(QChar(0))) {
+        QString out = QStringLiteral("(");
+        const QStringList pieces = text.split(QChar(0));
+        for (qsizetype i = 0; i < pieces.size(); ++i) {
+            if (i) out += QStringLiteral(" || char(0) || ");
+            out += quoteString(pieces[i]);
+        }
+        return out + u')';
+    }
     if (!text.contains(u'\'')) return u'\'' + text + u'\'';
     QString s = text;
     s.replace(u'\'', QLatin1String("''"));
@@ -166,14 +179,21 @@ TableInfoPtr Schema::table(const QString& name) {
 namespace {
 
 [[noreturn]] void unsupported(const QString& what) {
-    throw ETsqlError(QStringLiteral("unsupported T-SQL construct: ") + what);
+    throw ETsqlError(QStringLiteral("unsupported T-SQL construct: ") + excerpt(what));
 }
 
 [[noreturn]] void fail(const QString& msg) {
     throw ETsqlError(msg);
 }
 
-const QString kNocase = QStringLiteral(" COLLATE NOCASE");
+// Every text comparison and ordering uses the framework's one collation.
+const QString kNocase = QStringLiteral(" COLLATE ") + QLatin1String(Collation::kName);
+
+// Length limits of the character and binary types, checked before anything is
+// sized from them.
+constexpr int kMaxBytesLength = 8000;
+constexpr int kMaxUnicodeLength = 4000;
+constexpr int kMaxDecimalPrecision = 38;
 
 struct Val {
     Val() = default;
@@ -202,7 +222,16 @@ const QString& chainOperand(const Val& v, int p, bool left) {
 Val chain(const Val& a, const QString& op, int p, const Val& b, VT type, const QString& decl) {
     Val r;
     r.bare = chainOperand(a, p, true) + u' ' + op + u' ' + chainOperand(b, p, false);
-    r.sql = u'(' + r.bare + u')';
+    // SQLite turns an integer overflow into a real and lets a real overflow
+    // to infinity; the server raises an error for both. The check wraps the
+    // whole chain once: a real inside an integer chain can only come from an
+    // overflow, and it stays a real to the end of the chain.
+    if (p >= 6 && p <= 7 && type == VT::Int)
+        r.sql = QStringLiteral("lnq_chkint(") + r.bare + u')';
+    else if (p >= 6 && p <= 7 && type == VT::Float)
+        r.sql = QStringLiteral("lnq_chkfloat(") + r.bare + u')';
+    else
+        r.sql = u'(' + r.bare + u')';
     r.type = type;
     r.decl = decl;
     r.prec = p;
@@ -275,7 +304,59 @@ int declScale(const QString& decl) {
     if (comma < 0) return 0;
     bool ok = false;
     const int s = d.mid(comma + 1).remove(u')').trimmed().toInt(&ok);
-    return ok ? s : 0;
+    // A declaration read from a database file is not trusted either.
+    return ok ? std::clamp(s, 0, kMaxDecimalPrecision) : 0;
+}
+
+// The length, precision or scale arguments of a declared type, checked
+// against the type's limits: anything sized from them stays bounded.
+// Returns the length of a character or binary type (0 for MAX / none).
+int checkedTypeSize(const TypeSpec& t) {
+    const QString& n = t.name;
+    if (t.args.isEmpty() || t.args == QLatin1String("MAX")) return 0;
+    const QStringList parts = t.args.split(u',');
+    std::vector<qint64> v;
+    for (const QString& a : parts) {
+        bool ok = false;
+        const qint64 x = a.toLongLong(&ok);
+        if (!ok) fail(QStringLiteral("Incorrect type length: ") + n + u'(' + excerpt(t.args) + u')');
+        v.push_back(x);
+    }
+    auto tooLarge = [&](qint64 size, int limit) {
+        fail(QStringLiteral("The size (") + QString::number(size) + QStringLiteral(") given to the type '") +
+             n.toLower() + QStringLiteral("' exceeds the maximum allowed for any data type (") +
+             QString::number(limit) + QStringLiteral(")."));
+    };
+    const bool unicode = n == QLatin1String("NCHAR") || n == QLatin1String("NVARCHAR");
+    const bool sized = unicode || n == QLatin1String("CHAR") || n == QLatin1String("VARCHAR") ||
+                       n == QLatin1String("BINARY") || n == QLatin1String("VARBINARY");
+    if (sized) {
+        if (v.size() != 1)
+            fail(QStringLiteral("Incorrect type length: ") + n + u'(' + excerpt(t.args) + u')');
+        if (v[0] < 1) fail(QStringLiteral("Length or precision specification 0 is invalid."));
+        const int limit = unicode ? kMaxUnicodeLength : kMaxBytesLength;
+        if (v[0] > limit) tooLarge(v[0], limit);
+        return int(v[0]);
+    }
+    if (n == QLatin1String("DECIMAL") || n == QLatin1String("NUMERIC")) {
+        if (v.size() > 2) fail(QStringLiteral("Incorrect type length: ") + n + u'(' + excerpt(t.args) + u')');
+        if (v[0] < 1) fail(QStringLiteral("Length or precision specification 0 is invalid."));
+        if (v[0] > kMaxDecimalPrecision) tooLarge(v[0], kMaxDecimalPrecision);
+        if (v.size() == 2 && (v[1] < 0 || v[1] > v[0]))
+            fail(QStringLiteral("The scale (") + QString::number(v[1]) +
+                 QStringLiteral(") for column must be within the range 0 to ") + QString::number(v[0]) +
+                 QStringLiteral("."));
+        return 0;
+    }
+    if (n == QLatin1String("FLOAT")) {
+        if (v.size() != 1 || v[0] < 1 || v[0] > 53)
+            fail(QStringLiteral("Invalid parameter ") + excerpt(t.args) +
+                 QStringLiteral(" specified for float. Parameters must be between 1 and 53."));
+        return 0;
+    }
+    for (const qint64 x : v)
+        if (x < 0 || x > kMaxBytesLength) tooLarge(x, kMaxBytesLength);
+    return 0;
 }
 
 enum class SysView { None, SysObjects, SysObjectsNew, SysTables, InfoTables, InfoColumns };
@@ -294,7 +375,8 @@ private:
     Schema& m_schema;
     std::vector<CteDef> m_ctes;
     const bool m_withRowId;
-    QString m_rowIdItem; // select item the next core() appends (the rowid)
+    QString m_rowIdItem;  // select item the next core() appends (the rowid)
+    QString m_rowIdAlias; // its name in the result
 
     // -------------------------------------------------------------- names
     QString tableName(const QStringList& parts) {
@@ -501,6 +583,7 @@ private:
             if (op != QLatin1String("UNION ALL")) dedupe = true;
         Scope firstScope;
         firstScope.parent = outer;
+        const QString rowIdAlias = m_rowIdItem.isEmpty() ? QString() : m_rowIdAlias;
         for (size_t i = 0; i < s.cores.size(); ++i) {
             const SelectCore& c = s.cores[i];
             std::vector<OutCol> coreOuts;
@@ -514,7 +597,10 @@ private:
                 Scope& sc = i == 0 ? firstScope : local;
                 coreSql = core(c, sc, coreOuts, dedupe, coerce);
                 // TOP belongs to its own branch; SQLite's LIMIT would apply to the whole compound.
-                if (compound && c.top)
+                if (compound && c.top && c.topPercent)
+                    coreSql = QStringLiteral("SELECT * FROM (") +
+                              topPercent(coreSql, *c.top, outer, coreOuts, QString()) + u')';
+                else if (compound && c.top)
                     coreSql = QStringLiteral("SELECT * FROM (") + coreSql + topClause(*c.top, outer) + u')';
             }
             if (i == 0) {
@@ -530,7 +616,9 @@ private:
         }
         // ORDER BY of the whole select, then TOP / OFFSET of a single select.
         QString limit;
-        if (!compound && !s.cores[0].paren && s.cores[0].top) limit = topClause(*s.cores[0].top, outer);
+        const bool singleTop = !compound && !s.cores[0].paren && s.cores[0].top;
+        const bool percent = singleTop && s.cores[0].topPercent;
+        if (singleTop && !percent) limit = topClause(*s.cores[0].top, outer);
         if (!s.orderBy.empty()) {
             Scope orderScope;
             Scope* osc = &orderScope;
@@ -556,18 +644,31 @@ private:
             sql += QStringLiteral(" ORDER BY ") + terms.join(QStringLiteral(", "));
         }
         if (s.offset) {
-            if (!limit.isEmpty())
+            if (singleTop)
                 fail(QStringLiteral("A TOP can not be used in the same query or sub-query as a OFFSET."));
             Scope none;
             none.parent = outer;
             limit = QStringLiteral(" LIMIT ") +
-                    (s.fetch ? u'(' + expr(*s.fetch, &none).sql + u')' : QStringLiteral("-1")) +
-                    QStringLiteral(" OFFSET (") + expr(*s.offset, &none).sql + u')';
+                    (s.fetch ? rowCount(expr(*s.fetch, &none), RowCount::Fetch) : QStringLiteral("-1")) +
+                    QStringLiteral(" OFFSET ") + rowCount(expr(*s.offset, &none), RowCount::Offset);
         }
         sql += limit;
         m_ctes.resize(cteMark);
+        if (percent) {
+            // A limit keeps SQLite from dropping the ORDER BY of the materialised rows.
+            if (!s.orderBy.empty()) sql += QStringLiteral(" LIMIT -1");
+            sql = topPercent(with + sql, *s.cores[0].top, outer, outs, rowIdAlias);
+            with.clear();
+        }
         if (outsOut) *outsOut = std::move(outs);
         return with + sql;
+    }
+
+    // A row count of TOP, OFFSET or FETCH computed at run time, checked there
+    // as the server checks it.
+    enum class RowCount { Top = 0, Offset = 1, Fetch = 2 };
+    static QString rowCount(const Val& v, RowCount kind) {
+        return QStringLiteral("lnq_rows(") + v.sql + u',' + QString::number(int(kind)) + u')';
     }
 
     QString topClause(const Expr& top, Scope* outer) {
@@ -579,7 +680,89 @@ private:
                 fail(QStringLiteral("The number of rows provided for a TOP clause must be an integer."));
             return QStringLiteral(" LIMIT ") + v.sql;
         }
-        return QStringLiteral(" LIMIT (") + v.sql + u')';
+        return QStringLiteral(" LIMIT ") + rowCount(v, RowCount::Top);
+    }
+
+    // TOP (n) PERCENT: the rows of body (ordered, with their own CTEs) are
+    // materialised once, numbered and counted, and the first
+    // ceil(count * n / 100) of them are returned in their order. The body's
+    // text appears once, and the result columns keep their names (also "" and
+    // repeated ones). A filter on the row number, not a LIMIT, selects them:
+    // it keeps its meaning however SQLite rearranges an enclosing query.
+    QString topPercent(const QString& body, const Expr& top, Scope* outer, const std::vector<OutCol>& outs,
+                       const QString& rowIdAlias) {
+        Scope none;
+        none.parent = outer;
+        const Val pct = numericOperand(expr(top, &none));
+        checkPercent(top);
+        if (outs.empty()) {
+            // Columns unknown here (the table is missing): SQLite reports that.
+            return QStringLiteral("WITH lnq_top AS MATERIALIZED (") + body +
+                   QStringLiteral(") SELECT * FROM lnq_top LIMIT (SELECT lnq_toppercent(count(*), ") +
+                   pct.sql + QStringLiteral(") FROM lnq_top)");
+        }
+        QString cols, items;
+        for (size_t i = 0; i < outs.size(); ++i) {
+            const QString c = QStringLiteral("c") + QString::number(i);
+            if (i) {
+                cols += QStringLiteral(", ");
+                items += QStringLiteral(", ");
+            }
+            cols += c;
+            items += c + QStringLiteral(" AS ") + quoteIdent(outs[i].name);
+        }
+        if (!rowIdAlias.isEmpty()) {
+            cols += QStringLiteral(", r");
+            items += QStringLiteral(", r AS ") + rowIdAlias;
+        }
+        const QString head = QStringLiteral("lnq_top(") + cols + u')';
+        return QStringLiteral("WITH ") + head + QStringLiteral(" AS MATERIALIZED (") + body +
+               QStringLiteral(") SELECT ") + items +
+               QStringLiteral(
+                   " FROM (SELECT *, row_number() OVER () AS lnq_r, count(*) OVER () AS lnq_n FROM "
+                   "lnq_top) WHERE lnq_r <= lnq_toppercent(lnq_n, ") +
+               pct.sql + QStringLiteral(") ORDER BY lnq_r");
+    }
+
+    // A constant percentage is checked now, also for a query that finds no rows.
+    static void checkPercent(const Expr& top) {
+        const bool negative = top.kind == EK::Unary && top.text == QLatin1String("-") &&
+                              top.args[0]->kind == EK::Number && top.args[0]->text.toDouble() != 0.0;
+        if (negative || (top.kind == EK::Number && top.text.toDouble() > 100.0))
+            fail(QStringLiteral("Percent values must be between 0 and 100."));
+    }
+
+    // The rowid selection of UPDATE TOP / DELETE TOP: "rowid IN (...)" over
+    // the first n (or n percent) rows the condition selects. With UPDATE ...
+    // FROM (otherTables: its table list) the rows are those of the join, and
+    // the condition also stays on the update itself, which needs it to pair
+    // each row with its partner.
+    QString topRows(const Stmt& s, const TableInfo& info, const QString& table, Scope& sc,
+                    const QString& otherTables = QString()) {
+        if (info.exists && info.rowIdName.isEmpty())
+            unsupported(QStringLiteral("TOP in UPDATE or DELETE of a table without rowid"));
+        const QString bareRowId = info.rowIdName.isEmpty() ? QStringLiteral("rowid") : info.rowIdName;
+        const QString rowId = otherTables.isEmpty() ? bareRowId : quoteIdent(table) + u'.' + bareRowId;
+        const QString cond = s.where ? expr(*s.where, &sc).sql : QString();
+        const QString where = s.where ? QStringLiteral(" WHERE ") + cond : QString();
+        const QString source = otherTables.isEmpty() ? quoteIdent(table)
+                                                     : quoteIdent(table) + QStringLiteral(", ") + otherTables;
+        const QString also =
+            otherTables.isEmpty() || cond.isEmpty() ? QString() : cond + QStringLiteral(" AND ");
+        Scope none;
+        const Val n = expr(*s.top, &none);
+        if (s.topPercent) {
+            checkPercent(*s.top);
+            QString numbered =
+                QStringLiteral("SELECT ") + rowId +
+                QStringLiteral(" AS r, row_number() OVER () AS lnq_r, count(*) OVER () AS lnq_n FROM ") +
+                source + where;
+            return also + rowId + QStringLiteral(" IN (SELECT r FROM (") + numbered +
+                   QStringLiteral(") WHERE lnq_r <= lnq_toppercent(lnq_n, ") + numericOperand(n).sql +
+                   QStringLiteral("))");
+        }
+        return also + rowId + QStringLiteral(" IN (SELECT ") + rowId + QStringLiteral(" FROM ") + source +
+               where + QStringLiteral(" LIMIT ") + rowCount(n, RowCount::Top) + u')';
     }
 
     QString core(const SelectCore& c, Scope& sc, std::vector<OutCol>& outs, bool dedupe,
@@ -605,7 +788,7 @@ private:
                         fail(QStringLiteral(
                                  "The column prefix '%1' does not match with a table name or alias name "
                                  "used in the query.")
-                                 .arg(it.starQual.join(u'.')));
+                                 .arg(excerpt(it.starQual.join(u'.'))));
                 }
                 bool allKnown = true;
                 for (const Source* s : srcs)
@@ -734,15 +917,21 @@ private:
             QLatin1String(fn) + v.sql + u')', target == VT::Unknown ? VT::Unknown : target, {}, nullptr};
     }
 
+    // A date-time literal, checked at translation time.
+    static DateTimeValue dateTimeLiteral(const QString& text, int style, bool dateOnly = false) {
+        auto v = parseDateTime(text, style);
+        if (!v)
+            fail(QStringLiteral(
+                     "Conversion failed when converting date and/or time from character string: '%1'")
+                     .arg(excerpt(text)));
+        if (!dateOnly && !inDateTimeRange(*v)) fail(QLatin1String(kDateTimeRangeError));
+        return *v;
+    }
+
     Val toDateTime(const Val& v, int style = -1) {
-        if (v.strLit()) {
-            auto canon = canonicalDateTimeText(v.node->text, style);
-            if (!canon)
-                fail(QStringLiteral(
-                         "Conversion failed when converting date and/or time from character string: '%1'")
-                         .arg(v.node->text));
-            return Val{quoteString(*canon), VT::DateTime, QStringLiteral("DATETIME"), nullptr};
-        }
+        if (v.strLit())
+            return Val{quoteString(formatCanonical(dateTimeLiteral(v.node->text, style))), VT::DateTime,
+                       QStringLiteral("DATETIME"), nullptr};
         if (v.type == VT::DateTime || v.type == VT::Null) return v;
         return Val{QStringLiteral("lnq_datetime(") + v.sql +
                        (style >= 0 ? u',' + QString::number(style) : QString()) + u')',
@@ -834,7 +1023,7 @@ private:
         Val a = expr(*e.args[0], sc);
         Val b = expr(*e.args[1], sc);
         if (e.text == QLatin1String("-") && a.type == VT::DateTime && (isNum(b.type) || b.type == VT::Null))
-            return Val{QStringLiteral("lnq_adddays(") + a.sql + QStringLiteral(",-(") + b.sql +
+            return Val{QStringLiteral("lnq_adddays(") + a.sql + QStringLiteral(", - (") + b.sql +
                            QStringLiteral("))"),
                        VT::DateTime, QStringLiteral("DATETIME"), nullptr};
         a = numericOperand(a);
@@ -845,10 +1034,8 @@ private:
         else if (a.type == VT::Unknown || b.type == VT::Unknown)
             t = VT::Unknown;
         if (e.text == QLatin1String("^"))
-            return Val{QStringLiteral("((") + a.sql + QStringLiteral(" | ") + b.sql +
-                           QStringLiteral(") - (") + a.sql + QStringLiteral(" & ") + b.sql +
-                           QStringLiteral("))"),
-                       VT::Int, QStringLiteral("INT"), nullptr};
+            return Val{QStringLiteral("lnq_bitxor(") + a.sql + u',' + b.sql + u')', VT::Int,
+                       QStringLiteral("INT"), nullptr};
         if (e.text == QLatin1String("&") || e.text == QLatin1String("|")) t = VT::Int;
         if (e.text == QLatin1String("/") || e.text == QLatin1String("%")) {
             // SQL Server fails on a zero divisor where SQLite would yield NULL.
@@ -882,7 +1069,11 @@ private:
                 return Val{e.text, VT::Float, QStringLiteral("FLOAT"), &e};
             const qsizetype scale = e.text.size() - point - 1;
             const qsizetype precision = std::max<qsizetype>(e.text.size() - 1, 1);
-            return Val{e.text, VT::Float, QStringLiteral("DECIMAL(%1,%2)").arg(precision).arg(scale), &e};
+            return Val{e.text, VT::Float,
+                       QStringLiteral("DECIMAL(") +
+                           QString::number(std::min<qsizetype>(precision, kMaxDecimalPrecision)) + u',' +
+                           QString::number(std::min<qsizetype>(scale, kMaxDecimalPrecision)) + u')',
+                       &e};
         }
         case EK::Binary: {
             QString hex = e.text;
@@ -902,13 +1093,19 @@ private:
         case EK::Unary: {
             Val v = expr(*e.args[0], sc);
             if (e.text == QLatin1String("+")) return v;
+            // A unary operator is followed by a blank (or is a parenthesised
+            // negative number): two minus signs never meet as a comment start,
+            // whatever the operand renders as.
             if (e.text == QLatin1String("~")) {
                 v = numericOperand(v);
-                return Val{QStringLiteral("(~") + v.sql + u')', VT::Int, QStringLiteral("INT"), nullptr};
+                return Val{QStringLiteral("(~ ") + v.sql + u')', VT::Int, QStringLiteral("INT"), nullptr};
             }
-            if (e.args[0]->kind == EK::Number) return Val{u'-' + v.sql, v.type, v.decl, nullptr};
+            if (e.args[0]->kind == EK::Number)
+                return Val{QStringLiteral("(-") + v.sql + u')', v.type, v.decl, nullptr};
             v = numericOperand(v);
-            return Val{QStringLiteral("(-") + v.sql + u')', v.type, v.decl, nullptr};
+            if (v.type == VT::Int)
+                return Val{QStringLiteral("lnq_chkint(- ") + v.sql + u')', v.type, v.decl, nullptr};
+            return Val{QStringLiteral("(- ") + v.sql + u')', v.type, v.decl, nullptr};
         }
         case EK::Binary2: {
             const QString& op = e.text;
@@ -1025,15 +1222,11 @@ private:
             ev = expr(*esc, sc);
             if (esc->kind == EK::String && esc->text.size() != 1)
                 fail(QStringLiteral("The invalid escape character \"%1\" was specified in a LIKE predicate.")
-                         .arg(esc->text));
+                         .arg(excerpt(esc->text)));
         }
         const QString notText = e.flag ? QStringLiteral("NOT ") : QString();
-        // SQLite's own LIKE has SQL Server's % and _ and is case-insensitive; [..] classes need ours.
-        if (p.strLit() && !p.node->text.contains(u'[') && (!esc || esc->kind == EK::String)) {
-            return Val{u'(' + x.sql + u' ' + notText + QStringLiteral("LIKE ") + p.sql +
-                           (esc ? QStringLiteral(" ESCAPE ") + ev.sql : QString()) + u')',
-                       VT::Int, QStringLiteral("BIT"), nullptr};
-        }
+        // The matching follows the text collation (case beyond ASCII, trailing
+        // blanks of the value), which SQLite's own LIKE does not know.
         return Val{u'(' + notText + QStringLiteral("lnq_like(") + x.sql + u',' + p.sql +
                        (esc ? u',' + ev.sql : QString()) + QStringLiteral("))"),
                    VT::Int, QStringLiteral("BIT"), nullptr};
@@ -1097,6 +1290,7 @@ private:
         }
         const QString decl = t.text();
         const VT target = typeOfDeclared(name);
+        const int size = checkedTypeSize(t);
         if (name == QLatin1String("VARCHAR") || name == QLatin1String("NVARCHAR") ||
             name == QLatin1String("CHAR") || name == QLatin1String("NCHAR") ||
             name == QLatin1String("TEXT") || name == QLatin1String("NTEXT") ||
@@ -1106,7 +1300,7 @@ private:
                 name == QLatin1String("NTEXT"))
                 len = 0;
             else if (!t.args.isEmpty())
-                len = t.args.toInt();
+                len = size;
             else if (name == QLatin1String("SYSNAME"))
                 len = 128;
             else if (name == QLatin1String("UNIQUEIDENTIFIER"))
@@ -1119,9 +1313,12 @@ private:
                                             12,  20,  21,  23,  24,  100, 101, 102, 103,
                                             104, 105, 108, 110, 111, 112, 120, 121, 126};
                 if (std::find(std::begin(known), std::end(known), st) == std::end(known))
-                    unsupported(QStringLiteral("CONVERT style %1").arg(st));
-                QString sql = QStringLiteral("lnq_fmtdate(%1,%2,%3)").arg(v.sql).arg(st).arg(len);
-                if (pad) sql = QStringLiteral("lnq_tostr(%1,%2,1,-1)").arg(sql).arg(len);
+                    unsupported(QStringLiteral("CONVERT style ") + QString::number(st));
+                QString sql = QStringLiteral("lnq_fmtdate(") + v.sql + u',' + QString::number(st) + u',' +
+                              QString::number(len) + u')';
+                if (pad)
+                    sql = QStringLiteral("lnq_tostr(") + sql + u',' + QString::number(len) +
+                          QStringLiteral(",1,-1)");
                 return Val{sql, VT::Text, decl, nullptr};
             }
             int mode = -1;
@@ -1134,15 +1331,13 @@ private:
                     mode = -2;
             }
             if (v.type == VT::Text && !pad && len == 0) return Val{v.sql, VT::Text, decl, nullptr};
-            return Val{
-                QStringLiteral("lnq_tostr(%1,%2,%3,%4)").arg(v.sql).arg(len).arg(pad ? 1 : 0).arg(mode),
-                VT::Text, decl, nullptr};
+            return Val{QStringLiteral("lnq_tostr(") + v.sql + u',' + QString::number(len) +
+                           (pad ? QStringLiteral(",1,") : QStringLiteral(",0,")) + QString::number(mode) +
+                           u')',
+                       VT::Text, decl, nullptr};
         }
         if (name == QLatin1String("BIT")) {
-            if (isNum(v.type))
-                return Val{QStringLiteral("(CASE WHEN %1 IS NULL THEN NULL WHEN %1 <> 0 THEN 1 ELSE 0 END)")
-                               .arg(v.sql),
-                           VT::Int, decl, nullptr};
+            // One function call: the operand's text appears once in the output.
             return Val{QStringLiteral("lnq_tobit(") + v.sql + u')', VT::Int, decl, nullptr};
         }
         if (target == VT::Int) {
@@ -1159,24 +1354,20 @@ private:
         if (target == VT::Float) {
             if (v.type == VT::DateTime) unsupported(QStringLiteral("conversion of a datetime to ") + name);
             QString sql = v.type == VT::Int || v.type == VT::Float
-                              ? QStringLiteral("CAST(%1 AS REAL)").arg(v.sql)
-                              : QStringLiteral("lnq_tofloat(%1)").arg(v.sql);
+                              ? QString(QStringLiteral("CAST(") + v.sql + QStringLiteral(" AS REAL)"))
+                              : QString(QStringLiteral("lnq_tofloat(") + v.sql + u')');
             int scale = declScale(decl);
             if (name.contains(QLatin1String("MONEY"))) scale = 4;
-            if (scale >= 0) sql = QStringLiteral("lnq_round(%1,%2)").arg(sql).arg(scale);
+            if (scale >= 0) sql = QStringLiteral("lnq_round(") + sql + u',' + QString::number(scale) + u')';
             return Val{sql, VT::Float, decl, nullptr};
         }
         if (target == VT::DateTime) {
             if (name == QLatin1String("TIME")) unsupported(QStringLiteral("the time data type"));
             const bool dateOnly = name == QLatin1String("DATE");
             if (v.strLit()) {
-                auto canon = parseDateTime(v.node->text, style);
-                if (!canon)
-                    fail(QStringLiteral(
-                             "Conversion failed when converting date and/or time from character string: '%1'")
-                             .arg(v.node->text));
-                if (dateOnly) canon->msOfDay = 0;
-                return Val{quoteString(formatCanonical(*canon)), VT::DateTime, decl, nullptr};
+                DateTimeValue canon = dateTimeLiteral(v.node->text, style, dateOnly);
+                if (dateOnly) canon.msOfDay = 0;
+                return Val{quoteString(formatCanonical(canon)), VT::DateTime, decl, nullptr};
             }
             if (v.type == VT::DateTime && !dateOnly) return Val{v.sql, VT::DateTime, decl, nullptr};
             const QString fn = dateOnly ? QStringLiteral("lnq_todate(") : QStringLiteral("lnq_datetime(");
@@ -1184,7 +1375,8 @@ private:
                        VT::DateTime, decl, nullptr};
         }
         if (target == VT::Blob)
-            return Val{QStringLiteral("CAST(%1 AS BLOB)").arg(v.sql), VT::Blob, decl, nullptr};
+            return Val{QStringLiteral("CAST(") + v.sql + QStringLiteral(" AS BLOB)"), VT::Blob, decl,
+                       nullptr};
         unsupported(QStringLiteral("conversion to type ") + decl);
     }
 
@@ -1193,7 +1385,10 @@ private:
         if (e.star) unsupported(name + QStringLiteral("(*)"));
         if (e.args.size() < lo || e.args.size() > hi)
             fail(QStringLiteral("The %1 function requires %2 argument(s).")
-                     .arg(name, lo == hi ? QString::number(lo) : QStringLiteral("%1 to %2").arg(lo).arg(hi)));
+                     .arg(excerpt(name),
+                          lo == hi
+                              ? QString::number(lo)
+                              : QStringLiteral("%1 to %2").arg(QString::number(lo), QString::number(hi))));
         if (e.flag) unsupported(QStringLiteral("DISTINCT in ") + name);
     }
 
@@ -1233,7 +1428,7 @@ private:
             return Val{QStringLiteral("count(") + inner + u')', VT::Int, QStringLiteral("INT"), nullptr};
         }
         if (e.star || e.args.size() != 1)
-            fail(QStringLiteral("The %1 function requires 1 argument(s).").arg(name));
+            fail(QStringLiteral("The %1 function requires 1 argument(s).").arg(excerpt(name)));
         Val v = expr(*e.args[0], sc);
         const QString distinct = e.flag ? QStringLiteral("DISTINCT ") : QString();
         if (name == QLatin1String("MIN") || name == QLatin1String("MAX")) {
@@ -1419,8 +1614,9 @@ private:
             argCount(e, name, 1, 1);
             auto a = args(e, sc);
             const Val d = toDateTime(a[0]);
-            return Val{QStringLiteral("lnq_datepart('%1',%2)").arg(name.toLower(), d.sql), VT::Int,
-                       QStringLiteral("INT"), nullptr};
+            return Val{QStringLiteral("lnq_datepart('") + name.toLower() + QStringLiteral("',") + d.sql +
+                           u')',
+                       VT::Int, QStringLiteral("INT"), nullptr};
         }
         if (name == QLatin1String("ISDATE")) {
             argCount(e, name, 1, 1);
@@ -1462,30 +1658,30 @@ private:
             a[0] = numericOperand(a[0]);
             a[1] = numericOperand(a[1]);
             if (a[0].type == VT::Int)
-                return Val{QStringLiteral("CAST(pow(%1,%2) AS INTEGER)").arg(a[0].sql, a[1].sql), VT::Int,
-                           QStringLiteral("INT"), nullptr};
-            return call(QStringLiteral("pow"), a, VT::Float);
+                return Val{QStringLiteral("lnq_power(") + a[0].sql + u',' + a[1].sql + QStringLiteral(",1)"),
+                           VT::Int, QStringLiteral("INT"), nullptr};
+            return Val{QStringLiteral("lnq_power(") + a[0].sql + u',' + a[1].sql + QStringLiteral(",0)"),
+                       VT::Float, QStringLiteral("FLOAT"), nullptr};
         }
         if (name == QLatin1String("SQRT") || name == QLatin1String("EXP") || name == QLatin1String("LOG10") ||
             name == QLatin1String("SIN") || name == QLatin1String("COS") || name == QLatin1String("TAN")) {
             argCount(e, name, 1, 1);
             auto a = args(e, sc);
             a[0] = numericOperand(a[0]);
-            return call(name.toLower(), a, VT::Float);
+            return call(QStringLiteral("lnq_") + name.toLower(), a, VT::Float);
         }
         if (name == QLatin1String("LOG")) {
             argCount(e, name, 1, 2);
             auto a = args(e, sc);
-            if (a.size() == 1) return call(QStringLiteral("ln"), a, VT::Float);
-            return Val{QStringLiteral("log(%1,%2)").arg(a[1].sql, a[0].sql), VT::Float,
-                       QStringLiteral("FLOAT"), nullptr};
+            for (Val& v : a)
+                v = numericOperand(v);
+            return call(QStringLiteral("lnq_log"), a, VT::Float);
         }
         if (name == QLatin1String("SQUARE")) {
             argCount(e, name, 1, 1);
             auto a = args(e, sc);
             a[0] = numericOperand(a[0]);
-            return Val{QStringLiteral("(CAST(%1 AS REAL) * %1)").arg(a[0].sql), VT::Float,
-                       QStringLiteral("FLOAT"), nullptr};
+            return call(QStringLiteral("lnq_square"), a, VT::Float);
         }
         if (name == QLatin1String("PI")) {
             argCount(e, name, 0, 0);
@@ -1501,8 +1697,8 @@ private:
         }
         if (name == QLatin1String("IDENT_CURRENT")) {
             argCount(e, name, 1, 1);
-            return Val{QStringLiteral("(SELECT seq FROM sqlite_sequence WHERE name = %1 COLLATE NOCASE)")
-                           .arg(objectName(Val{}, *e.args[0])),
+            return Val{QStringLiteral("(SELECT seq FROM sqlite_sequence WHERE name = ") +
+                           objectName(Val{}, *e.args[0]) + QStringLiteral(" COLLATE NOCASE)"),
                        VT::Int, QStringLiteral("INT"), nullptr};
         }
         if (name == QLatin1String("OBJECT_ID")) {
@@ -1521,11 +1717,10 @@ private:
                 else
                     types = QStringLiteral("''");
             }
-            return Val{
-                QStringLiteral(
-                    "(SELECT rowid FROM sqlite_master WHERE type IN (%1) AND name = %2 COLLATE NOCASE)")
-                    .arg(types, objectName(Val{}, *e.args[0])),
-                VT::Int, QStringLiteral("INT"), nullptr};
+            return Val{QStringLiteral("(SELECT rowid FROM sqlite_master WHERE type IN (") + types +
+                           QStringLiteral(") AND name = ") + objectName(Val{}, *e.args[0]) +
+                           QStringLiteral(" COLLATE NOCASE)"),
+                       VT::Int, QStringLiteral("INT"), nullptr};
         }
         if (name == QLatin1String("OBJECTPROPERTY")) {
             argCount(e, name, 2, 2);
@@ -1542,14 +1737,14 @@ private:
             else
                 unsupported(QStringLiteral("OBJECTPROPERTY ") + e.args[1]->text);
             const Val id = expr(*e.args[0], sc);
-            return Val{
-                QStringLiteral("(SELECT CASE WHEN %1 THEN 1 ELSE 0 END FROM sqlite_master WHERE rowid = %2)")
-                    .arg(test, id.sql),
-                VT::Int, QStringLiteral("INT"), nullptr};
+            return Val{QStringLiteral("(SELECT CASE WHEN ") + test +
+                           QStringLiteral(" THEN 1 ELSE 0 END FROM sqlite_master WHERE rowid = ") + id.sql +
+                           u')',
+                       VT::Int, QStringLiteral("INT"), nullptr};
         }
         if (name == QLatin1String("ROW_NUMBER") || name == QLatin1String("RANK") ||
             name == QLatin1String("DENSE_RANK") || name == QLatin1String("NTILE"))
-            fail(QStringLiteral("The function '%1' must have an OVER clause.").arg(name));
+            fail(QStringLiteral("The function '%1' must have an OVER clause.").arg(excerpt(name)));
         unsupported(QStringLiteral("function ") + name);
     }
 
@@ -1561,7 +1756,8 @@ private:
             name == QLatin1String("DENSE_RANK")) {
             argCount(fn, name, 0, 0);
             if (e.orderBy.empty())
-                fail(QStringLiteral("The function '%1' must have an OVER clause with ORDER BY.").arg(name));
+                fail(QStringLiteral("The function '%1' must have an OVER clause with ORDER BY.")
+                         .arg(excerpt(name)));
             f = Val{name.toLower() + QStringLiteral("()"), VT::Int, QStringLiteral("BIGINT"), nullptr};
         } else if (name == QLatin1String("NTILE")) {
             argCount(fn, name, 1, 1);
@@ -1606,24 +1802,24 @@ private:
         if (fn == QLatin1String("DATEADD")) {
             Val n = numericOperand(expr(*e.args[0], sc));
             Val d = toDateTime(expr(*e.args[1], sc));
-            return Val{QStringLiteral("lnq_dateadd(%1,%2,%3)").arg(part, n.sql, d.sql), VT::DateTime,
-                       QStringLiteral("DATETIME"), nullptr};
+            return Val{QStringLiteral("lnq_dateadd(") + part + u',' + n.sql + u',' + d.sql + u')',
+                       VT::DateTime, QStringLiteral("DATETIME"), nullptr};
         }
         if (fn == QLatin1String("DATEDIFF")) {
             Val a = expr(*e.args[0], sc);
             Val b = expr(*e.args[1], sc);
             if (a.strLit()) a = toDateTime(a);
             if (b.strLit()) b = toDateTime(b);
-            return Val{QStringLiteral("lnq_datediff(%1,%2,%3)").arg(part, a.sql, b.sql), VT::Int,
+            return Val{QStringLiteral("lnq_datediff(") + part + u',' + a.sql + u',' + b.sql + u')', VT::Int,
                        QStringLiteral("INT"), nullptr};
         }
         Val d = expr(*e.args[0], sc);
         if (d.strLit()) d = toDateTime(d);
         if (fn == QLatin1String("DATENAME"))
-            return Val{QStringLiteral("lnq_datename(%1,%2)").arg(part, d.sql), VT::Text,
+            return Val{QStringLiteral("lnq_datename(") + part + u',' + d.sql + u')', VT::Text,
                        QStringLiteral("NVARCHAR(30)"), nullptr};
-        return Val{QStringLiteral("lnq_datepart(%1,%2)").arg(part, d.sql), VT::Int, QStringLiteral("INT"),
-                   nullptr};
+        return Val{QStringLiteral("lnq_datepart(") + part + u',' + d.sql + u')', VT::Int,
+                   QStringLiteral("INT"), nullptr};
     }
 
     // -------------------------------------------------------------- writing values
@@ -1656,12 +1852,16 @@ private:
             const int scale = declScale(target.decl);
             const int s = target.decl.contains(QLatin1String("MONEY"), Qt::CaseInsensitive) ? 4 : scale;
             if (s >= 0 && !(n.node && n.node->kind == EK::Number && v.type == VT::Int))
-                return Val{QStringLiteral("lnq_round(%1,%2)").arg(n.sql).arg(s), VT::Float, {}, nullptr};
+                return Val{QStringLiteral("lnq_round(") + n.sql + u',' + QString::number(s) + u')',
+                           VT::Float,
+                           {},
+                           nullptr};
             return n;
         }
         case VT::Text:
             if (v.type == VT::DateTime)
-                return Val{QStringLiteral("lnq_fmtdate(%1,0,0)").arg(v.sql), VT::Text, {}, nullptr};
+                return Val{
+                    QStringLiteral("lnq_fmtdate(") + v.sql + QStringLiteral(",0,0)"), VT::Text, {}, nullptr};
             return v;
         default:
             return v;
@@ -1702,6 +1902,7 @@ private:
                 return held.contains(k, Qt::CaseInsensitive);
             }))
             return {};
+        m_rowIdAlias = info->rowIdName;
         return quoteIdent(table.alias.isEmpty() ? tableName(table.name) : table.alias) + u'.' +
                info->rowIdName + QStringLiteral(" AS ") + info->rowIdName;
     }
@@ -1742,7 +1943,7 @@ private:
                     hit = true;
                     break;
                 }
-            if (info.exists && !hit) fail(QStringLiteral("Invalid column name '%1'.").arg(n));
+            if (info.exists && !hit) fail(QStringLiteral("Invalid column name '%1'.").arg(excerpt(n)));
             out.push_back(found);
         }
         return out;
@@ -1806,10 +2007,11 @@ private:
         target.cols = info.cols;
         target.known = info.exists;
         sc.sources.push_back(target);
-        QString from;
+        QString from, otherTables;
         if (!s.from.empty()) {
             Scope fromScope;
-            from = QStringLiteral(" FROM ") + fromClause(s.from, fromScope);
+            otherTables = fromClause(s.from, fromScope);
+            from = QStringLiteral(" FROM ") + otherTables;
             for (Source& src : fromScope.sources) {
                 if (src.key.compare(table, Qt::CaseInsensitive) == 0 ||
                     src.table.compare(table, Qt::CaseInsensitive) == 0)
@@ -1832,14 +2034,19 @@ private:
                     target = c;
                     hit = true;
                 }
-            if (info.exists && !hit) fail(QStringLiteral("Invalid column name '%1'.").arg(colName));
-            if (target.identity) fail(QStringLiteral("Cannot update identity column '%1'.").arg(colName));
+            if (info.exists && !hit) fail(QStringLiteral("Invalid column name '%1'.").arg(excerpt(colName)));
+            if (target.identity)
+                fail(QStringLiteral("Cannot update identity column '%1'.").arg(excerpt(colName)));
             const Val v = coerceTo(target, expr(*it.value, &sc));
             sets << quoteIdent(target.name) + QStringLiteral(" = ") + v.sql;
         }
         QString sql = QStringLiteral("UPDATE ") + quoteIdent(table) + QStringLiteral(" SET ") +
                       sets.join(QStringLiteral(", ")) + from;
-        if (s.where) sql += QStringLiteral(" WHERE ") + expr(*s.where, &sc).sql;
+        if (s.top) {
+            sql += QStringLiteral(" WHERE ") + topRows(s, info, table, sc, otherTables);
+        } else if (s.where) {
+            sql += QStringLiteral(" WHERE ") + expr(*s.where, &sc).sql;
+        }
         t.statements << sql;
         return t;
     }
@@ -1851,7 +2058,10 @@ private:
         Scope sc;
         sc.sources.push_back(Source{table, table, info->cols, info->exists});
         QString sql = QStringLiteral("DELETE FROM ") + quoteIdent(table);
-        if (s.where) sql += QStringLiteral(" WHERE ") + expr(*s.where, &sc).sql;
+        if (s.top)
+            sql += QStringLiteral(" WHERE ") + topRows(s, *info, table, sc);
+        else if (s.where)
+            sql += QStringLiteral(" WHERE ") + expr(*s.where, &sc).sql;
         t.statements << sql;
         return t;
     }
@@ -1868,12 +2078,14 @@ private:
         const VT vt = typeOfDeclared(c.type.name);
         if (vt == VT::Unknown && !c.type.name.startsWith(QLatin1String("SQL_VARIANT")))
             unsupported(QStringLiteral("column type ") + c.type.text());
+        checkedTypeSize(c.type);
         QString sql = quoteIdent(c.name) + u' ';
         if (c.identity) {
             if (inAlter) unsupported(QStringLiteral("ALTER TABLE ADD of an IDENTITY column"));
             if (c.increment != 1) unsupported(QStringLiteral("IDENTITY increment other than 1"));
             if (vt != VT::Int && !(vt == VT::Float && declScale(c.type.text()) == 0))
-                fail(QStringLiteral("Identity column '%1' must be of an integer data type.").arg(c.name));
+                fail(QStringLiteral("Identity column '%1' must be of an integer data type.")
+                         .arg(excerpt(c.name)));
             return sql + QStringLiteral("INTEGER PRIMARY KEY AUTOINCREMENT NOT NULL");
         }
         sql += sqliteType(c.type);
@@ -1931,7 +2143,8 @@ private:
             cols.push_back(ColInfo{c.name, c.type.text(), typeOfDeclared(c.type.name), c.identity});
             if (c.identity) {
                 if (identity)
-                    fail(QStringLiteral("Multiple identity columns specified for table '%1'.").arg(table));
+                    fail(QStringLiteral("Multiple identity columns specified for table '%1'.")
+                             .arg(excerpt(table)));
                 identity = &c;
             }
         }
@@ -1971,9 +2184,9 @@ private:
         t.statements << QStringLiteral("CREATE TABLE ") + quoteIdent(table) + QStringLiteral(" (") +
                             defs.join(QStringLiteral(", ")) + u')';
         if (identity && identity->seed != 1)
-            t.statements << QStringLiteral("INSERT INTO sqlite_sequence (name, seq) VALUES (%1, %2)")
-                                .arg(quoteString(table))
-                                .arg(identity->seed - 1);
+            t.statements << QStringLiteral("INSERT INTO sqlite_sequence (name, seq) VALUES (") +
+                                quoteString(table) + QStringLiteral(", ") +
+                                QString::number(identity->seed - 1) + u')';
         return t;
     }
 
@@ -1988,7 +2201,7 @@ private:
                 fail(QStringLiteral(
                          "ALTER TABLE only allows columns to be added that can contain nulls, or have a "
                          "DEFAULT definition specified: '%1'.")
-                         .arg(c.name));
+                         .arg(excerpt(c.name)));
             t.statements << QStringLiteral("ALTER TABLE ") + quoteIdent(table) +
                                 QStringLiteral(" ADD COLUMN ") + def;
         }
@@ -2012,9 +2225,10 @@ public:
             Translation t;
             t.changesSchema = true;
             const QString table = tableName(s.table);
-            t.statements << QStringLiteral("CREATE %1INDEX %2 ON %3 (%4)")
-                                .arg(s.unique ? QStringLiteral("UNIQUE ") : QString(), quoteIdent(s.name),
-                                     quoteIdent(table), identList(s.columns));
+            t.statements << (s.unique ? QStringLiteral("CREATE UNIQUE INDEX ")
+                                      : QStringLiteral("CREATE INDEX ")) +
+                                quoteIdent(s.name) + QStringLiteral(" ON ") + quoteIdent(table) +
+                                QStringLiteral(" (") + identList(s.columns) + u')';
             return t;
         }
         case SK::CreateView: {

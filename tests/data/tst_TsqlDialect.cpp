@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QStringList>
+#include <functional>
 #include <sqlite3.h>
 
 using lnq::TsqlDialect;
@@ -40,7 +41,8 @@ struct Db {
             return QStringLiteral("0x") + QString::fromLatin1(b.toHex().toUpper());
         }
         default:
-            return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, i)));
+            return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(st, i)),
+                                     sqlite3_column_bytes(st, i));
         }
     }
 
@@ -170,6 +172,14 @@ private Q_SLOTS:
     void rowIdColumn_data();
     void rowIdColumn();
     void rowIdName();
+
+    void outputIsLinear_data();
+    void outputIsLinear();
+    void literalsStayLiterals();
+    void randomExpressionsStayContained();
+    void errorsQuoteLittle_data();
+    void errorsQuoteLittle();
+    void translationCacheIsBoundedBySize();
 };
 
 void TestTsqlDialect::corpus_data() {
@@ -416,7 +426,8 @@ void TestTsqlDialect::frameworkTexts_data() {
     QTest::newRow("customer kinds") << QStringLiteral(
                                            "select vCustomersKind as 类型名称,min(vCustomersKindCn) as "
                                            "类型描述 from dic_unicustomerskind group by vCustomersKind")
-                                    << QStringList{QStringLiteral("STD | 普通"), QStringLiteral("VIP | 甲")};
+                                    << QStringList{QStringLiteral("STD | 普通"),
+                                                   QStringLiteral("VIP | 贵宾")};
     QTest::newRow("goods suppliers") << QStringLiteral(
                                             "SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 "
                                             "FROM cust_CustomersMain where bisSupplier=1 ")
@@ -577,8 +588,6 @@ void TestTsqlDialect::unsupportedConstructsAreNamed_data() {
                                  << QStringLiteral("SELECT ... INTO");
     QTest::newRow("cross apply") << QStringLiteral("SELECT * FROM T CROSS APPLY S")
                                  << QStringLiteral("CROSS APPLY");
-    QTest::newRow("top percent") << QStringLiteral("SELECT TOP 10 PERCENT * FROM T")
-                                 << QStringLiteral("PERCENT");
     QTest::newRow("with ties") << QStringLiteral("SELECT TOP 1 WITH TIES * FROM T ORDER BY a")
                                << QStringLiteral("WITH TIES");
     QTest::newRow("unknown function")
@@ -901,6 +910,8 @@ void TestTsqlDialect::rowIdColumn_data() {
         {QStringLiteral("b | 2"), QStringLiteral("b | 3")});
     add("aggregate in a subquery", "SELECT txt, (SELECT COUNT(*) FROM Goods) FROM Notes WHERE txt = 'a'",
         "rowid", {QStringLiteral("a | 3 | 1")});
+    add("top percent, a name twice", "SELECT TOP (50) PERCENT name, name FROM Goods ORDER BY name", "rowid",
+        {QStringLiteral("ink | ink | 2"), QStringLiteral("pad | pad | 3")});
     add("column named rowid", "SELECT v FROM Odd ORDER BY v DESC", "_rowid_",
         {QStringLiteral("2 | 2"), QStringLiteral("1 | 1")});
     add("rowid and _rowid_ taken", "SELECT * FROM Odd2", "oid", {QStringLiteral("7 | 8 | 9 | 1")});
@@ -959,6 +970,187 @@ void TestTsqlDialect::rowIdName() {
     // The answer follows the schema.
     db.t->ExecuteBatch(QStringLiteral("DROP TABLE Odd\nCREATE TABLE Odd (v INT)"));
     QCOMPARE(db.t->RowIdName(QStringLiteral("Odd")), QStringLiteral("rowid"));
+}
+
+// ------------------------------------------------------------------ hostile input
+
+void TestTsqlDialect::outputIsLinear_data() {
+    QTest::addColumn<QString>("level"); // X stands for the nested operand
+    QTest::addColumn<QString>("value"); // of 24 levels around 1
+    QTest::newRow("xor") << "(X ^ 1)"
+                         << "1";
+    QTest::newRow("square") << "SQUARE(X)"
+                            << "1";
+    QTest::newRow("cast to bit") << "CAST(X AS BIT)"
+                                 << "1";
+    QTest::newRow("power") << "POWER(X, 1)"
+                           << "1";
+    QTest::newRow("nested minus") << "-(X)"
+                                  << "1";
+    QTest::newRow("spaced minus") << "- X"
+                                  << "1";
+    QTest::newRow("minus of text") << "-'-1'+X"
+                                   << "25";
+}
+
+void TestTsqlDialect::outputIsLinear() {
+    QFETCH(QString, level);
+    QFETCH(QString, value);
+    QString e = QStringLiteral("1");
+    for (int i = 0; i < 24; ++i)
+        e = QString(level).replace(QLatin1String("X"), e);
+    Db db;
+    const QString sql = QStringLiteral("SELECT ") + e;
+    const QString out = db.t->Translate(sql);
+    // Twice the operand per level would be 2^24 times the input.
+    QVERIFY2(out.size() < 20 * sql.size(), qPrintable(QString::number(out.size())));
+    QCOMPARE(db.value(sql), value);
+}
+
+void TestTsqlDialect::literalsStayLiterals() {
+    QStringList literals = {"--",
+                            "-- x\nDELETE FROM T",
+                            "/* open",
+                            "*/ close",
+                            "'; DROP TABLE T; --",
+                            "%1%2 %3",
+                            "\n;ATTACH DATABASE 'x.db' AS y;",
+                            "]\" [",
+                            "中文 ＡＢ"};
+    literals << QStringLiteral("a") + QChar(0) + QStringLiteral("'; DELETE FROM T; --");
+    // Each with its value.
+    const QList<std::pair<QString, QString>> wrappers = {{"-(-1)", "1"},    {"- -1", "1"},   {"-'-1'", "1"},
+                                                         {"-(- -1)", "-1"}, {"- (-1)", "1"}, {"~-1", "0"}};
+    Db db;
+    db.t->ExecuteBatch(QStringLiteral("CREATE TABLE T (n int, v nvarchar(100))"));
+    int rows = 0;
+    for (const QString& lit : literals) {
+        const QString& text = lit;
+        const QString quoted = u'\'' + QString(text).replace(u'\'', QLatin1String("''")) + u'\'';
+        int done = 0;
+        for (const auto& [w, n] : wrappers) {
+            const QString context = w + QStringLiteral(" with ") + text;
+            const QString row = db.value(QStringLiteral("SELECT ") + w + QStringLiteral(", ") + quoted +
+                                         QStringLiteral(", ") + w);
+            QVERIFY2(row == n + QStringLiteral(" | ") + text + QStringLiteral(" | ") + n,
+                     qPrintable(context));
+            db.t->ExecuteBatch(QStringLiteral("INSERT INTO T VALUES (") + w + QStringLiteral(", ") + quoted +
+                               QStringLiteral(")\nUPDATE T SET n = ") + w + QStringLiteral(" WHERE v = ") +
+                               quoted);
+            ++rows;
+            QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM T")), QString::number(rows));
+            QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM T WHERE v = ") + quoted),
+                     QString::number(++done));
+        }
+    }
+}
+
+// Seeded random expressions of operators, functions and hostile literals:
+// every one translates to output linear in its size, and runs or fails with
+// the dialect's error, leaving the table alone.
+void TestTsqlDialect::randomExpressionsStayContained() {
+    quint32 seed = 20261124;
+    auto next = [&](int n) {
+        seed = seed * 1664525u + 1013904223u;
+        return int((seed >> 8) % quint32(n));
+    };
+    const QStringList atoms = {"1",     "-1",   "0",      "9223372036854775807",
+                               "1e308", "2.5",  "'-5'",   "'--'",
+                               "'/*'",  "'%1'", "'a''b'", "NULL",
+                               "n",     "v",    "N'甲'"};
+    const QStringList unary = {"-X",
+                               "- X",
+                               "~X",
+                               "+X",
+                               "(X)",
+                               "SQUARE(X)",
+                               "CAST(X AS BIT)",
+                               "ABS(X)",
+                               "LEN(X)",
+                               "ROUND(X, -1)",
+                               "CAST(X AS varchar(10))",
+                               "SQRT(X)"};
+    const QStringList binary = {"X + Y",
+                                "X - Y",
+                                "X * Y",
+                                "X / Y",
+                                "X % Y",
+                                "X ^ Y",
+                                "X & Y",
+                                "X | Y",
+                                "POWER(X, Y)",
+                                "LOG(X, Y)",
+                                "CASE WHEN X = Y THEN X ELSE Y END",
+                                "X - -Y"};
+    std::function<QString(int)> gen = [&](int depth) -> QString {
+        const int k = depth <= 0 ? 0 : next(3);
+        if (k == 0) return atoms[next(int(atoms.size()))];
+        if (k == 1)
+            return QString(unary[next(int(unary.size()))]).replace(QLatin1String("X"), gen(depth - 1));
+        QString t = binary[next(int(binary.size()))];
+        const QString x = gen(depth - 1), y = gen(depth - 1);
+        const qsizetype xi = t.indexOf(u'X');
+        t.replace(xi, 1, x);
+        const qsizetype yi = t.indexOf(u'Y', xi + x.size());
+        return yi < 0 ? t : t.replace(yi, 1, y);
+    };
+    Db db;
+    db.t->ExecuteBatch(
+        QStringLiteral("CREATE TABLE T (n bigint, v nvarchar(20))\nINSERT INTO T VALUES (3, 'x')"));
+    int failures = 0;
+    for (int i = 0; i < 1500; ++i) {
+        const QString sql = QStringLiteral("SELECT ") + gen(6) + QStringLiteral(" FROM T");
+        try {
+            const QString out = db.t->Translate(sql);
+            QVERIFY2(out.size() < 12 * sql.size() + 200, qPrintable(sql));
+            db.rows(sql);
+        } catch (const lnq::Exception& e) {
+            ++failures;
+            QVERIFY2(e.Message().size() < 600, qPrintable(e.Message()));
+        }
+        if (i % 100 == 0) QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM T")), QStringLiteral("1"));
+    }
+    QCOMPARE(db.value(QStringLiteral("SELECT n, v FROM T")), QStringLiteral("3 | x"));
+    QVERIFY2(failures < 1500, "every random expression failed");
+}
+
+void TestTsqlDialect::errorsQuoteLittle_data() {
+    QTest::addColumn<QString>("sql");
+    const QString mega = QString(1'000'000, u'x');
+    QTest::newRow("date literal") << QStringLiteral("SELECT CAST('") + mega +
+                                         QStringLiteral("' AS datetime)");
+    QTest::newRow("function name") << QStringLiteral("SELECT ") + mega + QStringLiteral("(1)");
+    QTest::newRow("syntax near a string") << QStringLiteral("SELECT FROM '") + mega + u'\'';
+    QTest::newRow("unknown column") << QStringLiteral("SELECT [") + mega + QStringLiteral("] FROM T");
+    QTest::newRow("run-time error") << QStringLiteral("SELECT 1 / 0 + len('") + mega + QStringLiteral("')");
+    QTest::newRow("type length") << QStringLiteral("SELECT CAST(1 AS varchar(") + QString(5000, u'9') +
+                                        QStringLiteral("))");
+    QTest::newRow("replicate past its cap") << QStringLiteral("SELECT replicate('ab', 4611686018427387904)");
+}
+
+void TestTsqlDialect::errorsQuoteLittle() {
+    QFETCH(QString, sql);
+    Db db;
+    db.t->ExecuteBatch(QStringLiteral("CREATE TABLE T (a int)"));
+    try {
+        db.rows(sql);
+        QFAIL("accepted");
+    } catch (const lnq::Exception& e) {
+        QVERIFY2(e.Message().size() < 600, qPrintable(e.Message().left(600)));
+    }
+}
+
+void TestTsqlDialect::translationCacheIsBoundedBySize() {
+    Db db;
+    const QString big(60'000, u'x');
+    for (int i = 0; i < 300; ++i)
+        db.value(QStringLiteral("SELECT len('") + big + QString::number(i) + QStringLiteral("')"));
+    const auto [entries, chars] = db.t->CacheUse();
+    QVERIFY2(chars <= 4 * 1024 * 1024, qPrintable(QString::number(chars)));
+    QVERIFY(entries > 10 && entries < 300);
+    // A text too large to be worth keeping is translated each time instead.
+    db.value(QStringLiteral("SELECT len('") + QString(2'000'000, u'y') + QStringLiteral("')"));
+    QCOMPARE(db.t->CacheUse().first, entries);
 }
 
 LNQ_TEST_MAIN_CORE(TestTsqlDialect)
