@@ -268,7 +268,8 @@ int TColumn::Width() const {
     const TLNQCustomDBGrid* g = Grid();
     const QFontMetrics fm(g ? g->font() : QFont());
     int w = 64;
-    if (const TField* f = Field()) w = fm.averageCharWidth() * std::clamp(f->DisplayWidth(), 4, 30) + 6;
+    // Digits set the measure: a wide field does not make a screen-wide column.
+    if (const TField* f = Field()) w = fm.horizontalAdvance(u'0') * std::clamp(f->DisplayWidth(), 4, 16) + 8;
     const QFontMetrics tm(m_title.Font());
     for (const QString& part : m_title.Caption().split(u'.'))
         w = std::max(w, tm.horizontalAdvance(part) + 8);

@@ -1,6 +1,11 @@
 #include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
+#include "data/ADOConnection.h"
 #include "data/DataSetModel.h"
+#include "data/Plat_dataenvironment.h"
+#include "data/SampleDatabase.h"
+#include "filter/Ctrl_FilterSetupFM.h"
+#include "grid/core/Ctrl_LNQStringGrid.h"
 #include "grid/data/Ctrl_LNQDBGrid.h"
 #include "util/Exceptions.h"
 
@@ -613,6 +618,97 @@ private Q_SLOTS:
         f.ds.Delete();
         QCOMPARE(f.g.RowCount(), 4);
         QCOMPARE(f.g.Row(), 1);
+    }
+
+    void advancedFilterEditsTheList() {
+        Fixture f;
+        f.g.AddFilter(QStringLiteral("vName"), QStringLiteral("等于"), QStringLiteral("张三"));
+        f.g.OnExecFilterSetup = [](TCtrl_FilterSetupFM& fm) {
+            TLNQStringGrid& sg = fm.LNQStringGrid();
+            for (int r = 1; r < sg.RowCount(); ++r) {
+                QString name;
+                sg.GetCellValS(r, QStringLiteral("FieldName"), name);
+                if (name == QLatin1String("vName"))
+                    sg.SetCellValS(r, QStringLiteral("FilterType"), FilterOpAll());
+                if (name == QLatin1String("Amount")) {
+                    sg.SetCellValS(r, QStringLiteral("FilterType"), QStringLiteral("大于"));
+                    sg.SetCellValS(r, QStringLiteral("EqualValue"), QStringLiteral("6"));
+                }
+            }
+            fm.Apply();
+            return fm.result();
+        };
+        f.choose("vName", 1, QStringLiteral("高级筛选"));
+        QCOMPARE(f.g.FilterList().Count(), 1);
+        QCOMPARE(f.column("ID"), (QStringList{"1", "3"}));
+    }
+
+    // The sample customers as a business user sees them: two-level titles,
+    // a sorted column, a quick filter and footer totals. With
+    // LNQ_SCREENSHOT_DIR set the grid is saved there as data-grid.png.
+    void sampleCustomers() {
+        QTemporaryDir dir;
+        const QString db = dir.filePath(QStringLiteral("sample.db"));
+        SampleDatabase::Options opt;
+        opt.customers = 300;
+        opt.products = 20;
+        opt.sales = 10;
+        SampleDatabase::CreateSample(db, opt);
+        TADOConnection conn;
+        conn.SetConnectionString(db);
+        conn.Open();
+        TDataEnvironment::SetCacheFileName(dir.filePath(QStringLiteral("FldAttr.xml")));
+        TDataEnvironment::GetInstance(conn);
+        TADODataSet query;
+        conn.OpenDataSet(
+            QStringLiteral("select vCustomerNo, vCustomerName, vProvince, vCity, vContact, bIsAgent, "
+                           "mCreditLimit, dcBalance from Cust_CustomersMain"),
+            query);
+        TClientDataSet ds;
+        ds.CopyFrom(query);
+        TLNQDBGrid g;
+        g.SetDataSet(&ds);
+        TLNQDBGridColumns& cols = g.Columns();
+        QCOMPARE(cols.ColumnOfField("vCustomerName")->Title().Caption(), QStringLiteral("客户名称"));
+        cols.ColumnOfField("vCustomerNo")->Title().SetCaption(QStringLiteral("客户.编码"));
+        cols.ColumnOfField("vCustomerName")->Title().SetCaption(QStringLiteral("客户.名称"));
+        cols.ColumnOfField("vProvince")->Title().SetCaption(QStringLiteral("地区.省份"));
+        cols.ColumnOfField("vCity")->Title().SetCaption(QStringLiteral("地区.城市"));
+        cols.ColumnOfField("vCustomerName")->SetWidth(170);
+        cols.ColumnOfField("vCustomerNo")->SetCalcMode(ccCount);
+        cols.ColumnOfField("bIsAgent")->SetCheckBox(true);
+        for (const char* money : {"mCreditLimit", "dcBalance"}) {
+            TColumn* c = cols.ColumnOfField(QString::fromUtf8(money));
+            c->SetDataTypePro(dpDecimal);
+            c->SetDataWidth(14);
+            c->SetDataDec(2);
+            c->SetCalcMode(ccSum);
+            c->SetWidth(96);
+        }
+        g.SetDefColorPerRows(2);
+        g.SetGridTail(true);
+        g.SetDblEqual(true);
+        g.resize(940, 420);
+        g.show();
+        (void)QTest::qWaitForWindowExposed(&g);
+        // Filter on the province of the first customer, sort by balance.
+        const QString province = ds.FieldByName(QStringLiteral("vProvince")).AsString();
+        g.FocusCell(g.GridColOf(cols.ColumnOfField("vProvince")), 1);
+        g.SelectFilter();
+        TColumn* balance = cols.ColumnOfField("dcBalance");
+        g.TitleClick(balance);
+        g.AutoCalculate(-1);
+        QVERIFY(ds.RecordCount() > 0 && ds.RecordCount() < 300);
+        QCOMPARE(cols.ColumnOfField("vCustomerNo")->TailCaption(), QString::number(ds.RecordCount()));
+        QVERIFY(balance->Title().Caption().endsWith(QStringLiteral("↓dcBalance")) ||
+                balance->Title().Caption().contains(QStringLiteral("↓")));
+        const int pc = g.GridColOf(cols.ColumnOfField("vProvince"));
+        for (int r = 1; r < std::min(g.RowCount(), 20); ++r)
+            QCOMPARE(g.CellModel().Cell(pc, r), province);
+        g.FocusCell(g.GridColOf(cols.ColumnOfField("vCustomerName")), 3);
+        const QString out = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
+        if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid.png")));
+        TDataEnvironment::FreeInstance();
     }
 
     void modelsPassTester() {
