@@ -4,6 +4,7 @@
 #include "data/Plat_dataenvironment.h"
 #include "grid/core/Ctrl_LNQImages.h"
 #include "grid/core/GridText.h"
+#include "grid/data/DBGridCalc.h"
 #include "util/Exceptions.h"
 #include "util/Plat_sysutils.h"
 
@@ -45,19 +46,6 @@ QString coreCaption(const QString& caption) {
     const qsizetype dot = c.indexOf(u'.');
     if (dot >= 0) c[dot] = u';';
     return c;
-}
-
-// Keeps "0"-"9" and "." only; nothing left reads as "0".
-QString cleanNumber(const QString& text) {
-    QString out;
-    for (const QChar ch : text)
-        if ((ch >= u'0' && ch <= u'9') || ch == u'.') out.append(ch);
-    return out.isEmpty() ? QStringLiteral("0") : out;
-}
-
-double cleanValue(const QString& text) {
-    double v = 0;
-    return TryStrToFloat(cleanNumber(text), v) ? v : 0;
 }
 
 // A field's value as its AsString gives it, read at a view position.
@@ -977,18 +965,7 @@ bool TLNQCustomDBGrid::ValidFieldIndex(int fieldIndex) const {
 // ---------------------------------------------------------------- cell text
 
 QString TLNQCustomDBGrid::formatTotal(const TColumn& column, double value) const {
-    // Precision DataWidth significant digits (the full double precision when
-    // unset), DataDec decimals.
-    const int precision = column.DataWidth() > 0 ? std::min(column.DataWidth(), 18) : 15;
-    const int decimals = std::clamp(column.DataDec(), 0, 18);
-    if (value != 0 && std::isfinite(value)) {
-        const int intDigits = int(std::floor(std::log10(std::fabs(value)))) + 1;
-        if (intDigits > precision) return QString::number(value, 'E', std::max(0, precision - 1));
-        const double scale = std::pow(10.0, precision - intDigits);
-        if (std::isfinite(scale) && scale > 0) value = std::round(value * scale) / scale;
-    }
-    return column.DataTypePro() == dpCurrency ? FormatCurrency(value, decimals)
-                                              : FormatNumber(value, decimals);
+    return FormatColumnTotal(value, column.DataTypePro(), column.DataWidth(), column.DataDec());
 }
 
 QString TLNQCustomDBGrid::CellText(const TColumn& column, int viewRow) const {
@@ -2015,8 +1992,8 @@ void TLNQCustomDBGrid::AutoCalculate(int ACol, const QString& OldValue, const QS
         TColumn* found = m_columns->ColumnOfField(target->FieldName());
         if (found && !found->TailCaption().trimmed().isEmpty() && found->CalcMode() == ccSum &&
             OldValue.trimmed() != NewValue.trimmed()) {
-            const double total =
-                cleanValue(found->TailCaption()) + (cleanValue(NewValue) - cleanValue(OldValue));
+            const double total = CleanNumberValue(found->TailCaption()) +
+                                 (CleanNumberValue(NewValue) - CleanNumberValue(OldValue));
             const QString text = formatTotal(*found, total);
             found->SetTailCaption(text);
             target->SetTailCaption(text);
@@ -2038,13 +2015,7 @@ void TLNQCustomDBGrid::AutoCalculate(int ACol, const QString& OldValue, const QS
         }
         const TField* f = found->Field();
         if (!f) continue;
-        const int fi = f->Index();
-        double total = 0;
-        for (int r = 0; r < records; ++r) {
-            const QVariant v = ds->ValueAt(r, fi);
-            if (!v.isNull()) total += v.toDouble();
-        }
-        found->SetTailCaption(formatTotal(*found, total));
+        found->SetTailCaption(formatTotal(*found, SumVisible(*ds, f->Index())));
     }
     m_columns->EndUpdate();
 }
