@@ -67,22 +67,25 @@ QPixmap DBGridBitmap(const QString& name, qreal dpr) {
                        n == QLatin1String("RWDBINSERT") || n == QLatin1String("RWDBMULTIDOT") ||
                        n == QLatin1String("RWDBMULTIARROW");
     if (!known) return {};
-    const QSize size = check ? QSize(13, 13) : QSize(10, 12);
-    QPixmap pm(size * dpr);
-    pm.setDevicePixelRatio(dpr);
+    const QSize size(12, 12); // square: any ratio maps whole pixels back exactly
+    // Whole device pixels, and a ratio that maps them back onto exactly the
+    // logical size (13 x 1.5 would otherwise come out as 13.33 logical).
+    const QSize pixels(std::max(1, qRound(size.width() * dpr)), std::max(1, qRound(size.height() * dpr)));
+    QPixmap pm(pixels);
+    pm.setDevicePixelRatio(qreal(pixels.width()) / size.width());
     pm.fill(Qt::transparent);
     QPainter p(&pm);
     p.setRenderHint(QPainter::Antialiasing);
     if (check) {
         p.setPen(QPen(QColor(64, 64, 64), 1));
         p.setBrush(Qt::white);
-        p.drawRect(QRectF(0.5, 0.5, 12, 12));
+        p.drawRect(QRectF(0.5, 0.5, 11, 11));
         if (n == QLatin1String("TRWDBPICTRUE")) {
             p.setPen(QPen(Qt::black, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
             QPainterPath tick;
-            tick.moveTo(3, 6.5);
-            tick.lineTo(5.5, 9);
-            tick.lineTo(10, 3.5);
+            tick.moveTo(2.8, 6);
+            tick.lineTo(5, 8.5);
+            tick.lineTo(9.2, 3.2);
             p.setBrush(Qt::NoBrush);
             p.drawPath(tick);
         }
@@ -1154,7 +1157,7 @@ void TLNQCustomDBGrid::applyLayout() {
         ind->SetColName(QString());
         ind->SetSortable(false);
         ind->SetTailCaption(QString());
-        ind->SetWidth(12);
+        ind->SetWidth(14);
     }
     for (int i = 0; i < n; ++i)
         pushColumn(i);
@@ -1789,11 +1792,19 @@ void TLNQCustomDBGrid::AfterFilter() {
     if (!ds) return;
     // Off, handler, on: the dataset evaluates every record again even when it
     // was filtered already. One reading of the clock serves the whole pass.
+    // The views hear of the result once, not of the unfiltered state between.
     auto pass = m_filters->BeginPass();
-    ds->SetFiltered(false);
-    ds->SetOnFilterRecord([this](TDataSet& d, bool& accept) { FilterRecord(d, accept); });
-    m_filterInstalled = true;
-    ds->SetFiltered(true);
+    ds->DisableControls();
+    try {
+        ds->SetFiltered(false);
+        ds->SetOnFilterRecord([this](TDataSet& d, bool& accept) { FilterRecord(d, accept); });
+        m_filterInstalled = true;
+        ds->SetFiltered(true);
+    } catch (...) {
+        ds->EnableControls();
+        throw;
+    }
+    ds->EnableControls();
 }
 
 void TLNQCustomDBGrid::FilterRecord(TDataSet& dataSet, bool& accept) {

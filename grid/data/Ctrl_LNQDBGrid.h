@@ -651,7 +651,8 @@ public:
     explicit TLNQDBGrid(QWidget* parent = nullptr);
 };
 
-// The grid's named images, drawn at the screen's pixel ratio: the indicator
+// The grid's named images, 12 x 12 device-independent pixels drawn at the
+// given pixel ratio (whole device pixels, exactly 12 logical): the indicator
 // images "RWDBGARROW" (current record), "RWDBEDIT" (editing), "RWDBINSERT"
 // (inserting), "RWDBMULTIDOT" (selected), "RWDBMULTIARROW" (current and
 // selected), and the check boxes "TRWDBPICTRUE" and "TRWDBPICFALSE". Null

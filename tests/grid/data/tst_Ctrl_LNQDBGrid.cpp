@@ -11,6 +11,9 @@
 
 #include <QAbstractItemModelTester>
 #include <QBuffer>
+#include <QHeaderView>
+#include <QInputMethodEvent>
+#include <QLineEdit>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -709,6 +712,110 @@ private Q_SLOTS:
         const QString out = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
         if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid.png")));
         TDataEnvironment::FreeInstance();
+    }
+
+    void titleClickByMouse() {
+        Fixture f;
+        TColumn* amount = f.col("Amount");
+        const int gc = f.g.GridColOf(amount);
+        QHeaderView* header = f.g.horizontalHeader();
+        const QPoint at(header->sectionViewportPosition(gc) + header->sectionSize(gc) / 2,
+                        header->height() - 4);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXDAmount"));
+        QCOMPARE(amount->Title().Caption(), QStringLiteral("↓Amount"));
+        // Without coTitleSort a click only reports.
+        f.g.SetControlOptions(f.g.ControlOptions() &
+                              ~TDBGridControlOptions(TDBGridControlOption::coTitleSort));
+        QSignalSpy clicked(&f.g, &TLNQCustomDBGrid::OnTitleClickDB);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+        QCOMPARE(clicked.count(), 1);
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXDAmount"));
+    }
+
+    void chineseInputIntoCell() {
+        Fixture f;
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 3);
+        press(&f.g, Qt::Key_F2);
+        QWidget* editor = QApplication::focusWidget();
+        QVERIFY(editor && editor != &f.g);
+        QInputMethodEvent preedit(QStringLiteral("zhao"), {});
+        QApplication::sendEvent(editor, &preedit);
+        QInputMethodEvent commit;
+        commit.setCommitString(QStringLiteral("赵六"));
+        QApplication::sendEvent(editor, &commit);
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Up);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.column("vName").at(2).right(2), QStringLiteral("赵六"));
+    }
+
+    void hooksAndEvents() {
+        struct Counting : TLNQDBGrid {
+            int saves = 0, loads = 0;
+            void SaveFormat() override { ++saves; }
+            void LoadFormat() override { ++loads; }
+        };
+        TClientDataSet ds;
+        load(ds, sample());
+        Counting g;
+        g.SetControlOptions(g.ControlOptions() | TDBGridControlOption::coAutoFormat);
+        g.SetDataSet(&ds);
+        QCOMPARE(g.loads, 1);
+        g.TitleClick(g.Columns().ColumnOfField(QStringLiteral("ID")));
+        QCOMPARE(g.saves, 1);
+        // The data link maps grid columns to fields.
+        QCOMPARE(g.DataLink().GetMappedIndex(g.Columns().ColumnOfField(QStringLiteral("Code"))->Index()), 5);
+        QCOMPARE(g.DataLink().GetMappedIndex(99), -1);
+        // OnSelectCell can refuse a move.
+        int asked = 0;
+        g.OnSelectCellDB = [&](TLNQCustomDBGrid*, const QString&, const QString& text, int, int, int,
+                               int ARow, bool& can) {
+            ++asked;
+            can = ARow != 3 && text != QStringLiteral("王五");
+        };
+        g.FocusCell(2, 1);
+        g.FocusCell(2, 3);
+        QVERIFY(asked >= 1);
+        QCOMPARE(g.Row(), 1);
+        QCOMPARE(ds.RecNo(), 1);
+        // Accessible header texts carry no sort mark.
+        const int gc = g.GridColOf(g.Columns().ColumnOfField(QStringLiteral("ID")));
+        QCOMPARE(g.CellModel().headerData(gc, Qt::Horizontal, Qt::AccessibleTextRole).toString(),
+                 QStringLiteral("ID"));
+        QCOMPARE(g.accessibleName(), QStringLiteral("数据表格"));
+    }
+
+    void cancelOnExitDropsEmptyInsert() {
+        Fixture f;
+        QLineEdit other;
+        other.show();
+        f.g.activateWindow();
+        f.g.setFocus();
+        f.g.InsertRecord();
+        QCOMPARE(f.ds.State(), TDataSetState::dsInsert);
+        QFocusEvent out(QEvent::FocusOut, Qt::TabFocusReason);
+        QApplication::sendEvent(&f.g, &out);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.g.RowCount(), 5);
+    }
+
+    void hiDpiImages() {
+        const QPixmap pm = DBGridBitmap(QStringLiteral("TRWDBPICTRUE"), 1.5);
+        QCOMPARE(pm.deviceIndependentSize(), QSizeF(12, 12));
+        QCOMPARE(pm.size(), QSize(18, 18));
+        QCOMPARE(DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.25).deviceIndependentSize(), QSizeF(12, 12));
+        QCOMPARE(DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.3).deviceIndependentSize(), QSizeF(12, 12));
+        // The grid paints into a fractional-ratio surface without losing its texts.
+        Fixture f;
+        QImage img(f.g.size() * 1.5, QImage::Format_ARGB32);
+        img.setDevicePixelRatio(1.5);
+        img.fill(Qt::white);
+        f.g.render(&img);
+        QCOMPARE(f.column("vName").first(), QStringLiteral("张三"));
     }
 
     void modelsPassTester() {
