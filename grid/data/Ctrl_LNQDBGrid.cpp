@@ -891,6 +891,12 @@ TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
                        TDBGridControlOption::coMenuCopy | TDBGridControlOption::coMenuSetup;
     PrinterCount = [] { return int(QPrinterInfo::availablePrinterNames().size()); };
     OnHeaderDblClick = [this](int col, bool&, Qt::KeyboardModifiers shift) { HeaderDblClcik(col, shift); };
+    // The cell's "..." button: the column-aware event and the edit-button signal.
+    connect(this, &TLNQCustomGrid::OnLoadButtonClick, this, [this](TLNQCustomGrid*) {
+        TColumn* c = SelectedColumn();
+        if (OnDBLoadButtonClick) OnDBLoadButtonClick(this, c);
+        Q_EMIT OnEditButtonClick(this, c);
+    });
     SetDBOptions(m_dbOptions);
     CreateRuntimePopupMenu(nullptr);
     applyLayout();
@@ -1126,6 +1132,7 @@ void TLNQCustomDBGrid::pushColumn(int index) {
     gc->SetValueTrue(c->ValueTrue());
     gc->SetValueFalse(c->ValueFalse());
     gc->SetPopDateAllowed(c->PopDateAllowed());
+    gc->SetPopDate(c->PopDate());
     gc->SetCalendarShowCheckBox(c->CalendarShowCheckBox());
     // The pick list is the drop-down of a column without its own list.
     const bool combo = c->PopComboBoxAllowed() || !c->PickList().isEmpty();

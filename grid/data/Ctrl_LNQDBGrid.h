@@ -560,6 +560,8 @@ Q_SIGNALS:
     void OnColEnter(lnq::TLNQCustomDBGrid* Sender);
     void OnColExit(lnq::TLNQCustomDBGrid* Sender);
     void OnCellClick(lnq::TLNQCustomDBGrid* Sender, lnq::TColumn* Column);
+    // The "..." button of a LoadButton (or cbsEllipsis) column was pressed.
+    void OnEditButtonClick(lnq::TLNQCustomDBGrid* Sender, lnq::TColumn* Column);
     // A print, export, copy or setup item was chosen.
     void ReportActionRequested(lnq::TReportAction action);
 

@@ -14,6 +14,7 @@
 #include <QHeaderView>
 #include <QInputMethodEvent>
 #include <QLineEdit>
+#include <QToolButton>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -787,6 +788,25 @@ private Q_SLOTS:
         QCOMPARE(g.CellModel().headerData(gc, Qt::Horizontal, Qt::AccessibleTextRole).toString(),
                  QStringLiteral("ID"));
         QCOMPARE(g.accessibleName(), QStringLiteral("数据表格"));
+    }
+
+    void loadButtonReportsColumn() {
+        Fixture f;
+        TColumn* code = f.col("Code");
+        code->SetLoadButton(true);
+        TColumn* got = nullptr;
+        f.g.OnDBLoadButtonClick = [&](TLNQCustomDBGrid*, TColumn* c) { got = c; };
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(code), 2);
+        QCOMPARE(f.g.GetEditStyle(f.g.GridColOf(code), 2), esEllipsis);
+        press(&f.g, Qt::Key_F2);
+        QVERIFY(f.g.EditorMode());
+        auto* button = f.g.InplaceEditor()->findChild<QToolButton*>();
+        QVERIFY(button);
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(got, code);
     }
 
     void cancelOnExitDropsEmptyInsert() {
