@@ -1473,6 +1473,27 @@ void TLNQCustomDBGrid::keyPressEvent(QKeyEvent* event) {
             event->accept();
             return;
         }
+        const bool editable = m_dbOptions.testFlag(TDBGridOption::dgEditing) && !GridReadOnly();
+        // Down on the last record adds one; Up or Down away from a new record
+        // nothing was typed into drops it.
+        if ((event->key() == Qt::Key_Down || event->key() == Qt::Key_Up) && mods == Qt::NoModifier) {
+            if (ds->State() == TDataSetState::dsInsert && !ds->Modified()) {
+                const bool down = event->key() == Qt::Key_Down;
+                const int from = m_insertRow;
+                ds->Cancel();
+                if (RowCount() > 1) SetRow(std::clamp(down ? from : from - 1, 1, RowCount() - 1));
+                event->accept();
+                return;
+            }
+            if (event->key() == Qt::Key_Down && editable && ds->State() == TDataSetState::dsBrowse &&
+                currentIndex().row() == RowCount() - 1) {
+                m_appending = true;
+                guarded([ds] { ds->Append(); });
+                m_appending = false;
+                event->accept();
+                return;
+            }
+        }
         if (event->key() == Qt::Key_Space && mods == Qt::ControlModifier &&
             m_dbOptions.testFlag(TDBGridOption::dgMultiSelect)) {
             toggleCurrentSelection();

@@ -14,10 +14,10 @@
 #include <QHeaderView>
 #include <QInputMethodEvent>
 #include <QLineEdit>
-#include <QToolButton>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QToolButton>
 
 using namespace lnq;
 using lnqtest::fieldDef;
@@ -524,6 +524,27 @@ private Q_SLOTS:
         QTest::keyClick(&f.g, Qt::Key_Delete, Qt::ControlModifier);
         QCOMPARE(asked, 2);
         QCOMPARE(f.column("ID"), (QStringList{"1", "3", "4"}));
+    }
+
+    void downOnLastRowAppends() {
+        Fixture f;
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 4);
+        press(&f.g, Qt::Key_Down);
+        QCOMPARE(f.ds.State(), TDataSetState::dsInsert);
+        QCOMPARE(f.g.Row(), 5);
+        press(&f.g, Qt::Key_Up); // nothing typed: the new record goes
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.g.RowCount(), 5);
+        QCOMPARE(f.g.Row(), 4);
+        press(&f.g, Qt::Key_Down);
+        type(&f.g, QStringLiteral("new"));
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Up);
+        QCOMPARE(f.ds.RecordCount(), 5);
+        QCOMPARE(f.column("vName").last(), QStringLiteral("new"));
     }
 
     void comboColumnStoresCode() {
