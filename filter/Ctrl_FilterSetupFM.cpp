@@ -16,7 +16,7 @@ namespace lnq {
 
 namespace {
 
-struct ColumnSpec {
+struct FormColumn {
     const char* name;
     const char* title;
     int width;
@@ -24,7 +24,7 @@ struct ColumnSpec {
 };
 
 // The form's columns, addressed by name.
-const ColumnSpec kColumns[] = {
+const FormColumn kColumns[] = {
     {"SerialNo", "序号", 36, false},      {"FieldName", "FieldName", 90, false},
     {"FieldType", "字段类型", 60, false}, {"FieldTitle", "字段标题", 110, false},
     {"FilterType", "过滤类型", 90, true}, {"EqualValue", "值", 120, true},

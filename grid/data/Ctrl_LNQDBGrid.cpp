@@ -1257,8 +1257,18 @@ void TLNQCustomDBGrid::DrawCell(QPainter& painter, const QRect& rect, int col, i
         }
         return;
     }
-    const TColumn* column = ColumnAt(col);
+    TColumn* column = ColumnAt(col);
     if (!column) return;
+    if (!DefaultDrawing()) {
+        Q_EMIT OnDrawColumnCell(this, &painter, rect, col - m_indicatorOffset, column, state);
+        return;
+    }
+    drawDataCell(painter, rect, col, row, state, column, current, dpr);
+    Q_EMIT OnDrawColumnCell(this, &painter, rect, col - m_indicatorOffset, column, state);
+}
+
+void TLNQCustomDBGrid::drawDataCell(QPainter& painter, const QRect& rect, int col, int row,
+                                    TGridDrawState state, const TColumn* column, bool current, qreal dpr) {
     const bool highlighted =
         state.testFlag(TGridDrawStateFlag::gdSelected) &&
         (!state.testFlag(TGridDrawStateFlag::gdFocused) || m_dbOptions.testFlag(TDBGridOption::dgRowSelect));

@@ -560,6 +560,10 @@ Q_SIGNALS:
     void OnColEnter(lnq::TLNQCustomDBGrid* Sender);
     void OnColExit(lnq::TLNQCustomDBGrid* Sender);
     void OnCellClick(lnq::TLNQCustomDBGrid* Sender, lnq::TColumn* Column);
+    // A data cell was drawn (after the grid's own drawing unless
+    // DefaultDrawing is off): the host may draw over it.
+    void OnDrawColumnCell(lnq::TLNQCustomDBGrid* Sender, QPainter* Canvas, const QRect& Rect, int DataCol,
+                          lnq::TColumn* Column, lnq::TGridDrawState State);
     // The "..." button of a LoadButton (or cbsEllipsis) column was pressed.
     void OnEditButtonClick(lnq::TLNQCustomDBGrid* Sender, lnq::TColumn* Column);
     // A print, export, copy or setup item was chosen.
@@ -607,6 +611,8 @@ private:
     TClientDataSet* clientDataSet() const;
     QString formatTotal(const TColumn& column, double value) const;
     void menuSort(bool ascending);
+    void drawDataCell(QPainter& painter, const QRect& rect, int col, int row, TGridDrawState state,
+                      const TColumn* column, bool current, qreal dpr);
     void guarded(const std::function<void()>& fn);
     void reportError(const QString& message);
     bool rowSelected(int viewRow) const;

@@ -830,6 +830,21 @@ private Q_SLOTS:
         QCOMPARE(got, code);
     }
 
+    void drawColumnCellReachesHost() {
+        Fixture f;
+        f.g.SetDefaultDrawing(false);
+        QSet<int> cols;
+        QSet<QString> fields;
+        connect(&f.g, &TLNQCustomDBGrid::OnDrawColumnCell, this,
+                [&](TLNQCustomDBGrid*, QPainter*, const QRect&, int dataCol, TColumn* c, TGridDrawState) {
+                    cols.insert(dataCol);
+                    fields.insert(c->FieldName());
+                });
+        (void)f.g.grab();
+        QVERIFY(cols.contains(0) && !cols.contains(-1));
+        QVERIFY(fields.contains(QStringLiteral("ID")) && fields.contains(QStringLiteral("vName")));
+    }
+
     void cancelOnExitDropsEmptyInsert() {
         Fixture f;
         QLineEdit other;
