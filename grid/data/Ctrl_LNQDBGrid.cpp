@@ -891,6 +891,14 @@ TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
                        TDBGridControlOption::coMenuCopy | TDBGridControlOption::coMenuSetup;
     PrinterCount = [] { return int(QPrinterInfo::availablePrinterNames().size()); };
     OnHeaderDblClick = [this](int col, bool&, Qt::KeyboardModifiers shift) { HeaderDblClcik(col, shift); };
+    // Without default drawing the host draws every data cell itself.
+    connect(
+        this, &TLNQCustomGrid::OnDrawCell, this,
+        [this](TLNQCustomGrid*, int col, int row, QPainter* canvas, const QRect& rect, TGridDrawState state) {
+            TColumn* c = ColumnAt(col);
+            if (!DefaultDrawing() && c && row >= 1)
+                Q_EMIT OnDrawColumnCell(this, canvas, rect, col - m_indicatorOffset, c, state);
+        });
     // The cell's "..." button: the column-aware event and the edit-button signal.
     connect(this, &TLNQCustomGrid::OnLoadButtonClick, this, [this](TLNQCustomGrid*) {
         TColumn* c = SelectedColumn();
@@ -1259,10 +1267,6 @@ void TLNQCustomDBGrid::DrawCell(QPainter& painter, const QRect& rect, int col, i
     }
     TColumn* column = ColumnAt(col);
     if (!column) return;
-    if (!DefaultDrawing()) {
-        Q_EMIT OnDrawColumnCell(this, &painter, rect, col - m_indicatorOffset, column, state);
-        return;
-    }
     drawDataCell(painter, rect, col, row, state, column, current, dpr);
     Q_EMIT OnDrawColumnCell(this, &painter, rect, col - m_indicatorOffset, column, state);
 }

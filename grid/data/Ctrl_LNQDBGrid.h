@@ -52,6 +52,7 @@
 #include <vector>
 
 #include <QMenu>
+#include <QPainter>
 
 namespace lnq {
 
