@@ -7,6 +7,7 @@
 #include "filter/Ctrl_FilterSetupFM.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "grid/data/Ctrl_LNQDBGrid.h"
+#include "grid/data/DBGridCalc.h"
 #include "util/Exceptions.h"
 
 #include <QAbstractItemModelTester>
@@ -456,6 +457,20 @@ private Q_SLOTS:
         f.col("ID")->SetCalcMode(ccCount);
         f.g.AutoCalculate(0);
         QCOMPARE(f.col("ID")->TailCaption(), QString());
+    }
+
+    void totalsReadValuesByPosition() {
+        Fixture f;
+        QCOMPARE(f.ds.FloatAt(2, 2), 1234.5); // Amount
+        QCOMPARE(f.ds.FloatAt(0, 0), 1.0);    // an integer field
+        QCOMPARE(f.ds.FloatAt(2, 3), 0.0);    // null boolean
+        QCOMPARE(f.ds.FloatAt(9, 2), 0.0);    // no such row
+        f.ds.SetRecNo(2);
+        f.ds.Edit();
+        f.ds.FieldByName(QStringLiteral("Amount")).SetAsFloat(7);
+        QCOMPARE(f.ds.FloatAt(1, 2), 7.0); // the record being edited reads its buffer
+        QCOMPARE(SumVisible(f.ds, 2), 10.0 + 7.0 + 1234.5 + 5.25);
+        QVERIFY_THROWS_EXCEPTION(EConvertError, f.ds.FloatAt(0, 1)); // "张三" is no number
     }
 
     void autoCalculateIgnoresAdoDataSet() {
