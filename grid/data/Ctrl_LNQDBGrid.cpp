@@ -293,7 +293,8 @@ void TColumn::SetDataTypePro(TLNQDataTypePro p) {
 
 void TColumn::SetTailCaption(const QString& text) {
     m_tailCaption = TruncateShortString(text);
-    changed();
+    // Only the footer changes: no new layout.
+    if (TLNQCustomDBGrid* g = Grid()) g->pushTail(*this);
 }
 
 void TColumn::SetDataWidth(int w) {
@@ -1154,6 +1155,13 @@ void TLNQCustomDBGrid::pushColumn(int index) {
     gc->SetImeName(c->ImeName());
     gc->SetPopupMenu(c->PopupMenu());
     gc->SetWidth(c->Width());
+}
+
+void TLNQCustomDBGrid::pushTail(const TColumn& column) {
+    TGridCol* gc = GridCols().Items(GridColOf(&column));
+    if (!gc) return;
+    gc->SetTailCaption(column.TailCaption());
+    if (Footer()) Footer()->update();
 }
 
 void TLNQCustomDBGrid::applyLayout() {

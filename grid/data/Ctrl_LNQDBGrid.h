@@ -603,6 +603,7 @@ private:
     void syncRows();
     void syncCursor();
     void pushColumn(int index);
+    void pushTail(const TColumn& column);
     void stripAllMarks();
     void markColumn(TColumn* column, const QString& mark);
     void postSort();
