@@ -101,9 +101,11 @@ struct Setup {
     std::vector<QString> name, code;
 };
 
+// Built on first use; emptied before the application object goes.
+std::map<int, Setup> g_setups;
+
 Setup& setup(int rows) {
-    static std::map<int, Setup> all;
-    Setup& s = all[rows];
+    Setup& s = g_setups[rows];
     if (!s.ds) {
         s.ds = makeData(rows);
         s.grid = std::make_unique<TLNQDBGrid>();
@@ -388,5 +390,6 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    g_setups.clear();
     return 0;
 }
