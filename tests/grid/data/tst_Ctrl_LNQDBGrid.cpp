@@ -496,6 +496,24 @@ private Q_SLOTS:
         QCOMPARE(name->Width(), w);
     }
 
+    void titleDoubleClickFitsWidths() {
+        Fixture f;
+        f.col("vName")->SetWidth(300);
+        f.col("Code")->SetWidth(300);
+        QHeaderView* header = f.g.horizontalHeader();
+        auto dclick = [&](TColumn* c, Qt::KeyboardModifiers mods) {
+            const int gc = f.g.GridColOf(c);
+            const QPoint at(header->sectionViewportPosition(gc) + header->sectionSize(gc) / 2,
+                            header->height() - 4);
+            QTest::mouseDClick(header->viewport(), Qt::LeftButton, mods, at);
+        };
+        dclick(f.col("vName"), Qt::NoModifier);
+        QCOMPARE(f.col("vName")->Width(), f.g.AutoGridColWidth(f.col("vName")->Index()));
+        QCOMPARE(f.col("Code")->Width(), 300);
+        dclick(f.col("vName"), Qt::ControlModifier); // every column
+        QCOMPARE(f.col("Code")->Width(), f.g.AutoGridColWidth(f.col("Code")->Index()));
+    }
+
     void typingEditsTheRecord() {
         Fixture f;
         f.g.activateWindow();
