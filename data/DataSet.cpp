@@ -1731,6 +1731,17 @@ QString TDataSet::DisplayTextAt(int row, int field) const {
                                 f.DisplayFormat());
 }
 
+double TDataSet::FloatAt(int row, int field) const {
+    if (!d->active || row < 0 || row >= d->viewSize() || field < 0 || field >= FieldCount()) return 0;
+    if (d->editBuf && d->state == TDataSetState::dsEdit && row == d->cur) return Fields(field).AsFloat();
+    const TColumn& c = d->store->cols[static_cast<size_t>(field)];
+    const qint64 r = d->recAt(row);
+    if (c.isNull(r)) return 0;
+    if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
+        return c.reals[static_cast<size_t>(r)];
+    return cell::toFloat(c, r, Fields(field).FieldName());
+}
+
 bool TDataSet::IsNullAt(int row, int field) const {
     if (!d->active || row < 0 || row >= d->viewSize() || field < 0 || field >= FieldCount()) return true;
     if (d->editBuf && d->state == TDataSetState::dsEdit && row == d->cur)

@@ -302,6 +302,9 @@ public:
     QVariant ValueAt(int row, int field) const;
     QString DisplayTextAt(int row, int field) const;
     bool IsNullAt(int row, int field) const;
+    // AsFloat of the field at that row (0 for null, out of range or inactive);
+    // the fast path of totals over a view.
+    double FloatAt(int row, int field) const;
     int CurrentRow() const; // 0-based position of the cursor in the view (-1 empty)
 
     // Views repaint once when controls are re-enabled.

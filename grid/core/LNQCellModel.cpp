@@ -49,12 +49,12 @@ void TLNQCellModel::SetRowCount(int count) {
     if (count == m_rowCount) return;
     if (count > m_rowCount) {
         beginInsertRows(QModelIndex(), m_rowCount, count - 1);
-        if (m_rows.size() < size_t(count)) m_rows.resize(count);
+        if (!CellHook && m_rows.size() < size_t(count)) m_rows.resize(count);
         m_rowCount = count;
         endInsertRows();
     } else {
         beginRemoveRows(QModelIndex(), count, m_rowCount - 1);
-        m_rows.resize(count);
+        if (m_rows.size() > size_t(count)) m_rows.resize(count);
         m_rowCount = count;
         endRemoveRows();
     }
@@ -88,6 +88,9 @@ TLNQCellModel::Row& TLNQCellModel::rowForWrite(int row) {
 }
 
 QString TLNQCellModel::Cell(int col, int row) const {
+    if (CellHook)
+        return (col >= 0 && row >= 0 && col < m_colCount && row < m_rowCount) ? CellHook(col, row)
+                                                                              : QString();
     if (col < 0 || row < 0 || size_t(row) >= m_rows.size()) return {};
     const Row& r = m_rows[row];
     return col < r.texts.size() ? r.texts[col] : QString();

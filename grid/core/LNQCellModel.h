@@ -61,6 +61,10 @@ public:
     std::function<Qt::ItemFlags(int col, int row)> FlagsHook;
     // Header texts for accessibility and tools (the grid paints its own).
     std::function<QVariant(int section, Qt::Orientation orientation, int role)> HeaderHook;
+    // Cells served by their owner instead of the store (a grid over a record
+    // set): Cell reads through the hook, and rows are not kept per row, so a
+    // million-row grid costs nothing here. Set it before the first row.
+    std::function<QString(int col, int row)> CellHook;
 
 private:
     struct Row {

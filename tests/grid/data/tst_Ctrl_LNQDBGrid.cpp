@@ -1,0 +1,933 @@
+#include "common/DataSetHelpers.h"
+#include "common/TestMain.h"
+#include "data/ADOConnection.h"
+#include "data/DataSetModel.h"
+#include "data/Plat_dataenvironment.h"
+#include "data/SampleDatabase.h"
+#include "filter/Ctrl_FilterSetupFM.h"
+#include "grid/core/Ctrl_LNQStringGrid.h"
+#include "grid/data/Ctrl_LNQDBGrid.h"
+#include "grid/data/DBGridCalc.h"
+#include "util/Exceptions.h"
+
+#include <QAbstractItemModelTester>
+#include <QBuffer>
+#include <QHeaderView>
+#include <QInputMethodEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QToolButton>
+
+using namespace lnq;
+using lnqtest::fieldDef;
+
+namespace {
+
+struct Rec {
+    QVariant id, name, amount, flag, pwd, code, d8;
+};
+
+// Records: ID, vName, Amount (float), bFlag, vPassword, Code, D8 (text of 8).
+template <typename DS> void load(DS& ds, const QList<Rec>& recs) {
+    TRecordSetBuilder& b =
+        ds.BeginLoad({fieldDef("ID", TFieldType::ftInteger), fieldDef("vName", TFieldType::ftWideString, 40),
+                      fieldDef("Amount", TFieldType::ftFloat), fieldDef("bFlag", TFieldType::ftBoolean),
+                      fieldDef("vPassword", TFieldType::ftString, 20),
+                      fieldDef("Code", TFieldType::ftString, 4), fieldDef("D8", TFieldType::ftString, 8)});
+    for (const Rec& r : recs) {
+        const QVariant v[] = {r.id, r.name, r.amount, r.flag, r.pwd, r.code, r.d8};
+        for (int c = 0; c < 7; ++c) {
+            if (!v[c].isValid() || v[c].isNull())
+                b.SetNull(c);
+            else if (c == 0 || c == 3)
+                b.SetInteger(c, v[c].toLongLong());
+            else if (c == 2)
+                b.SetFloat(c, v[c].toDouble());
+            else
+                b.SetText(c, v[c].toString());
+        }
+        b.EndRow();
+    }
+    ds.EndLoad();
+}
+
+QList<Rec> sample() {
+    return {
+        {1, QStringLiteral("张三"), 10.0, 1, QStringLiteral("pw"), QStringLiteral("01"),
+         QStringLiteral("20240105")},
+        {2, QStringLiteral("李四"), 0.0, 0, QStringLiteral("x"), QStringLiteral("02"),
+         QStringLiteral("2024")},
+        {3, QStringLiteral("王五"), 1234.5, QVariant(), QString(), QStringLiteral("09"), QString()},
+        {4, QStringLiteral("张三"), 5.25, 1, QString(), QStringLiteral("01"), QString()},
+    };
+}
+
+// A shown grid on a client dataset of the sample records.
+struct Fixture {
+    TClientDataSet ds;
+    TLNQDBGrid g;
+    QStringList errors;
+    explicit Fixture(const QList<Rec>& recs = sample()) {
+        load(ds, recs);
+        g.PrinterCount = [] { return 1; };
+        g.OnDataError = [this](TLNQCustomDBGrid*, const QString& m) { errors << m; };
+        g.SetDataSet(&ds);
+        g.resize(700, 300);
+        g.show();
+        (void)QTest::qWaitForWindowExposed(&g);
+    }
+    TColumn* col(const QString& field) const { return g.Columns().ColumnOfField(field); }
+    // The captions of the run-time menu, "-" for separators.
+    QStringList menuCaptions() const {
+        QStringList out;
+        for (QAction* a : g.RuntimePopupMenu()->actions())
+            out << (a->isSeparator() ? QStringLiteral("-") : a->text());
+        return out;
+    }
+    // Right-click on a data cell, then choose the item with that caption.
+    void choose(const QString& field, int row, const QString& caption) {
+        g.FocusCell(g.GridColOf(col(field)), row);
+        QMenu* menu = g.RuntimePopupMenu();
+        Q_EMIT menu->aboutToShow();
+        for (QAction* a : menu->actions())
+            if (a->text() == caption) {
+                a->trigger();
+                return;
+            }
+        QFAIL(qPrintable(QStringLiteral("no menu item ") + caption));
+    }
+    QStringList column(const QString& field) const {
+        QStringList out;
+        const int c = g.GridColOf(col(field));
+        for (int r = 1; r < g.RowCount(); ++r)
+            out << g.CellModel().Cell(c, r);
+        return out;
+    }
+};
+
+// Types as a user does: each character goes to whatever has the focus.
+void type(QWidget* fallback, const QString& text) {
+    for (QChar c : text) {
+        QWidget* w = QApplication::focusWidget();
+        QTest::keyClicks(w ? w : fallback, QString(c));
+    }
+}
+
+void press(QWidget* fallback, Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoModifier) {
+    QWidget* w = QApplication::focusWidget();
+    QTest::keyClick(w ? w : fallback, key, mods);
+}
+
+} // namespace
+
+class tst_Ctrl_LNQDBGrid : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void defaults() {
+        Fixture f;
+        QCOMPARE(f.g.DBOptions(), kDefaultDBGridOptions);
+        QCOMPARE(f.g.HeaderHeight(), 40);
+        QCOMPARE(f.g.DefColorPerRows(), 1);
+        QCOMPARE(f.g.Columns().State(), csDefault);
+        QCOMPARE(f.g.Columns().Count(), 7);
+        QCOMPARE(f.g.RowCount(), 5); // title + 4 records
+        QCOMPARE(f.g.IndicatorOffset(), 1);
+        QCOMPARE(f.col("ID")->DropDownRows(), 7);
+        QCOMPARE(f.col("ID")->ButtonStyle(), cbsAuto);
+        QVERIFY(!DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.5).isNull());
+        QVERIFY(DBGridBitmap(QStringLiteral("NOSUCH"), 1).isNull());
+    }
+
+    void cellText_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<int>("setup");
+        QTest::addColumn<QStringList>("expected");
+        // setup: 0 plain, 1 code->name list, 2 calendar, 3 decimal 8/2,
+        // 4 currency, 5 decimal with ShowZero
+        QTest::newRow("boolean 是/否/null") << "bFlag" << 0 << QStringList{"是", "否", "", "是"};
+        QTest::newRow("password") << "vPassword" << 0
+                                  << QStringList{"********", "********", "********", "********"};
+        QTest::newRow("display text") << "vName" << 0 << QStringList{"张三", "李四", "王五", "张三"};
+        QTest::newRow("code to name") << "Code" << 1 << QStringList{"现金", "转账", "09", "现金"};
+        QTest::newRow("eight-digit date") << "D8" << 2 << QStringList{"2024-01-05", "2024", "", ""};
+        QTest::newRow("number format, zero blank")
+            << "Amount" << 3 << QStringList{"10.00", "", "1,234.50", "5.25"};
+        QTest::newRow("currency") << "Amount" << 4 << QStringList{"¥10.00", "", "¥1,234.50", "¥5.25"};
+        QTest::newRow("ShowZero") << "Amount" << 5 << QStringList{"10.00", "0.00", "1,234.50", "5.25"};
+    }
+    void cellText() {
+        QFETCH(QString, field);
+        QFETCH(int, setup);
+        QFETCH(QStringList, expected);
+        Fixture f;
+        TColumn* c = f.col(field);
+        switch (setup) {
+        case 1:
+            c->SetPopComboBoxAllowed(true);
+            c->SetPopListValues({"01", "02", "03"});
+            c->SetPopListStrings({"现金", "转账"});
+            break;
+        case 2:
+            c->SetPopDateAllowed(true);
+            break;
+        case 3:
+        case 5:
+            c->SetDataTypePro(dpDecimal);
+            c->SetDataWidth(8);
+            c->SetDataDec(2);
+            c->SetShowZero(setup == 5);
+            break;
+        case 4:
+            c->SetDataTypePro(dpCurrency);
+            c->SetDataWidth(12);
+            c->SetDataDec(2);
+            break;
+        default:
+            break;
+        }
+        QCOMPARE(f.column(field), expected);
+    }
+
+    void titlesFromDictionaryCaptionsAndLevels() {
+        Fixture f;
+        f.col("vName")->Title().SetCaption(QStringLiteral("客户.名称"));
+        f.col("Code")->Title().SetCaption(QStringLiteral("客户.代码"));
+        const int c = f.g.GridColOf(f.col("vName"));
+        QCOMPARE(f.g.GridCols()[c]->Caption(), QStringLiteral("客户;名称"));
+        QCOMPARE(f.g.CellModel().headerData(c, Qt::Horizontal).toString(), QStringLiteral("客户.名称"));
+        QString prefix, rest;
+        TLNQCustomDBGrid::ExtractColumnCaption(QStringLiteral("a.b.c"), prefix, rest);
+        QCOMPARE(prefix + "|" + rest, QStringLiteral("a.|b.c"));
+        TLNQCustomDBGrid::ExtractColumnCaption(QStringLiteral("abc"), prefix, rest);
+        QCOMPARE(prefix + "|" + rest, QStringLiteral("|abc"));
+    }
+
+    void menuTable_data() {
+        QTest::addColumn<int>("options");
+        QTest::addColumn<int>("printers");
+        QTest::addColumn<QStringList>("expected");
+        using O = TDBGridControlOption;
+        const QStringList filter{
+            "按照当前内容筛选", "内容排除筛选", "指定内容筛选", "高级筛选", "取消筛选", "取消全部筛选", "-"};
+        QTest::newRow("filter") << int(quint16(O::coMenuFilter)) << 1 << filter;
+        QTest::newRow("sort+copy") << int(quint16(O::coMenuSort) | quint16(O::coMenuCopy)) << 1
+                                   << QStringList{"升序", "降序", "取消排序", "-", "复制", "-"};
+        const int print = int(quint16(O::coMenuPrintSetup) | quint16(O::coMenuPrintPreview) |
+                              quint16(O::coMenuPrintOut) | quint16(O::coMenuPrintDesign));
+        QTest::newRow("print, printer")
+            << print << 2 << QStringList{"打印设置", "打印预览", "打印", "报表设计", "-"};
+        QTest::newRow("print, no printer") << print << 0 << QStringList{};
+        QTest::newRow("design only: no separator")
+            << int(quint16(O::coMenuPrintDesign)) << 1 << QStringList{"报表设计"};
+        QTest::newRow("export, setup") << int(quint16(O::coMenuExportToExcel) | quint16(O::coMenuSetup)) << 0
+                                       << QStringList{"导出到EXCEL", "-", "-", "设置"};
+    }
+    void menuTable() {
+        QFETCH(int, options);
+        QFETCH(int, printers);
+        QFETCH(QStringList, expected);
+        Fixture f;
+        f.g.PrinterCount = [printers] { return printers; };
+        f.g.SetControlOptions(TDBGridControlOptions::fromInt(options));
+        QCOMPARE(f.menuCaptions(), expected);
+        QCOMPARE(f.g.ValueFilterItem() != nullptr, expected.contains(QStringLiteral("指定内容筛选")));
+    }
+
+    void userMenuComesFirst() {
+        Fixture f;
+        QMenu user;
+        int clicks = 0;
+        for (const char* t : {"新增", "修改", "删除"})
+            QObject::connect(user.addAction(QString::fromUtf8(t)), &QAction::triggered, [&] { ++clicks; });
+        f.g.SetControlOptions(TDBGridControlOption::coMenuSort);
+        f.g.SetUserMenu(&user);
+        QCOMPARE(f.menuCaptions(),
+                 (QStringList{"新增", "修改", "删除", "-", "升序", "降序", "取消排序", "-"}));
+        f.g.RuntimePopupMenu()->actions().at(1)->trigger();
+        QCOMPARE(clicks, 1);
+    }
+
+    void handOffActionsEmitSignal() {
+        Fixture f;
+        QSignalSpy spy(&f.g, &TLNQCustomDBGrid::ReportActionRequested);
+        f.choose("vName", 1, QStringLiteral("导出到EXCEL"));
+        f.choose("vName", 1, QStringLiteral("复制"));
+        QCOMPARE(spy.count(), 2);
+        QCOMPARE(spy.at(0).at(0).value<TReportAction>(), TReportAction::raExportToExcel);
+        QCOMPARE(spy.at(1).at(0).value<TReportAction>(), TReportAction::raCopyToClipBoard);
+    }
+
+    void quickFilters() {
+        Fixture f;
+        f.choose("vName", 1, QStringLiteral("按照当前内容筛选")); // 张三
+        QCOMPARE(f.column("ID"), (QStringList{"1", "4"}));
+        f.choose("vName", 1, QStringLiteral("取消筛选"));
+        QCOMPARE(f.column("ID").size(), 4);
+        // A second filter on the same column replaces the first.
+        f.choose("vName", 2, QStringLiteral("内容排除筛选")); // not 李四
+        f.choose("vName", 1, QStringLiteral("内容排除筛选")); // not 张三
+        QCOMPARE(f.g.FilterList().Count(), 1);
+        QCOMPARE(f.column("ID"), (QStringList{"2", "3"}));
+        // Filters on two columns are both required.
+        f.choose("vName", 1, QStringLiteral("取消全部筛选"));
+        f.choose("vName", 1, QStringLiteral("按照当前内容筛选"));
+        f.choose("Code", 2, QStringLiteral("按照当前内容筛选")); // 01 of record 4
+        QCOMPARE(f.g.FilterList().Count(), 2);
+        QCOMPARE(f.column("ID"), (QStringList{"1", "4"}));
+        // A null cell filters nothing.
+        f.choose("vName", 1, QStringLiteral("取消全部筛选"));
+        f.choose("bFlag", 3, QStringLiteral("按照当前内容筛选"));
+        QCOMPARE(f.g.FilterList().Count(), 0);
+        QCOMPARE(f.column("ID").size(), 4);
+        QVERIFY(f.errors.isEmpty());
+    }
+
+    void clearAllFiltersKeepsDataSetFiltered() {
+        Fixture f;
+        f.g.AddFilter(QStringLiteral("Amount"), QStringLiteral("大于"), QStringLiteral("6"));
+        QCOMPARE(f.ds.RecordCount(), 2);
+        f.g.ClearAllFilters();
+        QCOMPARE(f.ds.RecordCount(), 2);
+        f.g.AfterFilter();
+        QCOMPARE(f.ds.RecordCount(), 4);
+    }
+
+    void valueSubMenu_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("text, trimmed, distinct") << "vName" << QStringList{"甲", "乙", "丙"};
+        QTest::newRow("number: none") << "ID" << QStringList{};
+    }
+    void valueSubMenu() {
+        QFETCH(QString, field);
+        QFETCH(QStringList, expected);
+        Fixture f({{1, QStringLiteral("甲"), 1.0, 1, {}, {}, {}},
+                   {2, QStringLiteral(" 乙 "), 1.0, 1, {}, {}, {}},
+                   {3, QStringLiteral("乙"), 1.0, 1, {}, {}, {}},
+                   {4, QStringLiteral("丙"), 1.0, 1, {}, {}, {}}});
+        f.g.FocusCell(f.g.GridColOf(f.col(field)), 1);
+        Q_EMIT f.g.RuntimePopupMenu()->aboutToShow();
+        QStringList got;
+        for (QAction* a : f.g.ValueFilterItem()->actions())
+            got << a->text();
+        QCOMPARE(got, expected);
+        QCOMPARE(f.ds.RecNo(), 1); // the cursor stayed
+        if (!expected.isEmpty()) {
+            f.g.ValueFilterItem()->actions().at(1)->trigger(); // 乙
+            QCOMPARE(f.column("ID"), (QStringList{"3"}));      // exact match after trimming
+        }
+    }
+
+    void valueSubMenuStopsAtThirty() {
+        QList<Rec> recs;
+        for (int i = 0; i < 50; ++i)
+            recs.append({i, QStringLiteral("客户%1").arg(49 - i), 1.0, 1, {}, {}, {}});
+        Fixture f(recs);
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 1);
+        Q_EMIT f.g.RuntimePopupMenu()->aboutToShow();
+        const QList<QAction*> items = f.g.ValueFilterItem()->actions();
+        QCOMPARE(items.size(), 30);
+        QCOMPARE(items.first()->text(), QStringLiteral("客户49"));
+        QCOMPARE(items.last()->text(), QStringLiteral("客户20"));
+    }
+
+    void titleSortClientDataSet() {
+        Fixture f;
+        f.g.SetControlOptions(f.g.ControlOptions() | TDBGridControlOption::coTitleSort);
+        QSignalSpy order(&f.ds, &TDataSet::orderChanged);
+        TColumn* amount = f.col("Amount");
+        amount->Title().SetCaption(QStringLiteral("金额.本币"));
+        f.g.TitleClick(amount);
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXDAmount"));
+        QCOMPARE(amount->Title().Caption(), QStringLiteral("金额.↓本币"));
+        QCOMPARE(f.column("ID"), (QStringList{"3", "1", "4", "2"}));
+        QCOMPARE(order.count(), 1);
+        f.g.TitleClick(amount);
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXAAmount"));
+        QCOMPARE(amount->Title().Caption(), QStringLiteral("金额.↑本币"));
+        QCOMPARE(f.column("ID"), (QStringList{"2", "4", "1", "3"}));
+        // Sorting another column takes the mark away.
+        f.g.TitleClick(f.col("ID"));
+        QCOMPARE(amount->Title().Caption(), QStringLiteral("金额.本币"));
+        QCOMPARE(f.col("ID")->Title().Caption(), QStringLiteral("↓ID"));
+        QCOMPARE(order.count(), 3);
+        f.choose("ID", 1, QStringLiteral("取消排序"));
+        QCOMPARE(f.ds.IndexName(), QString());
+        QCOMPARE(f.col("ID")->Title().Caption(), QStringLiteral("ID"));
+        QCOMPARE(f.column("ID"), (QStringList{"1", "2", "3", "4"}));
+    }
+
+    void menuSortClientAsymmetry() {
+        Fixture f;
+        f.choose("Amount", 1, QStringLiteral("升序"));
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXDAmount"));
+        QCOMPARE(f.col("Amount")->Title().Caption(), QStringLiteral("↓Amount"));
+        f.choose("Amount", 1, QStringLiteral("降序"));
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXAAmount"));
+        QCOMPARE(f.col("Amount")->Title().Caption(), QStringLiteral("↑Amount"));
+    }
+
+    void sortAdoDataSetToggles() {
+        TADODataSet ds;
+        load(ds, sample());
+        TLNQDBGrid g;
+        g.SetDataSet(&ds);
+        TColumn* name = g.Columns().ColumnOfField(QStringLiteral("vName"));
+        name->Title().SetCaption(QStringLiteral("客户.名称"));
+        g.TitleClick(name);
+        QCOMPARE(ds.Sort(), QStringLiteral("vName ASC"));
+        QCOMPARE(name->Title().Caption(), QStringLiteral("客户.↓名称"));
+        g.TitleClick(name);
+        QCOMPARE(ds.Sort(), QStringLiteral("vName DESC"));
+        QCOMPARE(name->Title().Caption(), QStringLiteral("客户.↑名称"));
+        // Both menu items toggle on an ADO dataset.
+        g.FocusCell(g.GridColOf(name), 1);
+        g.ASC_Sort();
+        QCOMPARE(ds.Sort(), QStringLiteral("vName ASC"));
+        g.DESC_Sort();
+        QCOMPARE(ds.Sort(), QStringLiteral("vName DESC"));
+        g.Cancel_Sort();
+        QCOMPARE(ds.Sort(), QString());
+        g.ClearAllIndexes(); // an ADO dataset is left alone
+        QCOMPARE(name->Title().Caption(), QStringLiteral("客户.名称"));
+    }
+
+    void titleSortOnEmptyDataSetLeavesLayoutOpen() {
+        Fixture f(QList<Rec>{});
+        TColumn* c = f.col("vName");
+        f.g.TitleClick(c);
+        QVERIFY(f.g.LayoutLocked());
+        QCOMPARE(f.ds.IndexName(), QString());
+        c->Title().SetCaption(QStringLiteral("名称"));
+        const int gc = f.g.GridColOf(c);
+        QCOMPARE(f.g.GridCols()[gc]->Caption(), QStringLiteral("vName")); // not laid out
+        f.g.EndLayout();
+        QCOMPARE(f.g.GridCols()[gc]->Caption(), QStringLiteral("名称"));
+    }
+
+    void autoCalculate_data() {
+        QTest::addColumn<QString>("tail");
+        QTest::addColumn<QString>("oldValue");
+        QTest::addColumn<QString>("newValue");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("incremental") << "1,234.50"
+                                     << "10"
+                                     << "12.5"
+                                     << "1,237.00";
+        QTest::newRow("minus sign is cleaned away") << "1,234.50"
+                                                    << "-5"
+                                                    << "5"
+                                                    << "1,234.50";
+        QTest::newRow("full path when nothing given") << "1,234.50"
+                                                      << ""
+                                                      << ""
+                                                      << "1,249.75";
+    }
+    void autoCalculate() {
+        QFETCH(QString, tail);
+        QFETCH(QString, oldValue);
+        QFETCH(QString, newValue);
+        QFETCH(QString, expected);
+        Fixture f;
+        TColumn* amount = f.col("Amount");
+        amount->SetCalcMode(ccSum);
+        amount->SetDataWidth(12);
+        amount->SetDataDec(2);
+        amount->SetTailCaption(tail);
+        f.g.AutoCalculate(amount->Index(), oldValue, newValue);
+        QCOMPARE(amount->TailCaption(), expected);
+    }
+
+    void autoCalculateCoversVisibleRecords() {
+        Fixture f;
+        f.col("Amount")->SetCalcMode(ccSum);
+        f.col("Amount")->SetDataDec(2);
+        f.col("vName")->SetCalcMode(ccCount);
+        f.g.AddFilter(QStringLiteral("vName"), QStringLiteral("等于"), QStringLiteral("张三"));
+        f.g.AutoCalculate(-1);
+        QCOMPARE(f.col("Amount")->TailCaption(), QStringLiteral("15.25"));
+        QCOMPARE(f.col("vName")->TailCaption(), QStringLiteral("2"));
+        const int gc = f.g.GridColOf(f.col("vName"));
+        QCOMPARE(f.g.GridCols()[gc]->TailCaption(), QStringLiteral("2")); // the footer shows it
+        // Without the indicator the first column sits at grid position 0 and
+        // gets no total.
+        f.g.SetDBOptions(f.g.DBOptions() & ~TLNQDBGridOptions(TDBGridOption::dgIndicator));
+        f.col("ID")->SetCalcMode(ccCount);
+        f.g.AutoCalculate(0);
+        QCOMPARE(f.col("ID")->TailCaption(), QString());
+    }
+
+    void totalsReadValuesByPosition() {
+        Fixture f;
+        QCOMPARE(f.ds.FloatAt(2, 2), 1234.5); // Amount
+        QCOMPARE(f.ds.FloatAt(0, 0), 1.0);    // an integer field
+        QCOMPARE(f.ds.FloatAt(2, 3), 0.0);    // null boolean
+        QCOMPARE(f.ds.FloatAt(9, 2), 0.0);    // no such row
+        f.ds.SetRecNo(2);
+        f.ds.Edit();
+        f.ds.FieldByName(QStringLiteral("Amount")).SetAsFloat(7);
+        QCOMPARE(f.ds.FloatAt(1, 2), 7.0); // the record being edited reads its buffer
+        QCOMPARE(SumVisible(f.ds, 2), 10.0 + 7.0 + 1234.5 + 5.25);
+        QVERIFY_THROWS_EXCEPTION(EConvertError, f.ds.FloatAt(0, 1)); // "张三" is no number
+    }
+
+    void autoCalculateIgnoresAdoDataSet() {
+        TADODataSet ds;
+        load(ds, sample());
+        TLNQDBGrid g;
+        g.SetDataSet(&ds);
+        TColumn* amount = g.Columns().ColumnOfField(QStringLiteral("Amount"));
+        amount->SetCalcMode(ccSum);
+        g.AutoCalculate(-1);
+        QCOMPARE(amount->TailCaption(), QString());
+        QCOMPARE(g.AutoGridColWidth(-1), 0);
+    }
+
+    void autoWidthFitsWidestText() {
+        Fixture f;
+        TColumn* name = f.col("vName");
+        const int w = f.g.AutoGridColWidth(name->Index());
+        QCOMPARE(w, std::max(QFontMetrics(name->Title().Font()).horizontalAdvance(QStringLiteral("vName")),
+                             QFontMetrics(name->Font()).horizontalAdvance(QStringLiteral("张三"))) +
+                        5);
+        f.g.HeaderDblClcik(f.g.GridColOf(name), Qt::NoModifier);
+        QCOMPARE(name->Width(), w);
+    }
+
+    void titleDoubleClickFitsWidths() {
+        Fixture f;
+        f.col("vName")->SetWidth(300);
+        f.col("Code")->SetWidth(300);
+        QHeaderView* header = f.g.horizontalHeader();
+        auto dclick = [&](TColumn* c, Qt::KeyboardModifiers mods) {
+            const int gc = f.g.GridColOf(c);
+            const QPoint at(header->sectionViewportPosition(gc) + header->sectionSize(gc) / 2,
+                            header->height() - 4);
+            QTest::mouseDClick(header->viewport(), Qt::LeftButton, mods, at);
+        };
+        dclick(f.col("vName"), Qt::NoModifier);
+        QCOMPARE(f.col("vName")->Width(), f.g.AutoGridColWidth(f.col("vName")->Index()));
+        QCOMPARE(f.col("Code")->Width(), 300);
+        dclick(f.col("vName"), Qt::ControlModifier); // every column
+        QCOMPARE(f.col("Code")->Width(), f.g.AutoGridColWidth(f.col("Code")->Index()));
+    }
+
+    void typingEditsTheRecord() {
+        Fixture f;
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 2);
+        type(&f.g, QStringLiteral("abc"));
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Down); // leaving the row posts
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.column("vName").at(1), QStringLiteral("abc"));
+        // Escape cancels a pending edit.
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 1);
+        type(&f.g, QStringLiteral("zz"));
+        press(&f.g, Qt::Key_Return);
+        QCOMPARE(f.ds.State(), TDataSetState::dsEdit);
+        press(&f.g, Qt::Key_Escape);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.column("vName").at(0), QStringLiteral("张三"));
+    }
+
+    void insertAndConfirmedDelete() {
+        Fixture f;
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 2);
+        QTest::keyClick(&f.g, Qt::Key_Insert);
+        QCOMPARE(f.ds.State(), TDataSetState::dsInsert);
+        QCOMPARE(f.g.RowCount(), 6);
+        QCOMPARE(f.g.Row(), 2); // the new row is where the cursor was
+        QTest::keyClick(&f.g, Qt::Key_Escape);
+        QCOMPARE(f.g.RowCount(), 5);
+        int asked = 0;
+        bool answer = false;
+        f.g.OnConfirmDelete = [&](TLNQCustomDBGrid*) {
+            ++asked;
+            return answer;
+        };
+        QTest::keyClick(&f.g, Qt::Key_Delete, Qt::ControlModifier);
+        QCOMPARE(f.ds.RecordCount(), 4);
+        answer = true;
+        QTest::keyClick(&f.g, Qt::Key_Delete, Qt::ControlModifier);
+        QCOMPARE(asked, 2);
+        QCOMPARE(f.column("ID"), (QStringList{"1", "3", "4"}));
+    }
+
+    void downOnLastRowAppends() {
+        Fixture f;
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 4);
+        press(&f.g, Qt::Key_Down);
+        QCOMPARE(f.ds.State(), TDataSetState::dsInsert);
+        QCOMPARE(f.g.Row(), 5);
+        press(&f.g, Qt::Key_Up); // nothing typed: the new record goes
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.g.RowCount(), 5);
+        QCOMPARE(f.g.Row(), 4);
+        press(&f.g, Qt::Key_Down);
+        type(&f.g, QStringLiteral("new"));
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Up);
+        QCOMPARE(f.ds.RecordCount(), 5);
+        QCOMPARE(f.column("vName").last(), QStringLiteral("new"));
+    }
+
+    void comboColumnStoresCode() {
+        Fixture f;
+        TColumn* code = f.col("Code");
+        code->SetPopComboBoxAllowed(true);
+        code->SetPopListValues({"01", "02"});
+        code->SetPopListStrings({"现金", "转账"});
+        const int gc = f.g.GridColOf(code);
+        QCOMPARE(f.g.GetEditText(gc, 1), QStringLiteral("现金"));
+        f.g.SetEditText(gc, 1, QStringLiteral("转账"));
+        f.ds.Post();
+        QCOMPARE(f.ds.FieldByName(QStringLiteral("Code")).AsString(), QStringLiteral("02"));
+    }
+
+    void bandingAndPhase() {
+        Fixture f;
+        f.g.SetDefColorPerRows(2);
+        f.g.SetBandFollow(true);
+        QVERIFY(!f.g.GetRowColor(1).isValid());
+        QCOMPARE(f.g.GetRowColor(2), f.g.DefColor());
+        QWheelEvent wheel(QPointF(10, 10), f.g.mapToGlobal(QPointF(10, 10)), QPoint(), QPoint(0, -120),
+                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(f.g.viewport(), &wheel);
+        QCOMPARE(f.g.RowPhase(), 1);
+        QCOMPARE(f.g.GetRowColor(1), f.g.DefColor());
+    }
+
+    void multiSelectBookmarks() {
+        Fixture f;
+        f.g.SetDBOptions(f.g.DBOptions() | TDBGridOption::dgMultiSelect);
+        f.g.setFocus();
+        f.g.FocusCell(1, 1);
+        QTest::keyClick(&f.g, Qt::Key_Space, Qt::ControlModifier);
+        f.g.FocusCell(1, 3);
+        QTest::keyClick(&f.g, Qt::Key_Space, Qt::ControlModifier);
+        QCOMPARE(f.g.SelectedRows().Count(), 2);
+        QVERIFY(f.g.SelectedRows().CurrentRowSelected());
+        f.g.OnConfirmDelete = [](TLNQCustomDBGrid*) { return true; };
+        f.g.DeleteRecord();
+        QCOMPARE(f.column("ID"), (QStringList{"2", "4"}));
+        QCOMPARE(f.g.SelectedRows().Count(), 0);
+    }
+
+    void columnsSaveAndLoad() {
+        Fixture f;
+        f.col("vName")->Title().SetCaption(QStringLiteral("客户.名称"));
+        f.col("Amount")->SetCalcMode(ccSum);
+        f.col("Amount")->SetWidth(120);
+        QBuffer buf;
+        buf.open(QIODevice::ReadWrite);
+        f.g.Columns().SaveToStream(buf);
+        buf.seek(0);
+        TLNQDBGrid other;
+        other.SetDataSet(&f.ds);
+        other.Columns().LoadFromStream(buf);
+        QCOMPARE(other.Columns().State(), csCustomized);
+        QCOMPARE(other.Columns().Count(), 7);
+        QCOMPARE(other.Columns().ColumnOfField("vName")->Title().Caption(), QStringLiteral("客户.名称"));
+        QCOMPARE(other.Columns().ColumnOfField("Amount")->Width(), 120);
+        QCOMPARE(other.Columns().ColumnOfField("Amount")->CalcMode(), ccSum);
+        QVERIFY(!other.Columns().ColumnOfField("ID")->IsWidthStored());
+        // Defaults come back.
+        other.Columns().RestoreDefaults();
+        QVERIFY(!other.Columns().ColumnOfField("vName")->Title().IsCaptionStored());
+        other.Columns().SetState(csDefault);
+        QCOMPARE(other.Columns().Count(), 7);
+    }
+
+    void columnsLoadRejectsBadStreams_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("not json") << QByteArray("\x01\x02garbage");
+        QTest::newRow("truncated") << QByteArray("{\"Columns\": [{\"FieldName\": \"a\"");
+        QTest::newRow("wrong shape") << QByteArray("{\"Columns\": [1, 2]}");
+        QTest::newRow("no columns") << QByteArray("[]");
+    }
+    void columnsLoadRejectsBadStreams() {
+        QFETCH(QByteArray, bytes);
+        Fixture f;
+        QBuffer buf(&bytes);
+        buf.open(QIODevice::ReadOnly);
+        QVERIFY_THROWS_EXCEPTION(EReadError, f.g.Columns().LoadFromStream(buf));
+        QCOMPARE(f.g.Columns().Count(), 7);
+        QCOMPARE(f.g.Columns().State(), csDefault);
+    }
+
+    void followsDataSetWithoutReload() {
+        Fixture f;
+        f.ds.Last();
+        QCOMPARE(f.g.Row(), 4);
+        f.ds.Edit();
+        f.ds.FieldByName(QStringLiteral("vName")).SetAsString(QStringLiteral("赵六"));
+        f.ds.Post();
+        QCOMPARE(f.column("vName").at(3), QStringLiteral("赵六"));
+        f.ds.First();
+        f.ds.Delete();
+        QCOMPARE(f.g.RowCount(), 4);
+        QCOMPARE(f.g.Row(), 1);
+    }
+
+    void advancedFilterEditsTheList() {
+        Fixture f;
+        f.g.AddFilter(QStringLiteral("vName"), QStringLiteral("等于"), QStringLiteral("张三"));
+        f.g.OnExecFilterSetup = [](TCtrl_FilterSetupFM& fm) {
+            TLNQStringGrid& sg = fm.LNQStringGrid();
+            for (int r = 1; r < sg.RowCount(); ++r) {
+                QString name;
+                sg.GetCellValS(r, QStringLiteral("FieldName"), name);
+                if (name == QLatin1String("vName"))
+                    sg.SetCellValS(r, QStringLiteral("FilterType"), FilterOpAll());
+                if (name == QLatin1String("Amount")) {
+                    sg.SetCellValS(r, QStringLiteral("FilterType"), QStringLiteral("大于"));
+                    sg.SetCellValS(r, QStringLiteral("EqualValue"), QStringLiteral("6"));
+                }
+            }
+            fm.Apply();
+            return fm.result();
+        };
+        f.choose("vName", 1, QStringLiteral("高级筛选"));
+        QCOMPARE(f.g.FilterList().Count(), 1);
+        QCOMPARE(f.column("ID"), (QStringList{"1", "3"}));
+    }
+
+    // The sample customers as a business user sees them: two-level titles,
+    // a sorted column, a quick filter and footer totals. With
+    // LNQ_SCREENSHOT_DIR set the grid is saved there as data-grid.png.
+    void sampleCustomers() {
+        QTemporaryDir dir;
+        const QString db = dir.filePath(QStringLiteral("sample.db"));
+        SampleDatabase::Options opt;
+        opt.customers = 300;
+        opt.products = 20;
+        opt.sales = 10;
+        SampleDatabase::CreateSample(db, opt);
+        TADOConnection conn;
+        conn.SetConnectionString(db);
+        conn.Open();
+        TDataEnvironment::SetCacheFileName(dir.filePath(QStringLiteral("FldAttr.xml")));
+        TDataEnvironment::GetInstance(conn);
+        TADODataSet query;
+        conn.OpenDataSet(
+            QStringLiteral("select vCustomerNo, vCustomerName, vProvince, vCity, vContact, bIsAgent, "
+                           "mCreditLimit, dcBalance from Cust_CustomersMain"),
+            query);
+        TClientDataSet ds;
+        ds.CopyFrom(query);
+        TLNQDBGrid g;
+        g.SetDataSet(&ds);
+        TLNQDBGridColumns& cols = g.Columns();
+        QCOMPARE(cols.ColumnOfField("vCustomerName")->Title().Caption(), QStringLiteral("客户名称"));
+        cols.ColumnOfField("vCustomerNo")->Title().SetCaption(QStringLiteral("客户.编码"));
+        cols.ColumnOfField("vCustomerName")->Title().SetCaption(QStringLiteral("客户.名称"));
+        cols.ColumnOfField("vProvince")->Title().SetCaption(QStringLiteral("地区.省份"));
+        cols.ColumnOfField("vCity")->Title().SetCaption(QStringLiteral("地区.城市"));
+        cols.ColumnOfField("vCustomerName")->SetWidth(170);
+        cols.ColumnOfField("vCustomerNo")->SetCalcMode(ccCount);
+        cols.ColumnOfField("bIsAgent")->SetCheckBox(true);
+        for (const char* money : {"mCreditLimit", "dcBalance"}) {
+            TColumn* c = cols.ColumnOfField(QString::fromUtf8(money));
+            c->SetDataTypePro(dpDecimal);
+            c->SetDataWidth(14);
+            c->SetDataDec(2);
+            c->SetCalcMode(ccSum);
+            c->SetWidth(96);
+        }
+        g.SetDefColorPerRows(2);
+        g.SetGridTail(true);
+        g.SetDblEqual(true);
+        g.resize(940, 420);
+        g.show();
+        (void)QTest::qWaitForWindowExposed(&g);
+        // Filter on the province of the first customer, sort by balance.
+        const QString province = ds.FieldByName(QStringLiteral("vProvince")).AsString();
+        g.FocusCell(g.GridColOf(cols.ColumnOfField("vProvince")), 1);
+        g.SelectFilter();
+        TColumn* balance = cols.ColumnOfField("dcBalance");
+        g.TitleClick(balance);
+        g.AutoCalculate(-1);
+        QVERIFY(ds.RecordCount() > 0 && ds.RecordCount() < 300);
+        QCOMPARE(cols.ColumnOfField("vCustomerNo")->TailCaption(), QString::number(ds.RecordCount()));
+        QVERIFY(balance->Title().Caption().endsWith(QStringLiteral("↓dcBalance")) ||
+                balance->Title().Caption().contains(QStringLiteral("↓")));
+        const int pc = g.GridColOf(cols.ColumnOfField("vProvince"));
+        for (int r = 1; r < std::min(g.RowCount(), 20); ++r)
+            QCOMPARE(g.CellModel().Cell(pc, r), province);
+        g.FocusCell(g.GridColOf(cols.ColumnOfField("vCustomerName")), 3);
+        const QString out = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
+        if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid.png")));
+        TDataEnvironment::FreeInstance();
+    }
+
+    void titleClickByMouse() {
+        Fixture f;
+        TColumn* amount = f.col("Amount");
+        const int gc = f.g.GridColOf(amount);
+        QHeaderView* header = f.g.horizontalHeader();
+        const QPoint at(header->sectionViewportPosition(gc) + header->sectionSize(gc) / 2,
+                        header->height() - 4);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXDAmount"));
+        QCOMPARE(amount->Title().Caption(), QStringLiteral("↓Amount"));
+        // Without coTitleSort a click only reports.
+        f.g.SetControlOptions(f.g.ControlOptions() &
+                              ~TDBGridControlOptions(TDBGridControlOption::coTitleSort));
+        QSignalSpy clicked(&f.g, &TLNQCustomDBGrid::OnTitleClickDB);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+        QCOMPARE(clicked.count(), 1);
+        QCOMPARE(f.ds.IndexName(), QStringLiteral("IXDAmount"));
+    }
+
+    void chineseInputIntoCell() {
+        Fixture f;
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col("vName")), 3);
+        press(&f.g, Qt::Key_F2);
+        QWidget* editor = QApplication::focusWidget();
+        QVERIFY(editor && editor != &f.g);
+        QInputMethodEvent preedit(QStringLiteral("zhao"), {});
+        QApplication::sendEvent(editor, &preedit);
+        QInputMethodEvent commit;
+        commit.setCommitString(QStringLiteral("赵六"));
+        QApplication::sendEvent(editor, &commit);
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Up);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.column("vName").at(2).right(2), QStringLiteral("赵六"));
+    }
+
+    void hooksAndEvents() {
+        struct Counting : TLNQDBGrid {
+            int saves = 0, loads = 0;
+            void SaveFormat() override { ++saves; }
+            void LoadFormat() override { ++loads; }
+        };
+        TClientDataSet ds;
+        load(ds, sample());
+        Counting g;
+        g.SetControlOptions(g.ControlOptions() | TDBGridControlOption::coAutoFormat);
+        g.SetDataSet(&ds);
+        QCOMPARE(g.loads, 1);
+        g.TitleClick(g.Columns().ColumnOfField(QStringLiteral("ID")));
+        QCOMPARE(g.saves, 1);
+        // The data link maps grid columns to fields.
+        QCOMPARE(g.DataLink().GetMappedIndex(g.Columns().ColumnOfField(QStringLiteral("Code"))->Index()), 5);
+        QCOMPARE(g.DataLink().GetMappedIndex(99), -1);
+        // OnSelectCell can refuse a move.
+        int asked = 0;
+        g.OnSelectCellDB = [&](TLNQCustomDBGrid*, const QString&, const QString& text, int, int, int,
+                               int ARow, bool& can) {
+            ++asked;
+            can = ARow != 3 && text != QStringLiteral("王五");
+        };
+        g.FocusCell(2, 1);
+        g.FocusCell(2, 3);
+        QVERIFY(asked >= 1);
+        QCOMPARE(g.Row(), 1);
+        QCOMPARE(ds.RecNo(), 1);
+        // Accessible header texts carry no sort mark.
+        const int gc = g.GridColOf(g.Columns().ColumnOfField(QStringLiteral("ID")));
+        QCOMPARE(g.CellModel().headerData(gc, Qt::Horizontal, Qt::AccessibleTextRole).toString(),
+                 QStringLiteral("ID"));
+        QCOMPARE(g.accessibleName(), QStringLiteral("数据表格"));
+    }
+
+    void loadButtonReportsColumn() {
+        Fixture f;
+        TColumn* code = f.col("Code");
+        code->SetLoadButton(true);
+        TColumn* got = nullptr;
+        f.g.OnDBLoadButtonClick = [&](TLNQCustomDBGrid*, TColumn* c) { got = c; };
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(code), 2);
+        QCOMPARE(f.g.GetEditStyle(f.g.GridColOf(code), 2), esEllipsis);
+        press(&f.g, Qt::Key_F2);
+        QVERIFY(f.g.EditorMode());
+        auto* button = f.g.InplaceEditor()->findChild<QToolButton*>();
+        QVERIFY(button);
+        QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(got, code);
+    }
+
+    void drawColumnCellReachesHost() {
+        Fixture f;
+        f.g.SetDefaultDrawing(false);
+        QSet<int> cols;
+        QSet<QString> fields;
+        connect(&f.g, &TLNQCustomDBGrid::OnDrawColumnCell, this,
+                [&](TLNQCustomDBGrid*, QPainter*, const QRect&, int dataCol, TColumn* c, TGridDrawState) {
+                    cols.insert(dataCol);
+                    fields.insert(c->FieldName());
+                });
+        (void)f.g.grab();
+        QVERIFY(cols.contains(0) && !cols.contains(-1));
+        QVERIFY(fields.contains(QStringLiteral("ID")) && fields.contains(QStringLiteral("vName")));
+    }
+
+    void cancelOnExitDropsEmptyInsert() {
+        Fixture f;
+        QLineEdit other;
+        other.show();
+        f.g.activateWindow();
+        f.g.setFocus();
+        f.g.InsertRecord();
+        QCOMPARE(f.ds.State(), TDataSetState::dsInsert);
+        QFocusEvent out(QEvent::FocusOut, Qt::TabFocusReason);
+        QApplication::sendEvent(&f.g, &out);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QCOMPARE(f.g.RowCount(), 5);
+    }
+
+    void hiDpiImages() {
+        const QPixmap pm = DBGridBitmap(QStringLiteral("TRWDBPICTRUE"), 1.5);
+        QCOMPARE(pm.deviceIndependentSize(), QSizeF(12, 12));
+        QCOMPARE(pm.size(), QSize(18, 18));
+        QCOMPARE(DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.25).deviceIndependentSize(), QSizeF(12, 12));
+        QCOMPARE(DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.3).deviceIndependentSize(), QSizeF(12, 12));
+        // The grid paints into a fractional-ratio surface without losing its texts.
+        Fixture f;
+        QImage img(f.g.size() * 1.5, QImage::Format_ARGB32);
+        img.setDevicePixelRatio(1.5);
+        img.fill(Qt::white);
+        f.g.render(&img);
+        QCOMPARE(f.column("vName").first(), QStringLiteral("张三"));
+    }
+
+    void modelsPassTester() {
+        Fixture f;
+        TDataSetModel model(&f.ds);
+        QAbstractItemModelTester t1(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester t2(&f.g.CellModel(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QCOMPARE(model.rowCount(), 4);
+        QCOMPARE(model.data(model.index(0, 3)).toString(), QStringLiteral("是"));
+        QVERIFY(model.setData(model.index(1, 1), QStringLiteral("新名")));
+        QCOMPARE(f.column("vName").at(1), QStringLiteral("新名"));
+        QVERIFY(!model.setData(model.index(1, 0), QStringLiteral("not a number")));
+        f.g.AddFilter(QStringLiteral("vName"), QStringLiteral("等于"), QStringLiteral("张三"));
+        QCOMPARE(model.rowCount(), 2);
+        f.ds.Append();
+        f.ds.FieldByName(QStringLiteral("ID")).SetAsInteger(9);
+        f.ds.FieldByName(QStringLiteral("vName")).SetAsString(QStringLiteral("张三"));
+        f.ds.Post();
+        QCOMPARE(model.rowCount(), 3);
+        f.ds.Delete();
+        QCOMPARE(model.rowCount(), 2);
+    }
+};
+
+LNQ_TEST_MAIN_WIDGETS(tst_Ctrl_LNQDBGrid)
+#include "tst_Ctrl_LNQDBGrid.moc"
