@@ -59,6 +59,7 @@
 #include "util/DateUtils.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QFlags>
 #include <QIODevice>
 #include <QObject>
@@ -74,6 +75,8 @@ namespace lnq {
 class TDataSet;
 class TADOConnection;
 struct TRecordStore; // the shared typed column storage (DataSet.cpp)
+class TCellBuffer;   // text and byte cells of one column
+class TRecordsPass;
 
 enum class TFieldKind : std::uint8_t { fkData, fkCalculated };
 enum class TDataSetState : std::uint8_t { dsInactive, dsBrowse, dsEdit, dsInsert, dsCalcFields };
@@ -140,7 +143,12 @@ public:
     TDateTime AsDateTimeValue() const; // days since 1899-12-30 (fast path for filters)
     QDateTime AsDateTime() const;      // invalid for null
     bool AsBoolean() const;
-    QByteArray AsBytes() const;  // blobs and byte fields
+    QByteArray AsBytes() const; // blobs and byte fields
+    // The text as the dataset stores it (UTF-8), read without building a
+    // QString: true and the bytes in utf8 for a text field (a null reads as
+    // no bytes, as AsString reads ""), false for a field of any other kind.
+    // The view is valid until the records change.
+    bool AsUtf8View(QByteArrayView& utf8) const;
     QVariant AsVariant() const;  // null QVariant for null
     QString DisplayText() const; // as a grid shows it
 
@@ -212,6 +220,51 @@ struct TUpdateRequest {
 struct TUpdateResult {
     std::vector<std::pair<int, QVariant>> Assigned; // column index (as in the request), value
     QVariant RowId;                                 // the new row's identity, stored into its IsRowId column
+};
+
+// One field's stored values, read by record number (the records of a
+// TRecordsPass) without field objects, for passes over many records. A null
+// cell holds its kind's default (0, no bytes) and has its bit set. Valid while
+// the records are not changed.
+class TStoredColumn {
+public:
+    TStorageKind Kind() const { return m_kind; }
+    bool IsNull(qint64 record) const {
+        return (m_nulls[static_cast<size_t>(record >> 6)] >> (record & 63)) & 1u;
+    }
+    qint64 Int(qint64 record) const { return m_ints[record]; }   // Integer, Boolean (0/1)
+    double Real(qint64 record) const { return m_reals[record]; } // Float, DateTime
+    QByteArrayView Text(qint64 record) const;                    // Text (UTF-8), Bytes
+
+private:
+    friend class TRecordsPass;
+    TStorageKind m_kind = TStorageKind::Text;
+    const quint64* m_nulls = nullptr;
+    const qint64* m_ints = nullptr;
+    const double* m_reals = nullptr;
+    const TCellBuffer* m_cells = nullptr;
+};
+
+// A records filter narrows the candidate records of a filtering pass in one
+// call, column by column, instead of being asked record by record.
+// Records() holds the candidates in view order; the filter removes the ones
+// it refuses and keeps the order of the rest (it may neither add nor reorder
+// records: the dataset raises EDatabaseError then). ReadRecord points the
+// dataset's fields at a record, for conditions that read through fields.
+class TRecordsPass {
+public:
+    TRecordsPass(const TRecordsPass&) = delete;
+    TRecordsPass& operator=(const TRecordsPass&) = delete;
+
+    std::vector<qint32>& Records() { return m_records; }
+    TStoredColumn Column(int field) const; // EDatabaseError for an index out of range
+    void ReadRecord(qint64 record);
+
+private:
+    friend class TDataSet;
+    TRecordsPass(TDataSet& dataSet, std::vector<qint32>& records) : m_dataSet(dataSet), m_records(records) {}
+    TDataSet& m_dataSet;
+    std::vector<qint32>& m_records;
 };
 
 class TDataSet : public QObject {
@@ -295,6 +348,13 @@ public:
     void SetFiltered(bool filtered);
     void SetOnFilterRecord(FilterRecordFn fn);
     const FilterRecordFn& OnFilterRecord() const;
+    // The records filter (see TRecordsPass): asked once per pass with every
+    // candidate, after the filter text and before the record-filter
+    // callback, which then sees only the records it kept; a posted record is
+    // re-checked by both. It counts as a filter like the callback does.
+    using FilterRecordsFn = std::function<void(TDataSet& dataSet, TRecordsPass& pass)>;
+    void SetOnFilterRecords(FilterRecordsFn fn);
+    const FilterRecordsFn& OnFilterRecords() const;
     void Refilter();
 
     // Random access for views: value of field `field` at 0-based position
@@ -382,6 +442,7 @@ protected:
 
 private:
     friend class TField;
+    friend class TRecordsPass;
     TField& FieldByNameSlow(const QString& name) const;
     // The cached copy of the name keeps its character data alive, so a
     // matching data pointer always means the same text.

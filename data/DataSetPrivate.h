@@ -61,6 +61,7 @@ struct TDataSet::Private {
 
     bool filtered = false;
     FilterRecordFn onFilter;
+    FilterRecordsFn onFilterRecords;
 
     struct SortKey {
         int col = 0;
@@ -116,6 +117,8 @@ struct TDataSet::Private {
 
     bool filterActive() const;
     bool accepts(qint64 record);
+    // Narrows v (candidates in view order) to the records every filter accepts.
+    void filterRecords(std::vector<qint32>& v);
     void resolveKeys();
     bool lessRecord(qint64 a, qint64 b) const;
     void sortRecords(std::vector<qint32>& v) const;
