@@ -14,7 +14,8 @@
 //    IndexName / IndexFieldNames, a filter text.
 //
 // Records are stored column-wise in typed arrays shared (std::shared_ptr) by
-// a dataset and its clones. Each dataset has its own cursor and its own view:
+// a dataset and its clones; text is kept as UTF-8 in one buffer per column
+// and becomes a QString only when a caller asks for one. Each dataset has its own cursor and its own view:
 // the order (sort or index) and the filtered subset of the shared records.
 //
 // Cursor semantics (the framework's rules depend on them):
@@ -250,7 +251,8 @@ private:
 // Records() holds the candidates in view order; the filter removes the ones
 // it refuses and keeps the order of the rest (it may neither add nor reorder
 // records: the dataset raises EDatabaseError then). ReadRecord points the
-// dataset's fields at a record, for conditions that read through fields.
+// dataset's fields at a record, for conditions that read through fields;
+// before the first call they read as on an empty dataset (null).
 class TRecordsPass {
 public:
     TRecordsPass(const TRecordsPass&) = delete;

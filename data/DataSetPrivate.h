@@ -95,9 +95,9 @@ struct TDataSet::Private {
     // The column and row a field reads: the record under evaluation, the
     // edit buffer, or the cursor's record (nullptr when there is none).
     const TColumn* readColumn(int field, qint64& r) const {
-        if (evaluating) {
+        if (evaluating) { // no record yet: a records filter that has not called ReadRecord
             r = evalRecord;
-            return &store->cols[static_cast<size_t>(field)];
+            return r >= 0 ? &store->cols[static_cast<size_t>(field)] : nullptr;
         }
         if (editBuf) {
             r = 0;

@@ -225,6 +225,24 @@ private Q_SLOTS:
         ds.SetOnFilterRecords([](TDataSet&, TRecordsPass& p) { p.Records().resize(3); });
         QCOMPARE(ids(ds), (QList<int>{0, 1, 2}));
     }
+
+    // Fields read through the pass: nothing before ReadRecord, then the
+    // record named.
+    void fieldsFollowReadRecord() {
+        TClientDataSet ds;
+        load(ds);
+        QStringList seen;
+        ds.SetOnFilterRecords([&seen](TDataSet& d, TRecordsPass& p) {
+            TField& name = d.FieldByName(QStringLiteral("Name"));
+            seen << name.AsString() << QString::number(name.IsNull());
+            p.ReadRecord(p.Records()[1]);
+            seen << name.AsString();
+            QVERIFY_THROWS_EXCEPTION(EDatabaseError, p.ReadRecord(4000));
+            QVERIFY_THROWS_EXCEPTION(EDatabaseError, p.Column(99));
+        });
+        ds.SetFiltered(true);
+        QCOMPARE(seen, (QStringList{QString(), QStringLiteral("1"), QStringLiteral("上海")}));
+    }
 };
 
 LNQ_TEST_MAIN_CORE(TestFilterColumns)
