@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <utility>
 
 namespace lnq {
@@ -414,16 +415,19 @@ void TDataSet::Private::filterRecords(std::vector<qint32>& v) {
         v.resize(o);
     }
     if (!v.empty()) {
-        const std::vector<qint32> before = v;
+        // What is left must be live records, no more than the candidates and,
+        // when the candidates ascend (the natural order), still ascending.
+        const size_t count = v.size();
+        const bool ascending =
+            std::adjacent_find(v.begin(), v.end(), std::greater_equal<qint32>()) == v.end();
         TRecordsPass pass(*q, v);
         onFilterRecords(*q, pass);
-        // What is left must be some of the candidates, in their order.
-        size_t i = 0;
+        if (v.size() > count) dbError(QStringLiteral("记录过滤器返回的记录多于候选记录"));
+        qint32 last = -1;
         for (const qint32 r : v) {
-            while (i < before.size() && before[i] != r)
-                ++i;
-            if (i == before.size()) dbError(QStringLiteral("记录过滤器返回了不在候选中的记录 %1").arg(r));
-            ++i;
+            if (!store->isLive(r) || (ascending && r <= last))
+                dbError(QStringLiteral("记录过滤器返回了不在候选中的记录 %1").arg(r));
+            last = r;
         }
     }
     if (onFilter) {
@@ -1912,8 +1916,8 @@ const TDataSet::FilterRecordsFn& TDataSet::OnFilterRecords() const {
     return d->onFilterRecords;
 }
 
-QByteArrayView TStoredColumn::Text(qint64 record) const {
-    return m_cells ? m_cells->view(record) : QByteArrayView();
+QByteArrayView TStoredColumn::longText(const char* at) {
+    return TCellBuffer::longView(at);
 }
 
 TStoredColumn TRecordsPass::Column(int field) const {
@@ -1926,7 +1930,10 @@ TStoredColumn TRecordsPass::Column(int field) const {
     s.m_nulls = c.nulls.data();
     s.m_ints = c.ints.data();
     s.m_reals = c.reals.data();
-    if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes) s.m_cells = &c.cells;
+    if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes) {
+        s.m_spans = c.cells.spans();
+        s.m_bytes = c.cells.bytes();
+    }
     return s;
 }
 

@@ -76,7 +76,6 @@ namespace lnq {
 class TDataSet;
 class TADOConnection;
 struct TRecordStore; // the shared typed column storage (DataSet.cpp)
-class TCellBuffer;   // text and byte cells of one column
 class TRecordsPass;
 
 enum class TFieldKind : std::uint8_t { fkData, fkCalculated };
@@ -235,22 +234,34 @@ public:
     }
     qint64 Int(qint64 record) const { return m_ints[record]; }   // Integer, Boolean (0/1)
     double Real(qint64 record) const { return m_reals[record]; } // Float, DateTime
-    QByteArrayView Text(qint64 record) const;                    // Text (UTF-8), Bytes
+    QByteArrayView Text(qint64 record) const {                   // Text (UTF-8), Bytes
+        // The cell's span: offset in the column's buffer << 24 | length, the
+        // length all ones when it is kept in front of the bytes instead.
+        const quint64 s = m_spans[record];
+        const quint64 len = s & kLongLength;
+        const char* at = m_bytes + (s >> 24);
+        return len != kLongLength ? QByteArrayView(at, static_cast<qsizetype>(len)) : longText(at);
+    }
 
 private:
     friend class TRecordsPass;
+    static constexpr quint64 kLongLength = (quint64(1) << 24) - 1;
+    static QByteArrayView longText(const char* at);
     TStorageKind m_kind = TStorageKind::Text;
     const quint64* m_nulls = nullptr;
     const qint64* m_ints = nullptr;
     const double* m_reals = nullptr;
-    const TCellBuffer* m_cells = nullptr;
+    const quint64* m_spans = nullptr;
+    const char* m_bytes = nullptr;
 };
 
 // A records filter narrows the candidate records of a filtering pass in one
 // call, column by column, instead of being asked record by record.
 // Records() holds the candidates in view order; the filter removes the ones
-// it refuses and keeps the order of the rest (it may neither add nor reorder
-// records: the dataset raises EDatabaseError then). ReadRecord points the
+// it refuses and keeps the order of the rest. It may neither add records nor
+// reorder them: more records than the candidates, a record that does not
+// exist and, over candidates in natural order, a record out of order raise
+// EDatabaseError. ReadRecord points the
 // dataset's fields at a record, for conditions that read through fields;
 // before the first call they read as on an empty dataset (null).
 class TRecordsPass {

@@ -109,6 +109,14 @@ bool isValidUtf8(QByteArrayView bytes) {
             ++p;
             continue;
         }
+        // Three-byte forms (the Chinese characters) first.
+        if ((c & 0xF0) == 0xE0 && e - p >= 3) {
+            const unsigned b1 = p[1];
+            if ((b1 & 0xC0) != 0x80 || (p[2] & 0xC0) != 0x80) return false;
+            if ((c == 0xE0 && b1 < 0xA0) || (c == 0xED && b1 > 0x9F)) return false;
+            p += 3;
+            continue;
+        }
         int extra;
         unsigned lo = 0x80, hi = 0xBF; // allowed range of the second byte
         if (c >= 0xC2 && c <= 0xDF) {

@@ -35,7 +35,7 @@ namespace lnq {
 // given. A view of a cell stays valid only until the column is written.
 class TCellBuffer {
 public:
-    static constexpr int kLengthBits = 24;
+    static constexpr int kLengthBits = 24; // TStoredColumn::Text reads spans this way too
     static constexpr quint64 kLongLength = (quint64(1) << kLengthBits) - 1;
 
     qint64 size() const { return static_cast<qint64>(m_spans.size()); }
@@ -54,12 +54,15 @@ public:
     void popBack();
     void set(qint64 r, QByteArrayView v);
     void clear(qint64 r) { set(r, QByteArrayView()); }
+    // The spans and the buffer as they are now (TStoredColumn reads them).
+    const quint64* spans() const { return m_spans.data(); }
+    const char* bytes() const { return m_buf.data(); }
+    static QByteArrayView longView(const char* p);
     // Bytes held (live and unused) and bytes no row refers to any more.
     qint64 bufferBytes() const { return static_cast<qint64>(m_buf.size()); }
     qint64 unusedBytes() const { return m_unused; }
 
 private:
-    static QByteArrayView longView(const char* p);
     quint64 place(QByteArrayView v);
     qint64 storedBytes(quint64 span) const;
     void pack();

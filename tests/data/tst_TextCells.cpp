@@ -163,6 +163,26 @@ private Q_SLOTS:
         QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), found ? found : 4);
     }
 
+    void utf8Validity_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("ascii, long") << QByteArray("KH00000001 and more ascii") << true;
+        QTest::newRow("chinese") << QByteArray("\xe5\x8c\x97\xe4\xba\xac") << true;
+        QTest::newRow("two and four bytes") << QByteArray("\xc3\xa9\xf0\x9f\x98\x80") << true;
+        QTest::newRow("truncated three") << QByteArray("ab\xe5\x8c") << false;
+        QTest::newRow("bad continuation") << QByteArray("\xe5\x41\x97") << false;
+        QTest::newRow("overlong three") << QByteArray("\xe0\x80\xaf") << false;
+        QTest::newRow("surrogate") << QByteArray("\xed\xa0\x80") << false;
+        QTest::newRow("overlong two") << QByteArray("\xc0\xaf") << false;
+        QTest::newRow("beyond U+10FFFF") << QByteArray("\xf4\x90\x80\x80") << false;
+        QTest::newRow("lone continuation") << QByteArray("12345678\x80") << false;
+    }
+    void utf8Validity() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, valid);
+        QCOMPARE(isValidUtf8(bytes), valid);
+    }
+
     // Bytes a driver hands over that are not UTF-8 read as U+FFFD, in the
     // text and in what compares with it.
     void invalidUtf8ReadsAsReplacement() {

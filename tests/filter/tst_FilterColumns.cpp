@@ -210,6 +210,7 @@ private Q_SLOTS:
         QTest::newRow("adds a record") << 0;
         QTest::newRow("reorders") << 1;
         QTest::newRow("repeats a record") << 2;
+        QTest::newRow("a record that does not exist") << 3;
     }
     void recordsFilterMayOnlyNarrow() {
         QFETCH(int, mode);
@@ -220,6 +221,7 @@ private Q_SLOTS:
             if (mode == 0) r.push_back(r.front());
             if (mode == 1) std::swap(r[0], r[1]);
             if (mode == 2) r[1] = r[0];
+            if (mode == 3) r[0] = 4000;
         });
         QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.SetFiltered(true));
         ds.SetOnFilterRecords([](TDataSet&, TRecordsPass& p) { p.Records().resize(3); });
