@@ -199,7 +199,12 @@ public:
     void SetText(int col, const QString& v) override {
         ColState& s = state(col);
         if (s.kind == TStorageKind::Text) {
-            putCell(s, v.toUtf8());
+            if (s.set) {
+                s.c->cells.setText(m_row, v);
+            } else {
+                s.c->cells.appendText(v);
+                s.set = true;
+            }
         } else {
             slot(s);
             try {

@@ -6,6 +6,7 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QStringEncoder>
 #include <QTime>
 #include <algorithm>
 #include <cmath>
@@ -43,6 +44,33 @@ quint64 TCellBuffer::place(QByteArrayView v) {
     }
     m_buf.insert(m_buf.end(), v.data(), v.data() + v.size());
     return offset << kLengthBits | (isLong ? kLongLength : len);
+}
+
+quint64 TCellBuffer::placeText(QStringView v) {
+    if (v.isEmpty()) return 0;
+    // At most three bytes per UTF-16 unit; texts that long are rare and go
+    // through a converted copy. An unpaired surrogate becomes U+FFFD, as an
+    // invalid UTF-8 sequence reads.
+    const auto most = static_cast<quint64>(v.size()) * 3;
+    if (most >= kLongLength) return place(QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(v)));
+    const size_t offset = m_buf.size();
+    if (offset + most >= (quint64(1) << (64 - kLengthBits)))
+        throw EDatabaseError(
+            QStringLiteral("文本列的数据超过了 %1 字节").arg(quint64(1) << (64 - kLengthBits)));
+    m_buf.resize(offset + static_cast<size_t>(most));
+    QStringEncoder utf8(QStringEncoder::Utf8);
+    char* const begin = m_buf.data() + offset;
+    const char* const end = utf8.appendToBuffer(begin, v);
+    const auto len = static_cast<quint64>(end - begin);
+    m_buf.resize(offset + static_cast<size_t>(len));
+    return quint64(offset) << kLengthBits | len;
+}
+
+void TCellBuffer::setText(qint64 r, QStringView v) {
+    const qint64 old = storedBytes(m_spans[static_cast<size_t>(r)]);
+    m_spans[static_cast<size_t>(r)] = placeText(v);
+    m_unused += old;
+    if (m_unused > (1 << 16) && m_unused * 2 > static_cast<qint64>(m_buf.size())) pack();
 }
 
 void TCellBuffer::popBack() {
@@ -587,7 +615,7 @@ void setNull(TColumn& c, qint64 r) {
 void setText(TColumn& c, qint64 r, const QString& v, const QString& fieldName) {
     const auto i = static_cast<size_t>(r);
     if (c.kind == TStorageKind::Text) {
-        c.cells.set(r, v.toUtf8());
+        c.cells.setText(r, v);
         c.setNullBit(r, false);
         return;
     }

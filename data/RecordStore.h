@@ -17,6 +17,7 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
+#include <QStringView>
 #include <QVariant>
 #include <cstdint>
 #include <memory>
@@ -50,6 +51,9 @@ public:
     // Whether row r holds no bytes (a null or an empty text).
     bool isEmpty(qint64 r) const { return (m_spans[static_cast<size_t>(r)] & kLongLength) == 0; }
     void append(QByteArrayView v) { m_spans.push_back(place(v)); }
+    // Text given as UTF-16, kept as UTF-8 (encoded straight into the buffer).
+    void appendText(QStringView v) { m_spans.push_back(placeText(v)); }
+    void setText(qint64 r, QStringView v);
     void appendEmpty() { m_spans.push_back(0); }
     void popBack();
     void set(qint64 r, QByteArrayView v);
@@ -64,6 +68,7 @@ public:
 
 private:
     quint64 place(QByteArrayView v);
+    quint64 placeText(QStringView v);
     qint64 storedBytes(quint64 span) const;
     void pack();
 

@@ -9,6 +9,7 @@
 #include "util/Exceptions.h"
 
 #include <QBuffer>
+#include <QStringEncoder>
 
 using namespace lnq;
 
@@ -71,6 +72,27 @@ private Q_SLOTS:
         QCOMPARE(b.size(), qint64(model.size()));
         for (size_t i = 0; i < model.size(); ++i)
             QCOMPARE(b.view(qint64(i)).toByteArray(), model[i]);
+    }
+
+    // Text given as UTF-16 is kept as its UTF-8 bytes (an unpaired surrogate
+    // as U+FFFD).
+    void textKeptAsUtf8() {
+        TCellBuffer b;
+        QStringList texts{QStringLiteral("abc"),
+                          QStringLiteral("北京"),
+                          QString::fromUtf16(u"\U0001F600x"),
+                          QString(QChar(0xD800)) + QLatin1Char('a'),
+                          QString(),
+                          QString(5000, QChar(u'长'))};
+        for (const QString& t : texts)
+            b.appendText(t);
+        b.setText(1, u"上海浦东");
+        texts[1] = QStringLiteral("上海浦东");
+        for (int i = 0; i < texts.size(); ++i)
+            QCOMPARE(b.view(i).toByteArray(),
+                     QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(texts[i])));
+        QCOMPARE(b.view(3).toByteArray(), QByteArray("\xef\xbf\xbd"
+                                                     "a"));
     }
 
     // Rewriting every cell again and again packs the buffer: it stays within
