@@ -1,5 +1,6 @@
 #include "data/DataSet.h"
 
+#include "data/Collation.h"
 #include "data/DataSetPrivate.h"
 #include "data/RecordStore.h"
 #include "util/Exceptions.h"
@@ -9,7 +10,9 @@
 #include <QPointer>
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <exception>
+#include <functional>
 #include <utility>
 
 namespace lnq {
@@ -18,6 +21,14 @@ namespace {
 
 [[noreturn]] void dbError(const QString& message) {
     throw EDatabaseError(message);
+}
+
+// Byte order, a shorter prefix first.
+int compareBytes(const char* a, qint64 na, const char* b, qint64 nb) {
+    const qint64 n = std::min(na, nb);
+    const int c = n > 0 ? std::memcmp(a, b, static_cast<size_t>(n)) : 0;
+    if (c != 0) return c < 0 ? -1 : 1;
+    return na == nb ? 0 : (na < nb ? -1 : 1);
 }
 
 // Restores a value on scope exit (filter passes and calculations must not
@@ -56,12 +67,79 @@ int compareCells(const TColumn& c, qint64 a, qint64 b, bool ci) {
         return x < y ? -1 : (x > y ? 1 : 0);
     }
     case TStorageKind::Text:
-        return QString::compare(c.texts[ia], c.texts[ib], ci ? Qt::CaseInsensitive : Qt::CaseSensitive);
-    case TStorageKind::Bytes:
-        return c.bytes[ia] < c.bytes[ib] ? -1 : (c.bytes[ia] == c.bytes[ib] ? 0 : 1);
+    case TStorageKind::Bytes: {
+        const QByteArrayView x = c.cells.view(a);
+        const QByteArrayView y = c.cells.view(b);
+        if (ci && c.kind == TStorageKind::Text)
+            return Collation::compareUtf8(x.data(), x.size(), y.data(), y.size());
+        return compareBytes(x.data(), x.size(), y.data(), y.size());
+    }
     }
     return 0;
 }
+
+// One record's sort bytes: the collation key of its text, or the stored
+// bytes themselves (code point order for UTF-8). The first eight bytes, big
+// endian, decide most comparisons without reading the rest.
+struct SortBytes {
+    quint64 head = 0;
+    const char* p = nullptr;
+    qint64 n = 0;
+    qint32 record = 0;
+
+    void set(const char* bytes, qint64 len) {
+        p = bytes;
+        n = len;
+        unsigned char b[8] = {};
+        if (len > 0) std::memcpy(b, bytes, static_cast<size_t>(std::min<qint64>(len, 8)));
+        head = 0;
+        for (const unsigned char x : b)
+            head = head << 8 | x;
+    }
+    static int compare(const SortBytes& a, const SortBytes& b) {
+        if (a.head != b.head) return a.head < b.head ? -1 : 1;
+        return compareBytes(a.p, a.n, b.p, b.n);
+    }
+};
+
+// The sort bytes of the records in v for one key column: collation keys
+// (built once per sort into one buffer) for a case-insensitive text key, the
+// stored bytes otherwise. Nulls are marked by record in isNull.
+class SortColumn {
+public:
+    SortColumn(const TColumn& c, bool ci, const std::vector<qint32>& v, qint64 rows) {
+        m_bytes.resize(static_cast<size_t>(rows));
+        const bool keys = ci && c.kind == TStorageKind::Text;
+        if (keys) {
+            std::vector<qint64> off(v.size());
+            qint64 total = 0;
+            for (const qint32 r : v)
+                total += c.cells.view(r).size();
+            m_keys.reserve(static_cast<qsizetype>(total) * 3);
+            for (size_t i = 0; i < v.size(); ++i) {
+                off[i] = m_keys.size();
+                const QByteArrayView t = c.cells.view(v[i]);
+                Collation::appendSortKeyUtf8(t.data(), t.size(), m_keys);
+            }
+            for (size_t i = 0; i < v.size(); ++i) {
+                const qint64 end = i + 1 < v.size() ? off[i + 1] : m_keys.size();
+                m_bytes[static_cast<size_t>(v[i])].set(m_keys.constData() + off[i], end - off[i]);
+            }
+        } else {
+            for (const qint32 r : v) {
+                const QByteArrayView t = c.cells.view(r);
+                m_bytes[static_cast<size_t>(r)].set(t.data(), t.size());
+            }
+        }
+        for (const qint32 r : v)
+            m_bytes[static_cast<size_t>(r)].record = r;
+    }
+    const SortBytes& at(qint32 r) const { return m_bytes[static_cast<size_t>(r)]; }
+
+private:
+    QByteArray m_keys;
+    std::vector<SortBytes> m_bytes;
+};
 
 } // namespace
 
@@ -121,7 +199,12 @@ public:
     void SetText(int col, const QString& v) override {
         ColState& s = state(col);
         if (s.kind == TStorageKind::Text) {
-            put(s, s.c->texts, v);
+            if (s.set) {
+                s.c->cells.setText(m_row, v);
+            } else {
+                s.c->cells.appendText(v);
+                s.set = true;
+            }
         } else {
             slot(s);
             try {
@@ -140,23 +223,21 @@ public:
     void SetTextUtf8(int col, const char* utf8, int len) override {
         ColState& s = state(col);
         if (s.kind == TStorageKind::Text) {
-            QString v = QString::fromUtf8(utf8, len);
-            if (s.set)
-                s.c->texts.back() = std::move(v);
-            else {
-                s.c->texts.push_back(std::move(v));
-                s.set = true;
-            }
+            const QByteArrayView v(utf8, len);
+            if (isValidUtf8(v))
+                putCell(s, v);
+            else // kept as the text the bytes decode to
+                putCell(s, QString::fromUtf8(v).toUtf8());
         } else {
             SetText(col, QString::fromUtf8(utf8, len));
         }
     }
     void SetBytes(int col, const void* data, int len) override {
         ColState& s = state(col);
-        const QByteArray b(static_cast<const char*>(data), len);
         if (s.kind == TStorageKind::Bytes) {
-            put(s, s.c->bytes, b);
+            putCell(s, QByteArrayView(static_cast<const char*>(data), len));
         } else {
+            const QByteArray b(static_cast<const char*>(data), len);
             slot(s);
             cell::setBytes(*s.c, m_row, b, *s.name);
             if (s.c->isNull(m_row)) {
@@ -210,6 +291,14 @@ private:
             s.set = true;
         }
     }
+    void putCell(ColState& s, QByteArrayView v) {
+        if (s.set) {
+            s.c->cells.set(m_row, v);
+        } else {
+            s.c->cells.append(v);
+            s.set = true;
+        }
+    }
     // Makes sure the row has a value slot for a converting setter.
     void slot(ColState& s) {
         if (!s.set) {
@@ -217,24 +306,7 @@ private:
             s.set = true;
         }
     }
-    static void popValue(ColState& s) {
-        switch (s.kind) {
-        case TStorageKind::Integer:
-        case TStorageKind::Boolean:
-            s.c->ints.pop_back();
-            break;
-        case TStorageKind::Float:
-        case TStorageKind::DateTime:
-            s.c->reals.pop_back();
-            break;
-        case TStorageKind::Text:
-            s.c->texts.pop_back();
-            break;
-        case TStorageKind::Bytes:
-            s.c->bytes.pop_back();
-            break;
-        }
-    }
+    static void popValue(ColState& s) { s.c->popValue(); }
     void startRow() {
         if ((m_row & 63) == 0)
             for (ColState& s : m_cols)
@@ -317,16 +389,62 @@ void TDataSet::Private::detach() {
 }
 
 bool TDataSet::Private::filterActive() const {
-    return filtered && (onFilter || q->HasFilterText());
+    return filtered && (onFilter || onFilterRecords || q->HasFilterText());
 }
 
 bool TDataSet::Private::accepts(qint64 record) {
+    std::vector<qint32> one{static_cast<qint32>(record)};
+    filterRecords(one);
+    return !one.empty();
+}
+
+void TDataSet::Private::filterRecords(std::vector<qint32>& v) {
+    const bool hasText = q->HasFilterText();
     ValueGuard<bool> g1(evaluating, true);
-    ValueGuard<qint64> g2(evalRecord, record);
-    bool ok = true;
-    if (q->HasFilterText()) ok = q->FilterTextAccepts(record);
-    if (ok && onFilter) onFilter(*q, ok);
-    return ok;
+    ValueGuard<qint64> g2(evalRecord, -1);
+    if (!onFilterRecords) { // record by record: the filter text, then the callback
+        size_t o = 0;
+        for (const qint32 r : v) {
+            evalRecord = r;
+            bool ok = !hasText || q->FilterTextAccepts(r);
+            if (ok && onFilter) onFilter(*q, ok);
+            if (ok) v[o++] = r;
+        }
+        v.resize(o);
+        return;
+    }
+    if (hasText) {
+        size_t o = 0;
+        for (const qint32 r : v)
+            if (q->FilterTextAccepts(r)) v[o++] = r;
+        v.resize(o);
+    }
+    if (!v.empty()) {
+        // What is left must be live records, no more than the candidates and,
+        // when the candidates ascend (the natural order), still ascending.
+        const size_t count = v.size();
+        const bool ascending =
+            std::adjacent_find(v.begin(), v.end(), std::greater_equal<qint32>()) == v.end();
+        TRecordsPass pass(*q, v);
+        onFilterRecords(*q, pass);
+        if (v.size() > count) dbError(QStringLiteral("记录过滤器返回的记录多于候选记录"));
+        qint32 last = -1;
+        for (const qint32 r : v) {
+            if (!store->isLive(r) || (ascending && r <= last))
+                dbError(QStringLiteral("记录过滤器返回了不在候选中的记录 %1").arg(r));
+            last = r;
+        }
+    }
+    if (onFilter) {
+        size_t o = 0;
+        for (const qint32 r : v) {
+            evalRecord = r;
+            bool ok = true;
+            onFilter(*q, ok);
+            if (ok) v[o++] = r;
+        }
+        v.resize(o);
+    }
 }
 
 void TDataSet::Private::resolveKeys() {
@@ -345,10 +463,58 @@ void TDataSet::Private::resolveKeys() {
 void TDataSet::Private::sortByKey(std::vector<qint32>& v, const SortKey& k) const {
     const TColumn& c = store->cols[static_cast<size_t>(k.col)];
     if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes) {
-        std::stable_sort(v.begin(), v.end(), [&](qint32 a, qint32 b) {
-            const int r = compareCells(c, a, b, k.ci);
-            return k.desc ? r > 0 : r < 0;
-        });
+        // Sort bytes made once (collation keys for a case-insensitive text),
+        // nulls first (last when descending), ties in their present order.
+        std::vector<qint32> nulls;
+        std::vector<SortBytes> items;
+        items.reserve(v.size());
+        QByteArray keys;
+        const bool collate = k.ci && c.kind == TStorageKind::Text;
+        std::vector<qint64> keyEnd;
+        if (collate) {
+            qint64 total = 0;
+            for (const qint32 r : v)
+                total += c.cells.view(r).size();
+            keys.reserve(static_cast<qsizetype>(total) * 3);
+        }
+        for (const qint32 r : v) {
+            if (c.isNull(r)) {
+                nulls.push_back(r);
+                continue;
+            }
+            const QByteArrayView t = c.cells.view(r);
+            SortBytes b;
+            b.record = r;
+            if (collate) {
+                Collation::appendSortKeyUtf8(t.data(), t.size(), keys);
+                keyEnd.push_back(keys.size());
+            } else {
+                b.set(t.data(), t.size());
+            }
+            items.push_back(b);
+        }
+        if (collate) // the key buffer no longer grows: point at it
+            for (size_t i = 0; i < items.size(); ++i) {
+                const qint64 from = i ? keyEnd[i - 1] : 0;
+                items[i].set(keys.constData() + from, keyEnd[i] - from);
+            }
+        if (k.desc)
+            std::stable_sort(items.begin(), items.end(), [](const SortBytes& a, const SortBytes& b) {
+                return SortBytes::compare(b, a) < 0;
+            });
+        else
+            std::stable_sort(items.begin(), items.end(), [](const SortBytes& a, const SortBytes& b) {
+                return SortBytes::compare(a, b) < 0;
+            });
+        size_t o = 0;
+        if (!k.desc)
+            for (const qint32 r : nulls)
+                v[o++] = r;
+        for (const SortBytes& b : items)
+            v[o++] = b.record;
+        if (k.desc)
+            for (const qint32 r : nulls)
+                v[o++] = r;
         return;
     }
     // Numbers: sort (key, record) pairs, nulls first (last when descending).
@@ -410,7 +576,29 @@ void TDataSet::Private::sortRecords(std::vector<qint32>& v) const {
             sortByKey(v, *it);
         return;
     }
-    std::stable_sort(v.begin(), v.end(), [&](qint32 a, qint32 b) { return lessRecord(a, b); });
+    // Text keys: their sort bytes are made once, then compared as bytes.
+    std::vector<std::unique_ptr<SortColumn>> prepared(keys.size());
+    for (size_t i = 0; i < keys.size(); ++i) {
+        const TColumn& c = store->cols[static_cast<size_t>(keys[i].col)];
+        if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes)
+            prepared[i] = std::make_unique<SortColumn>(c, keys[i].ci, v, store->rows);
+    }
+    std::stable_sort(v.begin(), v.end(), [&](qint32 a, qint32 b) {
+        for (size_t i = 0; i < keys.size(); ++i) {
+            const SortKey& k = keys[i];
+            const TColumn& c = store->cols[static_cast<size_t>(k.col)];
+            int r;
+            if (prepared[i]) {
+                const bool na = c.isNull(a), nb = c.isNull(b);
+                r = na || nb ? (na == nb ? 0 : (na ? -1 : 1))
+                             : SortBytes::compare(prepared[i]->at(a), prepared[i]->at(b));
+            } else {
+                r = compareCells(c, a, b, k.ci);
+            }
+            if (r != 0) return k.desc ? r > 0 : r < 0;
+        }
+        return false;
+    });
 }
 
 bool TDataSet::Private::lessRecord(qint64 a, qint64 b) const {
@@ -436,18 +624,7 @@ void TDataSet::Private::rebuildView() {
     std::vector<qint32> v = store->naturalOrder();
     if (filt) {
         q->PrepareFilterText();
-        const bool hasText = q->HasFilterText();
-        ValueGuard<bool> g1(evaluating, true);
-        ValueGuard<qint64> g2(evalRecord, -1);
-        size_t o = 0;
-        for (size_t i = 0; i < v.size(); ++i) {
-            const qint32 r = v[i];
-            evalRecord = r;
-            bool ok = !hasText || q->FilterTextAccepts(r);
-            if (ok && onFilter) onFilter(*q, ok);
-            if (ok) v[o++] = r;
-        }
-        v.resize(o);
+        filterRecords(v);
     }
     sortRecords(v);
     view.swap(v);
@@ -696,8 +873,21 @@ QString TField::AsString() const {
     qint64 r;
     const TColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c) return QString();
-    if (c->kind == TStorageKind::Text) return c->isNull(r) ? QString() : c->texts[static_cast<size_t>(r)];
+    if (c->kind == TStorageKind::Text) return c->isNull(r) ? QString() : c->textAt(r);
     return cell::toText(*c, r);
+}
+
+bool TField::AsUtf8View(QByteArrayView& utf8) const {
+    qint64 r;
+    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    if (!c) {
+        if (StorageKindOf(Def().DataType) != TStorageKind::Text) return false;
+        utf8 = QByteArrayView();
+        return true;
+    }
+    if (c->kind != TStorageKind::Text) return false;
+    utf8 = c->cells.view(r);
+    return true;
 }
 
 qint32 TField::AsInteger() const {
@@ -1146,6 +1336,9 @@ struct KeyMatcher {
     QByteArray bytes;
     Qt::CaseSensitivity cs = Qt::CaseSensitive;
     bool partial = false;
+    QByteArray utf8;            // text as stored, for a text column
+    QByteArray key;             // its collation key, for a case-insensitive partial key
+    mutable QByteArray cellKey; // scratch
 
     // Values first: a null cell holds its type's default, so the null bit
     // only needs looking at when the value matched.
@@ -1165,16 +1358,23 @@ struct KeyMatcher {
         case Mode::Date:
             return std::fabs(col->reals[ri] - f) < 0.5 / 86400000.0 && !col->isNull(r);
         case Mode::Bytes:
-            return col->bytes[ri] == bytes && !col->isNull(r);
+            return col->cells.view(r) == QByteArrayView(bytes) && !col->isNull(r);
         case Mode::Text: {
             if (col->isNull(r)) return false;
             if (col->kind == TStorageKind::Text) {
-                const QString& v = col->texts[ri];
-                return partial ? v.startsWith(text, cs)
-                               : (v.size() == text.size() && v.compare(text, cs) == 0);
+                const QByteArrayView v = col->cells.view(r);
+                if (cs == Qt::CaseSensitive) return partial ? v.startsWith(utf8) : v == QByteArrayView(utf8);
+                // Letter case and trailing blanks count as the collation says.
+                if (!partial)
+                    return Collation::compareUtf8(v.data(), v.size(), utf8.data(), utf8.size()) == 0;
+                cellKey.resize(0);
+                Collation::appendSortKeyUtf8(v.data(), v.size(), cellKey);
+                return cellKey.startsWith(key);
             }
             const QString v = cell::toText(*col, r);
-            return partial ? v.startsWith(text, cs) : v.compare(text, cs) == 0;
+            if (cs == Qt::CaseSensitive) return partial ? v.startsWith(text) : v == text;
+            if (!partial) return Collation::compare(v, text) == 0;
+            return Collation::sortKey(v).startsWith(key);
         }
         }
         return false;
@@ -1233,6 +1433,8 @@ KeyMatcher makeMatcher(const TColumn& c, const QVariant& v, TLocateOptions optio
         } else {
             m.text = v.toString();
         }
+        m.utf8 = m.text.toUtf8();
+        if (m.partial && m.cs == Qt::CaseInsensitive) m.key = Collation::sortKey(m.text);
         return m;
     }
     bool ok = true;
@@ -1710,6 +1912,42 @@ bool TDataSet::FilterTextAccepts(qint64) const {
     return true;
 }
 
+void TDataSet::SetOnFilterRecords(FilterRecordsFn fn) {
+    d->onFilterRecords = std::move(fn);
+    if (d->filtered) Refilter();
+}
+
+const TDataSet::FilterRecordsFn& TDataSet::OnFilterRecords() const {
+    return d->onFilterRecords;
+}
+
+QByteArrayView TStoredColumn::longText(const char* at) {
+    return TCellBuffer::longView(at);
+}
+
+TStoredColumn TRecordsPass::Column(int field) const {
+    const TDataSet::Private& p = *m_dataSet.d;
+    if (field < 0 || field >= static_cast<int>(p.fields.size()) || !p.store)
+        dbError(QStringLiteral("字段序号 %1 超出范围").arg(field));
+    const TColumn& c = p.store->cols[static_cast<size_t>(field)];
+    TStoredColumn s;
+    s.m_kind = c.kind;
+    s.m_nulls = c.nulls.data();
+    s.m_ints = c.ints.data();
+    s.m_reals = c.reals.data();
+    if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes) {
+        s.m_spans = c.cells.spans();
+        s.m_bytes = c.cells.bytes();
+    }
+    return s;
+}
+
+void TRecordsPass::ReadRecord(qint64 record) {
+    TDataSet::Private& p = *m_dataSet.d;
+    if (!p.store || !p.store->isLive(record)) dbError(QStringLiteral("记录 %1 不存在").arg(record));
+    p.evalRecord = record;
+}
+
 // ---------------------------------------------------------------------------
 // Views
 
@@ -1949,8 +2187,7 @@ void TDataSet::LoadRowsFrom(const TDataSet& source) {
         if (identity) { // the whole record set in its physical order: copy the arrays
             dc.ints = sc.ints;
             dc.reals = sc.reals;
-            dc.texts = sc.texts;
-            dc.bytes = sc.bytes;
+            dc.cells = sc.cells;
             dc.nulls = sc.nulls;
             continue;
         }
@@ -1968,10 +2205,8 @@ void TDataSet::LoadRowsFrom(const TDataSet& source) {
                 dc.reals.push_back(sc.reals[r]);
                 break;
             case TStorageKind::Text:
-                dc.texts.push_back(sc.texts[r]);
-                break;
             case TStorageKind::Bytes:
-                dc.bytes.push_back(sc.bytes[r]);
+                dc.cells.append(sc.cells.view(static_cast<qint64>(r)));
                 break;
             }
             if (sc.isNull(static_cast<qint64>(r))) dc.setNullBit(i, true);

@@ -14,7 +14,8 @@
 //    IndexName / IndexFieldNames, a filter text.
 //
 // Records are stored column-wise in typed arrays shared (std::shared_ptr) by
-// a dataset and its clones. Each dataset has its own cursor and its own view:
+// a dataset and its clones; text is kept as UTF-8 in one buffer per column
+// and becomes a QString only when a caller asks for one. Each dataset has its own cursor and its own view:
 // the order (sort or index) and the filtered subset of the shared records.
 //
 // Cursor semantics (the framework's rules depend on them):
@@ -59,6 +60,7 @@
 #include "util/DateUtils.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QFlags>
 #include <QIODevice>
 #include <QObject>
@@ -74,6 +76,7 @@ namespace lnq {
 class TDataSet;
 class TADOConnection;
 struct TRecordStore; // the shared typed column storage (DataSet.cpp)
+class TRecordsPass;
 
 enum class TFieldKind : std::uint8_t { fkData, fkCalculated };
 enum class TDataSetState : std::uint8_t { dsInactive, dsBrowse, dsEdit, dsInsert, dsCalcFields };
@@ -140,7 +143,12 @@ public:
     TDateTime AsDateTimeValue() const; // days since 1899-12-30 (fast path for filters)
     QDateTime AsDateTime() const;      // invalid for null
     bool AsBoolean() const;
-    QByteArray AsBytes() const;  // blobs and byte fields
+    QByteArray AsBytes() const; // blobs and byte fields
+    // The text as the dataset stores it (UTF-8), read without building a
+    // QString: true and the bytes in utf8 for a text field (a null reads as
+    // no bytes, as AsString reads ""), false for a field of any other kind.
+    // The view is valid until the records change.
+    bool AsUtf8View(QByteArrayView& utf8) const;
     QVariant AsVariant() const;  // null QVariant for null
     QString DisplayText() const; // as a grid shows it
 
@@ -212,6 +220,64 @@ struct TUpdateRequest {
 struct TUpdateResult {
     std::vector<std::pair<int, QVariant>> Assigned; // column index (as in the request), value
     QVariant RowId;                                 // the new row's identity, stored into its IsRowId column
+};
+
+// One field's stored values, read by record number (the records of a
+// TRecordsPass) without field objects, for passes over many records. A null
+// cell holds its kind's default (0, no bytes) and has its bit set. Valid while
+// the records are not changed.
+class TStoredColumn {
+public:
+    TStorageKind Kind() const { return m_kind; }
+    bool IsNull(qint64 record) const {
+        return (m_nulls[static_cast<size_t>(record >> 6)] >> (record & 63)) & 1u;
+    }
+    qint64 Int(qint64 record) const { return m_ints[record]; }   // Integer, Boolean (0/1)
+    double Real(qint64 record) const { return m_reals[record]; } // Float, DateTime
+    QByteArrayView Text(qint64 record) const {                   // Text (UTF-8), Bytes
+        // The cell's span: offset in the column's buffer << 24 | length, the
+        // length all ones when it is kept in front of the bytes instead.
+        const quint64 s = m_spans[record];
+        const quint64 len = s & kLongLength;
+        const char* at = m_bytes + (s >> 24);
+        return len != kLongLength ? QByteArrayView(at, static_cast<qsizetype>(len)) : longText(at);
+    }
+
+private:
+    friend class TRecordsPass;
+    static constexpr quint64 kLongLength = (quint64(1) << 24) - 1;
+    static QByteArrayView longText(const char* at);
+    TStorageKind m_kind = TStorageKind::Text;
+    const quint64* m_nulls = nullptr;
+    const qint64* m_ints = nullptr;
+    const double* m_reals = nullptr;
+    const quint64* m_spans = nullptr;
+    const char* m_bytes = nullptr;
+};
+
+// A records filter narrows the candidate records of a filtering pass in one
+// call, column by column, instead of being asked record by record.
+// Records() holds the candidates in view order; the filter removes the ones
+// it refuses and keeps the order of the rest. It may neither add records nor
+// reorder them: more records than the candidates, a record that does not
+// exist and, over candidates in natural order, a record out of order raise
+// EDatabaseError. ReadRecord points the
+// dataset's fields at a record, for conditions that read through fields;
+// before the first call they read as on an empty dataset (null).
+class TRecordsPass {
+public:
+    TRecordsPass(const TRecordsPass&) = delete;
+    TRecordsPass& operator=(const TRecordsPass&) = delete;
+
+    std::vector<qint32>& Records() { return m_records; }
+    TStoredColumn Column(int field) const; // EDatabaseError for an index out of range
+    void ReadRecord(qint64 record);
+
+private:
+    friend class TDataSet;
+    TRecordsPass(TDataSet& dataSet, std::vector<qint32>& records) : m_dataSet(dataSet), m_records(records) {}
+    TDataSet& m_dataSet;
+    std::vector<qint32>& m_records;
 };
 
 class TDataSet : public QObject {
@@ -295,6 +361,13 @@ public:
     void SetFiltered(bool filtered);
     void SetOnFilterRecord(FilterRecordFn fn);
     const FilterRecordFn& OnFilterRecord() const;
+    // The records filter (see TRecordsPass): asked once per pass with every
+    // candidate, after the filter text and before the record-filter
+    // callback, which then sees only the records it kept; a posted record is
+    // re-checked by both. It counts as a filter like the callback does.
+    using FilterRecordsFn = std::function<void(TDataSet& dataSet, TRecordsPass& pass)>;
+    void SetOnFilterRecords(FilterRecordsFn fn);
+    const FilterRecordsFn& OnFilterRecords() const;
     void Refilter();
 
     // Random access for views: value of field `field` at 0-based position
@@ -385,6 +458,7 @@ protected:
 
 private:
     friend class TField;
+    friend class TRecordsPass;
     TField& FieldByNameSlow(const QString& name) const;
     // The cached copy of the name keeps its character data alive, so a
     // matching data pointer always means the same text.

@@ -15,13 +15,14 @@ struct Val {
     bool b = false;
 };
 
-// A value read during evaluation: texts are referenced, not copied.
+// A value read during evaluation: literal texts are referenced, stored texts
+// decoded into own.
 struct Ref {
     Val::Kind k = Val::Null;
     double n = 0;
     bool b = false;
     const QString* s = nullptr;
-    QString own; // decoded bytes
+    QString own; // decoded cell
 };
 
 enum class Tok { End, Ident, Field, String, Number, Date, Op, LParen, RParen, Comma };
@@ -579,11 +580,12 @@ void valueOf(const Node& n, const TRecordStore& s, qint64 r, Ref& v) {
         break;
     case TStorageKind::Text:
         v.k = Val::Str;
-        v.s = &c.texts[i];
+        v.own = c.textAt(r);
+        v.s = &v.own;
         break;
     case TStorageKind::Bytes:
         v.k = Val::Str;
-        v.own = Gbk::decode(c.bytes[i]);
+        v.own = Gbk::decode(c.cells.view(r));
         v.s = &v.own;
         break;
     }
@@ -631,7 +633,6 @@ const QString& textOf(const Node& n, const TRecordStore& s, qint64 r, bool* isNu
     }
     const TColumn& c = s.cols[static_cast<size_t>(n.col)];
     *isNull = c.isNull(r);
-    if (c.kind == TStorageKind::Text) return c.texts[static_cast<size_t>(r)];
     tmp = cell::toText(c, r);
     return tmp;
 }

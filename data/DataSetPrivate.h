@@ -61,6 +61,7 @@ struct TDataSet::Private {
 
     bool filtered = false;
     FilterRecordFn onFilter;
+    FilterRecordsFn onFilterRecords;
 
     struct SortKey {
         int col = 0;
@@ -94,9 +95,9 @@ struct TDataSet::Private {
     // The column and row a field reads: the record under evaluation, the
     // edit buffer, or the cursor's record (nullptr when there is none).
     const TColumn* readColumn(int field, qint64& r) const {
-        if (evaluating) {
+        if (evaluating) { // no record yet: a records filter that has not called ReadRecord
             r = evalRecord;
-            return &store->cols[static_cast<size_t>(field)];
+            return r >= 0 ? &store->cols[static_cast<size_t>(field)] : nullptr;
         }
         if (editBuf) {
             r = 0;
@@ -116,6 +117,8 @@ struct TDataSet::Private {
 
     bool filterActive() const;
     bool accepts(qint64 record);
+    // Narrows v (candidates in view order) to the records every filter accepts.
+    void filterRecords(std::vector<qint32>& v);
     void resolveKeys();
     bool lessRecord(qint64 a, qint64 b) const;
     void sortRecords(std::vector<qint32>& v) const;

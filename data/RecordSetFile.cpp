@@ -210,12 +210,12 @@ void writeRecordSet(QIODevice& out, const TRecordStore& s) {
             case TStorageKind::DateTime:
                 w.f64(c.reals[i]);
                 break;
-            case TStorageKind::Text:
-                w.text(c.texts[i]);
+            case TStorageKind::Text: // stored as UTF-8 already
+            case TStorageKind::Bytes: {
+                const QByteArrayView v = c.cells.view(r);
+                w.bytes(QByteArray::fromRawData(v.data(), v.size()));
                 break;
-            case TStorageKind::Bytes:
-                w.bytes(c.bytes[i]);
-                break;
+            }
             }
         }
     }
@@ -320,11 +320,11 @@ std::shared_ptr<TRecordStore> readRecordSet(const QByteArray& data) {
             case TStorageKind::DateTime:
                 c.reals.push_back(in.f64());
                 break;
-            case TStorageKind::Text:
-                c.texts.push_back(in.text());
+            case TStorageKind::Text: // invalid UTF-8 reads as U+FFFD, as the text reader gives it
+                c.cells.append(in.text().toUtf8());
                 break;
             case TStorageKind::Bytes:
-                c.bytes.push_back(in.bytes());
+                c.cells.append(in.bytes());
                 break;
             }
         }

@@ -6,12 +6,168 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QStringEncoder>
 #include <QTime>
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace lnq {
+
+// ---------------------------------------------------------------------------
+// Text and byte cells.
+
+QByteArrayView TCellBuffer::longView(const char* p) {
+    quint64 len = 0;
+    std::memcpy(&len, p, sizeof len);
+    return QByteArrayView(p + sizeof len, static_cast<qsizetype>(len));
+}
+
+qint64 TCellBuffer::storedBytes(quint64 span) const {
+    const quint64 len = span & kLongLength;
+    if (len != kLongLength) return static_cast<qint64>(len);
+    return static_cast<qint64>(sizeof(quint64)) + longView(m_buf.data() + (span >> kLengthBits)).size();
+}
+
+quint64 TCellBuffer::place(QByteArrayView v) {
+    if (v.isEmpty()) return 0;
+    const auto len = static_cast<quint64>(v.size());
+    const bool isLong = len >= kLongLength;
+    const quint64 offset = m_buf.size();
+    if (offset + len + sizeof(quint64) >= (quint64(1) << (64 - kLengthBits)))
+        throw EDatabaseError(
+            QStringLiteral("文本列的数据超过了 %1 字节").arg(quint64(1) << (64 - kLengthBits)));
+    if (isLong) {
+        const char* prefix = reinterpret_cast<const char*>(&len);
+        m_buf.insert(m_buf.end(), prefix, prefix + sizeof len);
+    }
+    m_buf.insert(m_buf.end(), v.data(), v.data() + v.size());
+    return offset << kLengthBits | (isLong ? kLongLength : len);
+}
+
+quint64 TCellBuffer::placeText(QStringView v) {
+    if (v.isEmpty()) return 0;
+    // At most three bytes per UTF-16 unit; texts that long are rare and go
+    // through a converted copy. An unpaired surrogate becomes U+FFFD, as an
+    // invalid UTF-8 sequence reads.
+    const auto most = static_cast<quint64>(v.size()) * 3;
+    if (most >= kLongLength) return place(QByteArray(QStringEncoder(QStringEncoder::Utf8).encode(v)));
+    const size_t offset = m_buf.size();
+    if (offset + most >= (quint64(1) << (64 - kLengthBits)))
+        throw EDatabaseError(
+            QStringLiteral("文本列的数据超过了 %1 字节").arg(quint64(1) << (64 - kLengthBits)));
+    m_buf.resize(offset + static_cast<size_t>(most));
+    QStringEncoder utf8(QStringEncoder::Utf8);
+    char* const begin = m_buf.data() + offset;
+    const char* const end = utf8.appendToBuffer(begin, v);
+    const auto len = static_cast<quint64>(end - begin);
+    m_buf.resize(offset + static_cast<size_t>(len));
+    return quint64(offset) << kLengthBits | len;
+}
+
+void TCellBuffer::setText(qint64 r, QStringView v) {
+    const qint64 old = storedBytes(m_spans[static_cast<size_t>(r)]);
+    m_spans[static_cast<size_t>(r)] = placeText(v);
+    m_unused += old;
+    if (m_unused > (1 << 16) && m_unused * 2 > static_cast<qint64>(m_buf.size())) pack();
+}
+
+void TCellBuffer::popBack() {
+    const quint64 s = m_spans.back();
+    m_spans.pop_back();
+    if ((s & kLongLength) == 0) return;
+    // The last row's bytes are usually the buffer's last bytes.
+    const qint64 n = storedBytes(s);
+    if (static_cast<qint64>(s >> kLengthBits) + n == static_cast<qint64>(m_buf.size()))
+        m_buf.resize(m_buf.size() - static_cast<size_t>(n));
+    else
+        m_unused += n;
+}
+
+void TCellBuffer::set(qint64 r, QByteArrayView v) {
+    quint64& span = m_spans[static_cast<size_t>(r)];
+    const qint64 old = storedBytes(span);
+    const QByteArrayView current = view(r);
+    if (!v.isEmpty() && current.size() == v.size() && (span & kLongLength) != kLongLength) {
+        // Same length: overwrite in place (also when v is this very cell).
+        std::memmove(m_buf.data() + (span >> kLengthBits), v.data(), static_cast<size_t>(v.size()));
+        return;
+    }
+    if (!v.isEmpty() && v.data() >= m_buf.data() && v.data() < m_buf.data() + m_buf.size()) {
+        // Bytes of this buffer, which placing may move: copy them first.
+        const QByteArray copy = v.toByteArray();
+        set(r, copy);
+        return;
+    }
+    m_spans[static_cast<size_t>(r)] = place(v);
+    m_unused += old;
+    if (m_unused > (1 << 16) && m_unused * 2 > static_cast<qint64>(m_buf.size())) pack();
+}
+
+void TCellBuffer::pack() {
+    std::vector<char> packed;
+    packed.reserve(m_buf.size() - static_cast<size_t>(m_unused));
+    for (quint64& s : m_spans) {
+        const qint64 n = storedBytes(s);
+        if (n == 0) continue;
+        const char* p = m_buf.data() + (s >> kLengthBits);
+        const quint64 offset = packed.size();
+        packed.insert(packed.end(), p, p + n);
+        s = offset << kLengthBits | (s & kLongLength);
+    }
+    m_buf.swap(packed);
+    m_unused = 0;
+}
+
+bool isValidUtf8(QByteArrayView bytes) {
+    auto p = reinterpret_cast<const unsigned char*>(bytes.data());
+    const unsigned char* const e = p + bytes.size();
+    while (p < e) {
+        // ASCII eight bytes at a time.
+        while (e - p >= 8) {
+            quint64 w;
+            std::memcpy(&w, p, sizeof w);
+            if (w & 0x8080808080808080ull) break;
+            p += 8;
+        }
+        if (p == e) break;
+        const unsigned c = *p;
+        if (c < 0x80) {
+            ++p;
+            continue;
+        }
+        // Three-byte forms (the Chinese characters) first.
+        if ((c & 0xF0) == 0xE0 && e - p >= 3) {
+            const unsigned b1 = p[1];
+            if ((b1 & 0xC0) != 0x80 || (p[2] & 0xC0) != 0x80) return false;
+            if ((c == 0xE0 && b1 < 0xA0) || (c == 0xED && b1 > 0x9F)) return false;
+            p += 3;
+            continue;
+        }
+        int extra;
+        unsigned lo = 0x80, hi = 0xBF; // allowed range of the second byte
+        if (c >= 0xC2 && c <= 0xDF) {
+            extra = 1;
+        } else if (c >= 0xE0 && c <= 0xEF) {
+            extra = 2;
+            if (c == 0xE0) lo = 0xA0;
+            if (c == 0xED) hi = 0x9F;
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            extra = 3;
+            if (c == 0xF0) lo = 0x90;
+            if (c == 0xF4) hi = 0x8F;
+        } else {
+            return false;
+        }
+        if (e - p <= extra) return false;
+        if (p[1] < lo || p[1] > hi) return false;
+        for (int i = 2; i <= extra; ++i)
+            if ((p[i] & 0xC0) != 0x80) return false;
+        p += extra + 1;
+    }
+    return true;
+}
 
 // ---------------------------------------------------------------------------
 // Columns and the store.
@@ -28,10 +184,8 @@ void TColumn::reserve(qint64 rows) {
         reals.reserve(n);
         break;
     case TStorageKind::Text:
-        texts.reserve(n);
-        break;
     case TStorageKind::Bytes:
-        bytes.reserve(n);
+        cells.reserve(rows);
         break;
     }
     nulls.reserve((n + 63) / 64);
@@ -48,10 +202,25 @@ void TColumn::appendNull() {
         reals.push_back(0);
         break;
     case TStorageKind::Text:
-        texts.emplace_back();
-        break;
     case TStorageKind::Bytes:
-        bytes.emplace_back();
+        cells.appendEmpty();
+        break;
+    }
+}
+
+void TColumn::popValue() {
+    switch (kind) {
+    case TStorageKind::Integer:
+    case TStorageKind::Boolean:
+        ints.pop_back();
+        break;
+    case TStorageKind::Float:
+    case TStorageKind::DateTime:
+        reals.pop_back();
+        break;
+    case TStorageKind::Text:
+    case TStorageKind::Bytes:
+        cells.popBack();
         break;
     }
 }
@@ -68,10 +237,8 @@ void TColumn::clearValue(qint64 r) {
         reals[i] = 0;
         break;
     case TStorageKind::Text:
-        texts[i] = QString();
-        break;
     case TStorageKind::Bytes:
-        bytes[i] = QByteArray();
+        cells.clear(r);
         break;
     }
     setNullBit(r, true);
@@ -176,10 +343,8 @@ void TRecordStore::copyCell(int col, qint64 dst, const TRecordStore& src, qint64
             d.reals[di] = s.reals[si];
             break;
         case TStorageKind::Text:
-            d.texts[di] = s.texts[si];
-            break;
         case TStorageKind::Bytes:
-            d.bytes[di] = s.bytes[si];
+            d.cells.set(dst, s.cells.view(srcRow));
             break;
         }
         d.setNullBit(dst, false);
@@ -301,7 +466,7 @@ QString toText(const TColumn& c, qint64 r) {
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Text:
-        return c.texts[i];
+        return c.textAt(r);
     case TStorageKind::Integer:
         return QString::number(c.ints[i]);
     case TStorageKind::Boolean:
@@ -311,7 +476,7 @@ QString toText(const TColumn& c, qint64 r) {
     case TStorageKind::DateTime:
         return formatDateTime(c.type, c.reals[i]);
     case TStorageKind::Bytes:
-        return Gbk::decode(c.bytes[i]);
+        return Gbk::decode(c.cells.view(r));
     }
     return QString();
 }
@@ -331,9 +496,9 @@ qint64 toInt(const TColumn& c, qint64 r, const QString& fieldName) {
     case TStorageKind::DateTime:
         return static_cast<qint64>(std::trunc(c.reals[i]));
     case TStorageKind::Text:
-        return parseIntText(c.texts[i], fieldName);
+        return parseIntText(c.textAt(r), fieldName);
     case TStorageKind::Bytes:
-        return parseIntText(Gbk::decode(c.bytes[i]), fieldName);
+        return parseIntText(Gbk::decode(c.cells.view(r)), fieldName);
     }
     return 0;
 }
@@ -349,9 +514,9 @@ double toFloat(const TColumn& c, qint64 r, const QString& fieldName) {
     case TStorageKind::Boolean:
         return static_cast<double>(c.ints[i]);
     case TStorageKind::Text:
-        return parseFloatText(c.texts[i], fieldName);
+        return parseFloatText(c.textAt(r), fieldName);
     case TStorageKind::Bytes:
-        return parseFloatText(Gbk::decode(c.bytes[i]), fieldName);
+        return parseFloatText(Gbk::decode(c.cells.view(r)), fieldName);
     }
     return 0;
 }
@@ -368,7 +533,7 @@ TDateTime toDateTime(const TColumn& c, qint64 r, const QString& fieldName) {
         return static_cast<double>(c.ints[i]);
     case TStorageKind::Text:
     case TStorageKind::Bytes: {
-        const QString s = c.kind == TStorageKind::Text ? c.texts[i] : Gbk::decode(c.bytes[i]);
+        const QString s = c.kind == TStorageKind::Text ? c.textAt(r) : Gbk::decode(c.cells.view(r));
         if (s.trimmed().isEmpty()) return 0;
         TDateTime v = 0;
         if (!parseDateTimeText(s, &v)) convertError(s, fieldName, "日期时间");
@@ -390,7 +555,7 @@ bool toBool(const TColumn& c, qint64 r, const QString& fieldName) {
         return c.reals[i] != 0;
     case TStorageKind::Text:
     case TStorageKind::Bytes: {
-        const QString s = c.kind == TStorageKind::Text ? c.texts[i] : Gbk::decode(c.bytes[i]);
+        const QString s = c.kind == TStorageKind::Text ? c.textAt(r) : Gbk::decode(c.cells.view(r));
         if (s.trimmed().isEmpty()) return false;
         bool v = false;
         if (!parseBoolText(s, &v)) convertError(s, fieldName, "布尔值");
@@ -402,7 +567,7 @@ bool toBool(const TColumn& c, qint64 r, const QString& fieldName) {
 
 QByteArray toBytes(const TColumn& c, qint64 r) {
     if (c.isNull(r)) return QByteArray();
-    if (c.kind == TStorageKind::Bytes) return c.bytes[static_cast<size_t>(r)];
+    if (c.kind == TStorageKind::Bytes) return c.bytesAt(r);
     return Gbk::encode(toText(c, r));
 }
 
@@ -411,7 +576,7 @@ QVariant toVariant(const TColumn& c, qint64 r) {
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Text:
-        return c.texts[i];
+        return c.textAt(r);
     case TStorageKind::Integer:
         switch (c.type) {
         case TFieldType::ftLargeint:
@@ -435,7 +600,7 @@ QVariant toVariant(const TColumn& c, qint64 r) {
             return QVariant(DateTimeToQt(c.reals[i]));
         }
     case TStorageKind::Bytes:
-        return QVariant(c.bytes[i]);
+        return QVariant(c.bytesAt(r));
     }
     return QVariant();
 }
@@ -450,12 +615,12 @@ void setNull(TColumn& c, qint64 r) {
 void setText(TColumn& c, qint64 r, const QString& v, const QString& fieldName) {
     const auto i = static_cast<size_t>(r);
     if (c.kind == TStorageKind::Text) {
-        c.texts[i] = v;
+        c.cells.setText(r, v);
         c.setNullBit(r, false);
         return;
     }
     if (c.kind == TStorageKind::Bytes) {
-        c.bytes[i] = Gbk::encode(v);
+        c.cells.set(r, Gbk::encode(v));
         c.setNullBit(r, false);
         return;
     }
@@ -507,10 +672,10 @@ void setInt(TColumn& c, qint64 r, qint64 v) {
         c.reals[i] = static_cast<double>(v);
         break;
     case TStorageKind::Text:
-        c.texts[i] = QString::number(v);
+        c.cells.set(r, QByteArray::number(v));
         break;
     case TStorageKind::Bytes:
-        c.bytes[i] = QByteArray::number(v);
+        c.cells.set(r, QByteArray::number(v));
         break;
     }
     c.setNullBit(r, false);
@@ -531,10 +696,10 @@ void setFloat(TColumn& c, qint64 r, double v) {
         c.reals[i] = v;
         break;
     case TStorageKind::Text:
-        c.texts[i] = formatFloat(v);
+        c.cells.set(r, formatFloat(v).toUtf8());
         break;
     case TStorageKind::Bytes:
-        c.bytes[i] = formatFloat(v).toLatin1();
+        c.cells.set(r, formatFloat(v).toLatin1());
         break;
     }
     c.setNullBit(r, false);
@@ -544,11 +709,11 @@ void setDateTime(TColumn& c, qint64 r, TDateTime v) {
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Text:
-        c.texts[i] = formatDateTime(TFieldType::ftDateTime, v);
+        c.cells.set(r, formatDateTime(TFieldType::ftDateTime, v).toUtf8());
         c.setNullBit(r, false);
         return;
     case TStorageKind::Bytes:
-        c.bytes[i] = formatDateTime(TFieldType::ftDateTime, v).toLatin1();
+        c.cells.set(r, formatDateTime(TFieldType::ftDateTime, v).toLatin1());
         c.setNullBit(r, false);
         return;
     case TStorageKind::Integer:
@@ -561,14 +726,13 @@ void setDateTime(TColumn& c, qint64 r, TDateTime v) {
 }
 
 void setBool(TColumn& c, qint64 r, bool v) {
-    const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Text:
-        c.texts[i] = v ? QStringLiteral("True") : QStringLiteral("False");
+        c.cells.set(r, v ? QByteArrayView("True") : QByteArrayView("False"));
         c.setNullBit(r, false);
         return;
     case TStorageKind::Bytes:
-        c.bytes[i] = v ? QByteArray("True") : QByteArray("False");
+        c.cells.set(r, v ? QByteArrayView("True") : QByteArrayView("False"));
         c.setNullBit(r, false);
         return;
     default:
@@ -578,7 +742,7 @@ void setBool(TColumn& c, qint64 r, bool v) {
 
 void setBytes(TColumn& c, qint64 r, const QByteArray& v, const QString& fieldName) {
     if (c.kind == TStorageKind::Bytes) {
-        c.bytes[static_cast<size_t>(r)] = v;
+        c.cells.set(r, v);
         c.setNullBit(r, false);
         return;
     }

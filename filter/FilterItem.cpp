@@ -7,6 +7,8 @@
 #include <QLocale>
 #include <QTime>
 #include <cmath>
+#include <exception>
+#include <string_view>
 
 namespace lnq {
 
@@ -278,6 +280,8 @@ void TFilterItem::prepare() {
         m_date = MyStrToDate(m_equalValue);
         m_days = MyStrToInt(m_equalValue);
     }
+    m_utf8 = m_filterType == TFilterType::ftFilterText ? m_equalValue.toUtf8() : QByteArray();
+    m_textValid = m_equalValue.isValidUtf16();
     m_todayKey.reset();
     m_prepared = true;
 }
@@ -306,6 +310,28 @@ TField& TFilterItem::field(TDataSet& dataSet) {
 // Acceptance
 
 namespace {
+
+bool containsBytes(QByteArrayView hay, QByteArrayView needle) {
+    return std::string_view(hay.data(), static_cast<size_t>(hay.size()))
+               .find(std::string_view(needle.data(), static_cast<size_t>(needle.size()))) !=
+           std::string_view::npos;
+}
+
+// Keeps the records pred accepts, in order; on an exception the ones kept so
+// far stay and the rest go.
+template <typename Pred> void keepIf(std::vector<qint32>& recs, Pred&& pred) {
+    size_t o = 0;
+    struct Trim {
+        std::vector<qint32>& v;
+        size_t& n;
+        ~Trim() { v.resize(n); }
+    } trim{recs, o};
+    const size_t n = recs.size();
+    for (size_t i = 0; i < n; ++i) {
+        const qint32 r = recs[i];
+        if (pred(r)) recs[o++] = r;
+    }
+}
 
 // The days whose month start is x: [x, next month) when x is the first of a
 // month at 00:00, none otherwise.
@@ -336,10 +362,14 @@ bool TFilterItem::accept(TDataSet& dataSet, TodaySource& todaySource) {
     switch (m_filterType) {
     case TFilterType::ftFilterText: {
         if (!m_prepared) prepare();
-        const QString s = field(dataSet).AsString();
+        TField& f = field(dataSet);
+        QByteArrayView stored;
+        if (m_textValid && f.AsUtf8View(stored)) return textAccepts(stored);
+        const QString s = f.AsString();
         switch (m_op) {
         case O::TextContains:
-            // Pascal's Pos gives 0 for an empty substring: no record contains it.
+            // The search is 1-based and gives 0 for an empty text: no record
+            // contains the empty text.
             return !m_equalValue.isEmpty() && s.contains(m_equalValue);
         case O::TextNotContains:
             return m_equalValue.isEmpty() || !s.contains(m_equalValue);
@@ -413,44 +443,7 @@ bool TFilterItem::accept(TDataSet& dataSet, TodaySource& todaySource) {
         default:
             break;
         }
-        // Week, month and year operators: StartOfTheWeek(F) / StartOfTheMonth(F)
-        // equals a fixed day exactly when F's day lies in that day's week or
-        // month, so the window is worked out once per day of the clock.
-        if (!m_todayKey || *m_todayKey != today) {
-            switch (m_op) {
-            case O::LastWeek:
-                m_from = StartOfTheWeek(today - 7);
-                m_to = m_from + 7;
-                break;
-            case O::ThisWeek:
-                m_from = StartOfTheWeek(today);
-                m_to = m_from + 7;
-                break;
-            case O::NextWeek:
-                m_from = StartOfTheWeek(today + 7);
-                m_to = m_from + 7;
-                break;
-            case O::LastMonth:
-                monthWindow(IncMonth(today, -1), m_from, m_to);
-                break;
-            case O::ThisMonth: // compared with the week start, kept so
-            case O::ThisYear:
-                monthWindow(StartOfTheWeek(today), m_from, m_to);
-                break;
-            case O::NextMonth:
-                monthWindow(IncMonth(today, 1), m_from, m_to);
-                break;
-            case O::LastYear:
-                monthWindow(IncMonth(today, -12), m_from, m_to);
-                break;
-            case O::NextYear:
-                monthWindow(IncMonth(today, 12), m_from, m_to);
-                break;
-            default:
-                break;
-            }
-            m_todayKey = today;
-        }
+        prepareWindow(today);
         return day >= m_from && day < m_to;
     }
     case TFilterType::ftFilterBoolean: {
@@ -467,6 +460,218 @@ bool TFilterItem::accept(TDataSet& dataSet, TodaySource& todaySource) {
     }
     }
     return true; // a type outside the four values imposes nothing
+}
+
+bool TFilterItem::textAccepts(QByteArrayView s) const {
+    using O = Op;
+    switch (m_op) {
+    case O::TextContains: // no record contains the empty text (see accept)
+        return !m_utf8.isEmpty() && containsBytes(s, m_utf8);
+    case O::TextNotContains:
+        return m_utf8.isEmpty() || !containsBytes(s, m_utf8);
+    case O::TextEquals:
+        return s == QByteArrayView(m_utf8);
+    case O::TextNotEquals:
+        return s != QByteArrayView(m_utf8);
+    default:
+        return true;
+    }
+}
+
+void TFilterItem::prepareWindow(TDateTime today) {
+    using O = Op;
+    // Week, month and year operators: StartOfTheWeek(F) / StartOfTheMonth(F)
+    // equals a fixed day exactly when F's day lies in that day's week or
+    // month, so the window is worked out once per day of the clock.
+    if (!m_todayKey || *m_todayKey != today) {
+        switch (m_op) {
+        case O::LastWeek:
+            m_from = StartOfTheWeek(today - 7);
+            m_to = m_from + 7;
+            break;
+        case O::ThisWeek:
+            m_from = StartOfTheWeek(today);
+            m_to = m_from + 7;
+            break;
+        case O::NextWeek:
+            m_from = StartOfTheWeek(today + 7);
+            m_to = m_from + 7;
+            break;
+        case O::LastMonth:
+            monthWindow(IncMonth(today, -1), m_from, m_to);
+            break;
+        case O::ThisMonth: // compared with the week start, kept so
+        case O::ThisYear:
+            monthWindow(StartOfTheWeek(today), m_from, m_to);
+            break;
+        case O::NextMonth:
+            monthWindow(IncMonth(today, 1), m_from, m_to);
+            break;
+        case O::LastYear:
+            monthWindow(IncMonth(today, -12), m_from, m_to);
+            break;
+        case O::NextYear:
+            monthWindow(IncMonth(today, 12), m_from, m_to);
+            break;
+        default:
+            break;
+        }
+        m_todayKey = today;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Column-wise acceptance
+
+void TFilterItem::acceptRecords(TDataSet& dataSet, TRecordsPass& pass, TodaySource& todaySource) {
+    using O = Op;
+    std::vector<qint32>& recs = pass.Records();
+    if (recs.empty()) return;
+    // What the first record would do before its value is read: the number
+    // default, the preparation and the field lookup (which may raise there).
+    if (m_filterType == TFilterType::ftFilterNumber && m_equalValue.isEmpty())
+        SetEqualValue(QStringLiteral("0"));
+    if (!m_prepared) prepare();
+    int index = -1;
+    try {
+        index = field(dataSet).Index();
+    } catch (...) {
+        recs.clear();
+        throw;
+    }
+    const TStoredColumn c = pass.Column(index);
+    const TStorageKind kind = c.Kind();
+    // Any kind the fast paths below do not read: record by record through
+    // the field, exactly as CanAccept.
+    auto byRecord = [&] {
+        keepIf(recs, [&](qint32 r) {
+            pass.ReadRecord(r);
+            return accept(dataSet, todaySource);
+        });
+    };
+    switch (m_filterType) {
+    case TFilterType::ftFilterText: {
+        if (kind != TStorageKind::Text || !m_textValid) return byRecord();
+        if (m_op == O::Accept) return;
+        if (m_op == O::TextContains) {
+            if (m_utf8.isEmpty()) {
+                recs.clear();
+                return;
+            }
+            const std::string_view needle(m_utf8.constData(), static_cast<size_t>(m_utf8.size()));
+            return keepIf(recs, [&](qint32 r) {
+                const QByteArrayView t = c.Text(r);
+                return std::string_view(t.data(), static_cast<size_t>(t.size())).find(needle) !=
+                       std::string_view::npos;
+            });
+        }
+        return keepIf(recs, [&](qint32 r) { return textAccepts(c.Text(r)); });
+    }
+    case TFilterType::ftFilterNumber: {
+        const bool reals = kind == TStorageKind::Float || kind == TStorageKind::DateTime;
+        const bool ints = kind == TStorageKind::Integer || kind == TStorageKind::Boolean;
+        if (!reals && !ints) return byRecord();
+        if (!m_numberOk) {
+            // The value is no number: the first record raises.
+            try {
+                StrToFloat(m_equalValue);
+            } catch (...) {
+                recs.clear();
+                throw;
+            }
+        }
+        const double v = m_number;
+        auto run = [&](auto test) {
+            if (reals)
+                keepIf(recs, [&](qint32 r) { return test(c.Real(r)); });
+            else
+                keepIf(recs, [&](qint32 r) { return test(static_cast<double>(c.Int(r))); });
+        };
+        switch (m_op) {
+        case O::NumberEquals:
+            return run([v](double f) { return std::fabs(v - f) < 0.001; });
+        case O::NumberNotEquals:
+            return run([v](double f) { return std::fabs(v - f) > 0.001; });
+        case O::NumberGreater:
+            return run([v](double f) { return v - f < 0.001; });
+        case O::NumberLess:
+            return run([v](double f) { return v - f > 0.001; });
+        case O::NumberGreaterEq:
+            return run([v](double f) { return f - v > -0.001; });
+        case O::NumberLessEq:
+            return run([v](double f) { return f - v < 0.001; });
+        default:
+            return;
+        }
+    }
+    case TFilterType::ftFilterDate: {
+        const bool reals = kind == TStorageKind::Float || kind == TStorageKind::DateTime;
+        const bool ints = kind == TStorageKind::Integer || kind == TStorageKind::Boolean;
+        if (!reals && !ints) return byRecord();
+        auto run = [&](auto test) {
+            if (reals)
+                keepIf(recs, [&](qint32 r) { return test(std::trunc(c.Real(r))); });
+            else
+                keepIf(recs, [&](qint32 r) { return test(std::trunc(static_cast<double>(c.Int(r)))); });
+        };
+        const double base = std::trunc(m_date);
+        switch (m_op) {
+        case O::DateEquals: // the same test as "大于", as in accept
+        case O::DateGreater:
+            return run([base](double day) { return day - base > 0; });
+        case O::DateLess:
+            return run([base](double day) { return day - base < 0; });
+        case O::DateGreaterEq:
+            return run([base](double day) { return day - base >= 0; });
+        case O::DateLessEq:
+            return run([base](double day) { return day - base <= 0; });
+        case O::DateNotEquals:
+            return run([base](double day) { return day - base != 0; });
+        default:
+            break;
+        }
+        if (!needsToday(m_op)) return;
+        const TDateTime today = todaySource.get();
+        const double t = std::trunc(today);
+        double want = 0;
+        switch (m_op) {
+        case O::Yesterday:
+            want = -1;
+            break;
+        case O::Today:
+            want = 0;
+            break;
+        case O::Tomorrow:
+            want = 1;
+            break;
+        case O::LastNDays:
+            want = -static_cast<double>(m_days);
+            break;
+        case O::NextNDays:
+            want = static_cast<double>(m_days);
+            break;
+        default: {
+            prepareWindow(today);
+            const double from = m_from, to = m_to;
+            return run([from, to](double day) { return day >= from && day < to; });
+        }
+        }
+        return run([t, want](double day) { return day - t == want; });
+    }
+    case TFilterType::ftFilterBoolean: {
+        if (kind == TStorageKind::Boolean || kind == TStorageKind::Integer) {
+            if (m_op == O::Yes) return keepIf(recs, [&](qint32 r) { return c.Int(r) != 0; });
+            if (m_op == O::No) return keepIf(recs, [&](qint32 r) { return c.Int(r) == 0; });
+            return;
+        }
+        if (kind == TStorageKind::Float || kind == TStorageKind::DateTime) {
+            if (m_op == O::Yes) return keepIf(recs, [&](qint32 r) { return c.Real(r) != 0; });
+            if (m_op == O::No) return keepIf(recs, [&](qint32 r) { return !(c.Real(r) != 0); });
+            return;
+        }
+        return byRecord();
+    }
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -510,6 +715,23 @@ bool TFilterList::Accepts(TDataSet& dataSet) {
     for (const auto& item : m_items)
         if (!item->accept(dataSet, today)) return false;
     return true;
+}
+
+void TFilterList::AcceptRecords(TDataSet& dataSet, TRecordsPass& pass) {
+    TFilterItem::TodaySource today{m_passToday};
+    // An item that raises leaves only the records before the failing one;
+    // the items after it look at those only, so an error they raise belongs
+    // to an earlier record and is the one to report.
+    std::exception_ptr error;
+    for (const auto& item : m_items) {
+        if (pass.Records().empty()) break;
+        try {
+            item->acceptRecords(dataSet, pass, today);
+        } catch (...) {
+            error = std::current_exception();
+        }
+    }
+    if (error) std::rethrow_exception(error);
 }
 
 TFilterList::TPass::TPass(TFilterList& list) : m_list(&list), m_saved(list.m_passToday) {

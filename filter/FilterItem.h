@@ -20,6 +20,15 @@
 // position still holds the same field object under the same name text (a
 // reload that drops, renames or moves the field fails the check). Otherwise
 // FieldByName runs again, so an unknown field raises exactly where it would.
+// Text is compared on the dataset's stored UTF-8 bytes, with no QString made
+// per record.
+//
+// A whole dataset is filtered fastest through TFilterList::AcceptRecords
+// installed as its records filter: each item then makes one pass over the
+// remaining candidates, reading the stored column directly, and the items
+// narrow the candidates in list order. That accepts exactly the records the
+// record-by-record test accepts, and when a test raises, the error raised is
+// the one the record-by-record order meets first.
 
 #include "data/DataSet.h"
 #include "data/FieldTypes.h"
@@ -104,8 +113,8 @@ public:
     // an ISO date-time "yyyy-MM-ddTHH:mm:ss". Blanks around the text are
     // ignored. Empty or unparsable text gives 0 and raises nothing.
     static TDateTime MyStrToDate(const QString& text);
-    // The Pascal Val scan of the text with its error position ignored: the
-    // value of the longest valid integer prefix ("12天" gives 12, "abc" and ""
+    // The value of the longest valid integer prefix of the text, the position
+    // where the scan stopped being ignored ("12天" gives 12, "abc" and ""
     // give 0, " -3" gives -3). Never raises.
     static int MyStrToInt(const QString& text);
 
@@ -127,6 +136,12 @@ private:
         }
     };
     bool accept(TDataSet& dataSet, TodaySource& today);
+    // Keeps the records of pass.Records() this item accepts, in order. When a
+    // test raises, the records before the failing one that the item accepted
+    // are left and the error is passed on.
+    void acceptRecords(TDataSet& dataSet, TRecordsPass& pass, TodaySource& today);
+    void prepareWindow(TDateTime today);
+    bool textAccepts(QByteArrayView stored) const;
     friend class TFilterList;
 
     QString m_fieldName;
@@ -139,8 +154,10 @@ private:
     Op m_op{};
     bool m_numberOk = false; // m_number holds StrToFloat of the value
     double m_number = 0;
-    TDateTime m_date = 0; // MyStrToDate of the value
-    int m_days = 0;       // MyStrToInt of the value
+    QByteArray m_utf8;        // the value as UTF-8, for text items
+    bool m_textValid = false; // the value is well-formed text (its UTF-8 means the same)
+    TDateTime m_date = 0;     // MyStrToDate of the value
+    int m_days = 0;           // MyStrToInt of the value
 
     // Day window of the week, month and year operators for the day m_todayKey:
     // the record's day must lie in [m_from, m_to).
@@ -188,6 +205,12 @@ public:
     // most once per call, and only when an item needs today, unless a pass is
     // open (below).
     bool Accepts(TDataSet& dataSet);
+
+    // The conjunction over all candidates of a filtering pass, column by
+    // column (see the top of this file); today is read as by Accepts. Made to
+    // be the dataset's records filter; the list must outlive that use:
+    //     ds.SetOnFilterRecords([&list](TDataSet& d, TRecordsPass& p) { list.AcceptRecords(d, p); });
+    void AcceptRecords(TDataSet& dataSet, TRecordsPass& pass);
 
     // While a pass object lives, every Accepts of the list takes today from
     // one reading of the clock made when the pass began, so that re-filtering

@@ -1,10 +1,14 @@
 // Database commands of the lnq tool:
 //   lnq init-db PATH [--sample] [--force]   create an embedded database
-//   lnq sql --db PATH [--json] "SQL"         run one SQL text through IConnection
+//   lnq sql --db PATH [--json] [--filter FIELD OP VALUE]... [--sort SORT] "SQL"
+//                                            run one SQL text through IConnection;
+//                                            the rows narrowed by quick-filter
+//                                            conditions and ordered by a sort text
 
 #include "data/ADOConnection.h"
 #include "data/Plat_adodatabasese.h"
 #include "data/SampleDatabase.h"
+#include "filter/FilterItem.h"
 #include "tools/lnq/Command.h"
 #include "util/Exceptions.h"
 
@@ -155,13 +159,20 @@ QJsonValue cellJson(const lnq::TField& f) {
 int runSql(const QStringList& args, Io& io) {
     QString db;
     QString sql;
+    QString sort;
+    QList<QStringList> filters; // field, operator, value
     bool json = false;
     bool haveSql = false;
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& a = args[i];
         if (a == QLatin1String("--db") && i + 1 < args.size())
             db = args[++i];
-        else if (a == QLatin1String("--json"))
+        else if (a == QLatin1String("--sort") && i + 1 < args.size())
+            sort = args[++i];
+        else if (a == QLatin1String("--filter") && i + 3 < args.size()) {
+            filters << args.mid(i + 1, 3);
+            i += 3;
+        } else if (a == QLatin1String("--json"))
             json = true;
         else if (!haveSql && !a.startsWith(QLatin1String("--"))) {
             sql = a;
@@ -172,7 +183,7 @@ int runSql(const QStringList& args, Io& io) {
         }
     }
     if (db.isEmpty() || !haveSql) {
-        io.err << "usage: lnq sql --db PATH [--json] \"SQL\"\n";
+        io.err << "usage: lnq sql --db PATH [--json] [--filter FIELD OP VALUE]... [--sort SORT] \"SQL\"\n";
         return 2;
     }
     if (!QFileInfo(db).isFile()) {
@@ -189,6 +200,19 @@ int runSql(const QStringList& args, Io& io) {
         return 0;
     }
     const std::unique_ptr<lnq::TADODataSet> ds = conn.ExecuteWithQuery(sql);
+    // Quick filters as the data grid makes them: the filter type follows the
+    // field's type; one pass per condition over the loaded rows.
+    lnq::TFilterList list;
+    for (const QStringList& f : filters) {
+        const lnq::TField& field = ds->FieldByName(f[0]); // raises for an unknown name
+        list.Add(field.FieldName(), lnq::FilterTypeOfField(field.DataType(), lnq::TFilterType::ftFilterText),
+                 f[1], f[2]);
+    }
+    if (!list.IsEmpty()) {
+        ds->SetOnFilterRecords([&list](lnq::TDataSet& d, lnq::TRecordsPass& p) { list.AcceptRecords(d, p); });
+        ds->SetFiltered(true);
+    }
+    if (!sort.isEmpty()) ds->SetSort(sort);
     const int n = ds->FieldCount();
     if (json) {
         QJsonArray rows;
@@ -219,9 +243,13 @@ const lnqtool::Registrar
                    QStringLiteral("init-db PATH [--sample] [--force]  create an embedded "
                                   "database (framework tables; --sample adds demo data)"),
                    initDb});
-const lnqtool::Registrar sqlCommand({QStringLiteral("sql"),
-                                     QStringLiteral("sql --db PATH [--json] \"SQL\"  run SQL on an embedded "
-                                                    "database; rows as tab-separated text or a JSON array"),
-                                     runSql});
+const lnqtool::Registrar
+    sqlCommand({QStringLiteral("sql"),
+                QStringLiteral("sql --db PATH [--json] [--filter FIELD OP VALUE]... [--sort SORT] \"SQL\"  "
+                               "run SQL on an embedded database; rows as tab-separated "
+                               "text or a JSON array, narrowed by quick-filter "
+                               "conditions (\"vName 包含 北京\") and ordered by a sort "
+                               "text (\"vName DESC\", text in collation order)"),
+                runSql});
 
 } // namespace
