@@ -248,25 +248,52 @@ private:
         return n;
     }
 
-    std::unique_ptr<Node> orExpr() {
-        auto left = andExpr();
-        while (isKeyword(peek(), "or")) {
-            take();
-            left = binary(Node::Or, std::move(left), andExpr());
+    // OR and AND chains become one node holding every operand, so that a
+    // long generated list stays shallow for binding, evaluation and freeing.
+    std::unique_ptr<Node> chain(Node::Type type, const char* keyword, std::unique_ptr<Node> first,
+                                std::unique_ptr<Node> (Parser::*operand)()) {
+        if (!isKeyword(peek(), keyword)) return first;
+        auto n = std::make_unique<Node>();
+        n->type = type;
+        n->pos = peek().pos;
+        n->kids.push_back(std::move(first));
+        while (isKeyword(peek(), keyword)) {
+            const int pos = take().pos;
+            if (n->kids.size() >= size_t(kMaxFilterTerms))
+                throw EDatabaseError(QStringLiteral("过滤条件错误：%1 连接的条件超过 %2 个（第 %3 个字符处）")
+                                         .arg(QString::fromLatin1(keyword).toUpper(),
+                                              QString::number(kMaxFilterTerms), QString::number(pos)));
+            n->kids.push_back((this->*operand)());
         }
-        return left;
+        return n;
     }
-    std::unique_ptr<Node> andExpr() {
-        auto left = notExpr();
-        while (isKeyword(peek(), "and")) {
-            take();
-            left = binary(Node::And, std::move(left), notExpr());
+    std::unique_ptr<Node> orExpr() { return chain(Node::Or, "or", andExpr(), &Parser::andExpr); }
+    std::unique_ptr<Node> andExpr() { return chain(Node::And, "and", notExpr(), &Parser::notExpr); }
+
+    // Bounds the parser's recursion (parentheses and NOT): binding,
+    // evaluation and freeing the tree recurse as deep as it does.
+    class Nest {
+    public:
+        Nest(int& depth, int pos) : m_depth(depth) {
+            if (++m_depth > kMaxFilterNesting) {
+                --m_depth;
+                throw EDatabaseError(
+                    QStringLiteral("过滤条件错误：括号或 NOT 嵌套超过 %1 层（第 %2 个字符处）")
+                        .arg(kMaxFilterNesting)
+                        .arg(pos));
+            }
         }
-        return left;
-    }
+        ~Nest() { --m_depth; }
+        Nest(const Nest&) = delete;
+        Nest& operator=(const Nest&) = delete;
+
+    private:
+        int& m_depth;
+    };
+
     std::unique_ptr<Node> notExpr() {
         if (isKeyword(peek(), "not")) {
-            take();
+            const Nest nest(m_depth, take().pos);
             auto n = std::make_unique<Node>();
             n->type = Node::Not;
             n->kids.push_back(notExpr());
@@ -278,6 +305,7 @@ private:
     std::unique_ptr<Node> predicate() {
         if (peek().type == Tok::LParen) {
             const int pos = take().pos;
+            const Nest nest(m_depth, pos);
             auto e = orExpr();
             if (peek().type != Tok::RParen)
                 syntaxError(QStringLiteral("缺少右括号（左括号在第 %1 个字符）").arg(pos), peek().pos);
@@ -417,6 +445,7 @@ private:
 
     std::vector<Token> m_toks;
     size_t m_i = 0;
+    int m_depth = 0;
 };
 
 // Converts a text literal compared with a field of another kind.
@@ -639,9 +668,13 @@ const QString& textOf(const Node& n, const TRecordStore& s, qint64 r, bool* isNu
 bool eval(const Node& n, const TRecordStore& s, qint64 r) {
     switch (n.type) {
     case Node::Or:
-        return eval(*n.kids[0], s, r) || eval(*n.kids[1], s, r);
+        for (const auto& k : n.kids)
+            if (eval(*k, s, r)) return true;
+        return false;
     case Node::And:
-        return eval(*n.kids[0], s, r) && eval(*n.kids[1], s, r);
+        for (const auto& k : n.kids)
+            if (!eval(*k, s, r)) return false;
+        return true;
     case Node::Not:
         return !eval(*n.kids[0], s, r);
     case Node::Compare: {
