@@ -33,8 +33,15 @@ struct Token {
     int pos = 0; // 1-based character position for messages
 };
 
+// A piece of the text as an error message quotes it: at most 40 characters,
+// so that a megabyte literal does not become a megabyte message.
+QString shown(const QString& text) {
+    return text.size() <= 40 ? text : text.left(40) + QStringLiteral("…");
+}
+
 [[noreturn]] void syntaxError(const QString& what, int pos) {
-    throw EDatabaseError(QStringLiteral("过滤条件错误：%1（第 %2 个字符处）").arg(what).arg(pos));
+    throw EDatabaseError(
+        QStringLiteral("过滤条件错误：%1（第 %2 个字符处）").arg(what, QString::number(pos)));
 }
 
 bool identStart(QChar c) {
@@ -90,7 +97,7 @@ std::vector<Token> tokenize(const QString& t) {
             const QString text = t.mid(i + 1, end - i - 1);
             TDateTime v = 0;
             if (!parseDateTimeText(text, &v))
-                syntaxError(QStringLiteral("'%1' 不是有效的日期").arg(text), tok.pos);
+                syntaxError(QStringLiteral("'%1' 不是有效的日期").arg(shown(text)), tok.pos);
             tok.type = Tok::Date;
             tok.text = text;
             tok.number = v;
@@ -111,9 +118,9 @@ std::vector<Token> tokenize(const QString& t) {
             tok.text = t.mid(i, j - i);
             bool ok = false;
             tok.number = tok.text.toDouble(&ok);
-            if (!ok) syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(tok.text), tok.pos);
+            if (!ok) syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(shown(tok.text)), tok.pos);
             if (j < n && identStart(t.at(j)))
-                syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(t.mid(i, j - i + 1)), tok.pos);
+                syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(shown(t.mid(i, j - i + 1))), tok.pos);
             tok.type = Tok::Number;
             i = j;
         } else if (identStart(c)) {
@@ -234,9 +241,9 @@ private:
         case Tok::Comma:
             return QStringLiteral(",");
         case Tok::String:
-            return QLatin1Char('\'') + t.text + QLatin1Char('\'');
+            return QLatin1Char('\'') + shown(t.text) + QLatin1Char('\'');
         default:
-            return t.text;
+            return shown(t.text);
         }
     }
 
@@ -408,7 +415,7 @@ private:
             }
             for (const char* kw : {"and", "or", "not", "like", "is", "in"})
                 if (t.text.compare(QLatin1String(kw), Qt::CaseInsensitive) == 0)
-                    syntaxError(QStringLiteral("'%1' 前缺少字段或值").arg(t.text), t.pos);
+                    syntaxError(QStringLiteral("'%1' 前缺少字段或值").arg(shown(t.text)), t.pos);
             n->type = Node::Field;
             n->name = t.text;
             return n;
@@ -456,8 +463,8 @@ void coerceLiteral(Node& lit, const TColumn& col, const QString& fieldName) {
         if (lit.litFromText) {
             TDateTime v = 0;
             if (!parseDateTimeText(lit.lit.s, &v))
-                throw EDatabaseError(
-                    QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效日期").arg(lit.lit.s, fieldName));
+                throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效日期")
+                                         .arg(shown(lit.lit.s), shown(fieldName)));
             lit.lit.k = Val::Num;
             lit.lit.n = v;
         }
@@ -468,8 +475,8 @@ void coerceLiteral(Node& lit, const TColumn& col, const QString& fieldName) {
             bool ok = false;
             const double v = lit.lit.s.trimmed().toDouble(&ok);
             if (!ok)
-                throw EDatabaseError(
-                    QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效数值").arg(lit.lit.s, fieldName));
+                throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效数值")
+                                         .arg(shown(lit.lit.s), shown(fieldName)));
             lit.lit.k = Val::Num;
             lit.lit.n = v;
         }
@@ -502,7 +509,7 @@ void bindNode(Node& n, const TRecordStore& store, const std::function<int(const 
     if (n.type == Node::Field) {
         n.col = fieldIndex(n.name);
         if (n.col < 0 || n.col >= store.columnCount())
-            throw EDatabaseError(QStringLiteral("过滤条件错误：字段 '%1' 不存在").arg(n.name));
+            throw EDatabaseError(QStringLiteral("过滤条件错误：字段 '%1' 不存在").arg(shown(n.name)));
         fields.push_back(&n);
         return;
     }
@@ -572,8 +579,8 @@ void bindNode(Node& n, const TRecordStore& store, const std::function<int(const 
             (k.type == Node::Literal && k.lit.k == Val::Bool);
         if (!ok) {
             const QString what = k.type == Node::Field ? k.name : k.litSource;
-            throw EDatabaseError(
-                QStringLiteral("过滤条件错误：'%1' 后缺少比较运算符（第 %2 个字符处）").arg(what).arg(n.pos));
+            throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 后缺少比较运算符（第 %2 个字符处）")
+                                     .arg(shown(what), QString::number(n.pos)));
         }
     }
 }

@@ -10,6 +10,7 @@
 #include <QCoreApplication>
 #include <QIODevice>
 #include <QLocale>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -99,6 +100,19 @@ private:
     qint64 m_piece;
     qint64 m_pos = 0;
 };
+
+// Defines LLVMFuzzerInitialize for a target: the application object, then
+// one run on `warmUp`, so that what the libraries set up once and keep (font
+// caches, codec tables, the target's fixtures) is not taken for a leak of
+// the first input.
+#define LNQ_FUZZ_INITIALIZE(widgets, warmUp)                                                                 \
+    extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);                                 \
+    extern "C" int LLVMFuzzerInitialize(int*, char***) {                                                     \
+        lnqfuzz::init(widgets);                                                                              \
+        const QByteArray sample(warmUp, sizeof(warmUp) - 1);                                                                     \
+        LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(sample.constData()), size_t(sample.size())); \
+        return 0;                                                                                            \
+    }
 
 inline QByteArray bytes(const uint8_t* data, size_t size) {
     return QByteArray(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));

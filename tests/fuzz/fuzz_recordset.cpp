@@ -19,6 +19,8 @@ QByteArray save(const lnq::TDataSet& ds) {
 
 } // namespace
 
+LNQ_FUZZ_INITIALIZE(false, "LNQRSET")
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lnqfuzz::init();
     QByteArray input = lnqfuzz::bytes(data, size);

@@ -7,6 +7,8 @@
 
 #include <QBuffer>
 
+LNQ_FUZZ_INITIALIZE(false, "\x02\x01\x00\x00\x00\x02\x00\x00\x00ab")
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lnqfuzz::init();
     if (size == 0) return 0;

@@ -7,6 +7,10 @@
 
 #include <QBuffer>
 
+LNQ_FUZZ_INITIALIZE(true, "vNo\x07"
+                          "nQty\x07\r\n1\x07"
+                          "12.5\x07\r\n==END==\r\n")
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lnqfuzz::init(true);
     static lnq::TLNQStringGrid* grid = [] {

@@ -21,6 +21,8 @@ std::optional<lnq::TStoredView> read(QIODevice& device) {
 
 } // namespace
 
+LNQ_FUZZ_INITIALIZE(false, "\x03\x00\x01\x01\x00\x00\x00\x01\x00\x00\x00p\x00\x00\x00\x00\x00\x00\x00\x00")
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lnqfuzz::init();
     QByteArray input = lnqfuzz::bytes(data, size);

@@ -10,12 +10,14 @@
 #include <cstdio>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 int main(int argc, char** argv) {
     if (argc < 2) {
         std::fprintf(stderr, "usage: %s CORPUS_DIR...\n", argv[0]);
         return 2;
     }
+    LLVMFuzzerInitialize(&argc, &argv);
     int total = 0;
     for (int a = 1; a < argc; ++a) {
         const QDir dir(QString::fromLocal8Bit(argv[a]));
