@@ -171,14 +171,14 @@ QString TUtils_Convert::CurrencyTextToCapitalization2(const QString& amount) {
         ++i;
     while (n > i && amount[n - 1] == u' ')
         --n;
-    const QStringView trimmed(amount);
+    const QStringView text(amount); // the number is text[i0, n)
     const qsizetype i0 = i;
     bool negative = false;
-    if (i < n && (trimmed[i] == u'+' || trimmed[i] == u'-')) negative = trimmed[i++] == u'-';
+    if (i < n && (text[i] == u'+' || text[i] == u'-')) negative = text[i++] == u'-';
     QString digits;       // every mantissa digit
     qsizetype point = -1; // digits before the "."
     for (; i < n; ++i) {
-        const QChar c = trimmed[i];
+        const QChar c = text[i];
         if (c >= u'0' && c <= u'9') {
             digits += c;
         } else if (c == u'.' && point < 0) {
@@ -190,13 +190,13 @@ QString TUtils_Convert::CurrencyTextToCapitalization2(const QString& amount) {
     if (digits.isEmpty()) invalid();
     if (point < 0) point = digits.size();
     qint64 exponent = 0;
-    if (i < n && (trimmed[i] == u'e' || trimmed[i] == u'E')) {
+    if (i < n && (text[i] == u'e' || text[i] == u'E')) {
         ++i;
         bool expNegative = false;
-        if (i < n && (trimmed[i] == u'+' || trimmed[i] == u'-')) expNegative = trimmed[i++] == u'-';
+        if (i < n && (text[i] == u'+' || text[i] == u'-')) expNegative = text[i++] == u'-';
         if (i >= n) invalid();
-        for (; i < n && trimmed[i] >= u'0' && trimmed[i] <= u'9'; ++i)
-            exponent = qMin<qint64>(exponent * 10 + trimmed[i].digitValue(), 1'000'000); // beyond any range
+        for (; i < n && text[i] >= u'0' && text[i] <= u'9'; ++i)
+            exponent = qMin<qint64>(exponent * 10 + text[i].digitValue(), 1'000'000); // beyond any range
         if (expNegative) exponent = -exponent;
     }
     if (i != n) invalid();
@@ -229,7 +229,7 @@ QString TUtils_Convert::CurrencyTextToCapitalization2(const QString& amount) {
     }
     // Plain digits only from 0.00001 up to 15 integer digits; anything else
     // would be written in exponent form, which has no integer text.
-    if (e15 > 15 || e15 < -4) notAnInteger(trimmed.mid(i0, n - i0).toString());
+    if (e15 > 15 || e15 < -4) notAnInteger(text.mid(i0, n - i0).toString());
     const QString intText =
         e15 <= 0 ? QStringLiteral("00") : d15.left(e15).leftJustified(int(e15), u'0', true);
     const int intPart = StrToInt(intText); // EConvertError beyond the integer range
