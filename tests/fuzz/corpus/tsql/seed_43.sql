@@ -1,1 +1,1 @@
-UPDATE Goods SET vNote = 'it''s -- fine' WHERE ID = 1
+DELETE FROM Goods WHERE dDate < DATEADD(day, -30, GETDATE())

@@ -1,1 +1,1 @@
-DELETE FROM Goods WHERE dDate < DATEADD(day, -30, GETDATE())
+SELECT ISNULL(nQty, 0) ^ 3, SQUARE(mPrice), CAST(nQty AS BIT) FROM Goods

@@ -1,1 +1,1 @@
-SELECT ISNULL(nQty, 0) ^ 3, SQUARE(mPrice), CAST(nQty AS BIT) FROM Goods
+SELECT COUNT(*), SUM(mPrice) FROM Goods GROUP BY bFlag HAVING COUNT(*) > 1

@@ -1,1 +1,1 @@
-SELECT COUNT(*), SUM(mPrice) FROM Goods GROUP BY bFlag HAVING COUNT(*) > 1
+SELECT CONVERT(varchar(30), GETDATE(), 120), DATEDIFF(day, dDate, GETDATE()) FROM Goods

@@ -1,1 +1,1 @@
-SELECT CONVERT(varchar(30), GETDATE(), 120), DATEDIFF(day, dDate, GETDATE()) FROM Goods
+SELECT * FROM Goods WHERE vName IN (N'垫圈', 'nut') AND NOT (nQty BETWEEN 1 AND 5)

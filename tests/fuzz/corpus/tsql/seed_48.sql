@@ -1,1 +1,1 @@
-SELECT * FROM Goods WHERE vName IN (N'垫圈', 'nut') AND NOT (nQty BETWEEN 1 AND 5)
+SELECT CASE WHEN nQty > 5 THEN 'many' ELSE 'few' END FROM Goods ORDER BY 1

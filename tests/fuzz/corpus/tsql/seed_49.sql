@@ -1,1 +1,1 @@
-SELECT CASE WHEN nQty > 5 THEN 'many' ELSE 'few' END FROM Goods ORDER BY 1
+SELECT STUFF(vName, 1, 1, 'x'), REPLICATE('ab', 3), PATINDEX('%a%', vNote) FROM Goods

@@ -1,1 +1,1 @@
-SELECT TOP (50) PERCENT * FROM Goods
+INSERT INTO Goods (vName) SELECT vName FROM Goods WHERE 1 = 0

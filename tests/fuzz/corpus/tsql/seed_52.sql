@@ -1,1 +1,0 @@
-INSERT INTO Goods (vName) SELECT vName FROM Goods WHERE 1 = 0
