@@ -1,6 +1,7 @@
 #pragma once
-// TADOConnection: the framework's database connection, opened from an
-// ADO-style connection string. Two drivers sit behind it:
+// TADOConnection: the framework's database connection, opened from a
+// connection string of "Name=value" pairs ("Provider=SQLOLEDB;Data Source=...").
+// Two drivers sit behind it:
 //  - the embedded default, a SQLite file through the SQLite C API, whose SQL
 //    goes through the T-SQL dialect layer (data/TsqlDialect.h) so that SQL
 //    Server text runs with SQL Server's meaning;
@@ -48,7 +49,8 @@ public:
     // field types from the columns' declared types. A second statement after
     // ";" is refused on the embedded driver.
     // A text that returns no result set is executed and then refused with
-    // EDatabaseError "CommandText 不返回结果集", as ADO does.
+    // EDatabaseError "CommandText 不返回结果集", so that a caller expecting
+    // rows learns at once that the text was a statement.
     virtual void OpenDataSet(const QString& sql, TDataSet& target);
     // Runs a batch; discards any rows.
     virtual void Execute(const QString& sql);

@@ -1,5 +1,6 @@
 #pragma once
-// ADO-style connection strings and their mapping to the two drivers.
+// Connection strings of "Name=value" pairs ("Provider=...;Data Source=...")
+// and their mapping to the two drivers.
 //
 //  "Provider=SQLite;Data Source=PATH", or a bare PATH          -> embedded file
 //      ("Busy Timeout=ms": how long to wait for a lock held elsewhere, 5000)
@@ -17,7 +18,7 @@
 // server's browser service (no PORT then); "host,port" gives the port.
 // "Integrated Security=SSPI" becomes Trusted_Connection=Yes (Kerberos; a
 // "DOMAIN\user" login with a password gives NTLM instead).
-// "TDS_Version" and "ClientCharset" in the ADO string override the defaults.
+// "TDS_Version" and "ClientCharset" in the connection string override the defaults.
 
 #include <QList>
 #include <QPair>
@@ -45,8 +46,8 @@ QList<QPair<QString, QString>> ParseConnectionString(const QString& text);
 // a provider neither driver serves (the message names it).
 TConnectionInfo ResolveConnectionString(const QString& text);
 
-// The connection string with the password removed (ADO's behaviour after
-// opening when "Persist Security Info" is false).
+// The connection string with the password removed, as an open connection
+// reports it when "Persist Security Info" is false.
 QString StripPassword(const QString& text);
 
 // ODBC attribute value, braced when it holds characters ODBC treats specially.

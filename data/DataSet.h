@@ -47,7 +47,7 @@
 // post (State() is dsCalcFields then and only calculated fields may be set).
 //
 // Hidden columns: a driver may load columns flagged Hidden next to the
-// query's own (the row identity, as ADO fetches hidden key columns). They are
+// query's own (the row identity, fetched so that a change finds its row). They are
 // kept with the records and shared with clones, handed to the resolver with
 // every change (TUpdateRequest::Fields lists them; RowId is read from the
 // IsRowId column), but they are no fields: FieldCount, Fields, FieldDefs,

@@ -34,8 +34,15 @@ struct Token {
     int pos = 0; // 1-based character position for messages
 };
 
+// A piece of the text as an error message quotes it: at most 40 characters,
+// so that a megabyte literal does not become a megabyte message.
+QString shown(const QString& text) {
+    return text.size() <= 40 ? text : text.left(40) + QStringLiteral("…");
+}
+
 [[noreturn]] void syntaxError(const QString& what, int pos) {
-    throw EDatabaseError(QStringLiteral("过滤条件错误：%1（第 %2 个字符处）").arg(what).arg(pos));
+    throw EDatabaseError(
+        QStringLiteral("过滤条件错误：%1（第 %2 个字符处）").arg(what, QString::number(pos)));
 }
 
 bool identStart(QChar c) {
@@ -91,7 +98,7 @@ std::vector<Token> tokenize(const QString& t) {
             const QString text = t.mid(i + 1, end - i - 1);
             TDateTime v = 0;
             if (!parseDateTimeText(text, &v))
-                syntaxError(QStringLiteral("'%1' 不是有效的日期").arg(text), tok.pos);
+                syntaxError(QStringLiteral("'%1' 不是有效的日期").arg(shown(text)), tok.pos);
             tok.type = Tok::Date;
             tok.text = text;
             tok.number = v;
@@ -112,9 +119,9 @@ std::vector<Token> tokenize(const QString& t) {
             tok.text = t.mid(i, j - i);
             bool ok = false;
             tok.number = tok.text.toDouble(&ok);
-            if (!ok) syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(tok.text), tok.pos);
+            if (!ok) syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(shown(tok.text)), tok.pos);
             if (j < n && identStart(t.at(j)))
-                syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(t.mid(i, j - i + 1)), tok.pos);
+                syntaxError(QStringLiteral("'%1' 不是有效的数字").arg(shown(t.mid(i, j - i + 1))), tok.pos);
             tok.type = Tok::Number;
             i = j;
         } else if (identStart(c)) {
@@ -235,9 +242,9 @@ private:
         case Tok::Comma:
             return QStringLiteral(",");
         case Tok::String:
-            return QLatin1Char('\'') + t.text + QLatin1Char('\'');
+            return QLatin1Char('\'') + shown(t.text) + QLatin1Char('\'');
         default:
-            return t.text;
+            return shown(t.text);
         }
     }
 
@@ -249,25 +256,52 @@ private:
         return n;
     }
 
-    std::unique_ptr<Node> orExpr() {
-        auto left = andExpr();
-        while (isKeyword(peek(), "or")) {
-            take();
-            left = binary(Node::Or, std::move(left), andExpr());
+    // OR and AND chains become one node holding every operand, so that a
+    // long generated list stays shallow for binding, evaluation and freeing.
+    std::unique_ptr<Node> chain(Node::Type type, const char* keyword, std::unique_ptr<Node> first,
+                                std::unique_ptr<Node> (Parser::*operand)()) {
+        if (!isKeyword(peek(), keyword)) return first;
+        auto n = std::make_unique<Node>();
+        n->type = type;
+        n->pos = peek().pos;
+        n->kids.push_back(std::move(first));
+        while (isKeyword(peek(), keyword)) {
+            const int pos = take().pos;
+            if (n->kids.size() >= size_t(kMaxFilterTerms))
+                throw EDatabaseError(QStringLiteral("过滤条件错误：%1 连接的条件超过 %2 个（第 %3 个字符处）")
+                                         .arg(QString::fromLatin1(keyword).toUpper(),
+                                              QString::number(kMaxFilterTerms), QString::number(pos)));
+            n->kids.push_back((this->*operand)());
         }
-        return left;
+        return n;
     }
-    std::unique_ptr<Node> andExpr() {
-        auto left = notExpr();
-        while (isKeyword(peek(), "and")) {
-            take();
-            left = binary(Node::And, std::move(left), notExpr());
+    std::unique_ptr<Node> orExpr() { return chain(Node::Or, "or", andExpr(), &Parser::andExpr); }
+    std::unique_ptr<Node> andExpr() { return chain(Node::And, "and", notExpr(), &Parser::notExpr); }
+
+    // Bounds the parser's recursion (parentheses and NOT): binding,
+    // evaluation and freeing the tree recurse as deep as it does.
+    class Nest {
+    public:
+        Nest(int& depth, int pos) : m_depth(depth) {
+            if (++m_depth > kMaxFilterNesting) {
+                --m_depth;
+                throw EDatabaseError(
+                    QStringLiteral("过滤条件错误：括号或 NOT 嵌套超过 %1 层（第 %2 个字符处）")
+                        .arg(kMaxFilterNesting)
+                        .arg(pos));
+            }
         }
-        return left;
-    }
+        ~Nest() { --m_depth; }
+        Nest(const Nest&) = delete;
+        Nest& operator=(const Nest&) = delete;
+
+    private:
+        int& m_depth;
+    };
+
     std::unique_ptr<Node> notExpr() {
         if (isKeyword(peek(), "not")) {
-            take();
+            const Nest nest(m_depth, take().pos);
             auto n = std::make_unique<Node>();
             n->type = Node::Not;
             n->kids.push_back(notExpr());
@@ -279,6 +313,7 @@ private:
     std::unique_ptr<Node> predicate() {
         if (peek().type == Tok::LParen) {
             const int pos = take().pos;
+            const Nest nest(m_depth, pos);
             auto e = orExpr();
             if (peek().type != Tok::RParen)
                 syntaxError(QStringLiteral("缺少右括号（左括号在第 %1 个字符）").arg(pos), peek().pos);
@@ -381,7 +416,7 @@ private:
             }
             for (const char* kw : {"and", "or", "not", "like", "is", "in"})
                 if (t.text.compare(QLatin1String(kw), Qt::CaseInsensitive) == 0)
-                    syntaxError(QStringLiteral("'%1' 前缺少字段或值").arg(t.text), t.pos);
+                    syntaxError(QStringLiteral("'%1' 前缺少字段或值").arg(shown(t.text)), t.pos);
             n->type = Node::Field;
             n->name = t.text;
             return n;
@@ -418,6 +453,7 @@ private:
 
     std::vector<Token> m_toks;
     size_t m_i = 0;
+    int m_depth = 0;
 };
 
 // Converts a text literal compared with a field of another kind.
@@ -428,8 +464,8 @@ void coerceLiteral(Node& lit, const TColumn& col, const QString& fieldName) {
         if (lit.litFromText) {
             TDateTime v = 0;
             if (!parseDateTimeText(lit.lit.s, &v))
-                throw EDatabaseError(
-                    QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效日期").arg(lit.lit.s, fieldName));
+                throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效日期")
+                                         .arg(shown(lit.lit.s), shown(fieldName)));
             lit.lit.k = Val::Num;
             lit.lit.n = v;
         }
@@ -440,8 +476,8 @@ void coerceLiteral(Node& lit, const TColumn& col, const QString& fieldName) {
             bool ok = false;
             const double v = lit.lit.s.trimmed().toDouble(&ok);
             if (!ok)
-                throw EDatabaseError(
-                    QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效数值").arg(lit.lit.s, fieldName));
+                throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效数值")
+                                         .arg(shown(lit.lit.s), shown(fieldName)));
             lit.lit.k = Val::Num;
             lit.lit.n = v;
         }
@@ -474,7 +510,7 @@ void bindNode(Node& n, const TRecordStore& store, const std::function<int(const 
     if (n.type == Node::Field) {
         n.col = fieldIndex(n.name);
         if (n.col < 0 || n.col >= store.columnCount())
-            throw EDatabaseError(QStringLiteral("过滤条件错误：字段 '%1' 不存在").arg(n.name));
+            throw EDatabaseError(QStringLiteral("过滤条件错误：字段 '%1' 不存在").arg(shown(n.name)));
         fields.push_back(&n);
         return;
     }
@@ -544,8 +580,8 @@ void bindNode(Node& n, const TRecordStore& store, const std::function<int(const 
             (k.type == Node::Literal && k.lit.k == Val::Bool);
         if (!ok) {
             const QString what = k.type == Node::Field ? k.name : k.litSource;
-            throw EDatabaseError(
-                QStringLiteral("过滤条件错误：'%1' 后缺少比较运算符（第 %2 个字符处）").arg(what).arg(n.pos));
+            throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 后缺少比较运算符（第 %2 个字符处）")
+                                     .arg(shown(what), QString::number(n.pos)));
         }
     }
 }
@@ -640,9 +676,13 @@ const QString& textOf(const Node& n, const TRecordStore& s, qint64 r, bool* isNu
 bool eval(const Node& n, const TRecordStore& s, qint64 r) {
     switch (n.type) {
     case Node::Or:
-        return eval(*n.kids[0], s, r) || eval(*n.kids[1], s, r);
+        for (const auto& k : n.kids)
+            if (eval(*k, s, r)) return true;
+        return false;
     case Node::And:
-        return eval(*n.kids[0], s, r) && eval(*n.kids[1], s, r);
+        for (const auto& k : n.kids)
+            if (!eval(*k, s, r)) return false;
+        return true;
     case Node::Not:
         return !eval(*n.kids[0], s, r);
     case Node::Compare: {

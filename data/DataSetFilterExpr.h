@@ -19,6 +19,12 @@
 // literal compared with a date, number or boolean field is converted to the
 // field's type when the filter is bound (a text that does not convert is an
 // error then).
+//
+// Limits: parentheses and NOTs nest at most kMaxFilterNesting deep, and one
+// OR or AND chain joins at most kMaxFilterTerms conditions; a text beyond
+// either raises EDatabaseError naming the limit and the position. Chains are
+// kept flat, so only the nesting bounds the recursion of parsing, binding,
+// evaluation and freeing.
 
 #include "data/RecordStore.h"
 
@@ -27,6 +33,9 @@
 #include <memory>
 
 namespace lnq {
+
+constexpr int kMaxFilterNesting = 200;
+constexpr int kMaxFilterTerms = 10000;
 
 class TFilterExpr {
 public:

@@ -42,7 +42,7 @@ private:
     Observer m_observer;
 };
 
-// The message of ADO when a posted row no longer matches one database row.
+// The message when a posted row no longer matches exactly one database row.
 inline QString RowNotLocatedMessage() {
     return QStringLiteral("无法为更新定位行。一些值可能已在最后一次读取后已更改。");
 }

@@ -18,7 +18,7 @@ namespace {
 QAtomicInt g_connectionCounter;
 
 QString errorText(const QSqlError& e) {
-    // The server's own text first: that is what ADO shows.
+    // The server's own text first: that is the message users know.
     QString t = e.databaseText().trimmed();
     if (t.isEmpty()) t = e.text().trimmed();
     return t;

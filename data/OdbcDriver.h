@@ -5,8 +5,8 @@
 // Which row a posted change writes: a select of one table learns that
 // table's primary key from the server's catalog (SQLPrimaryKeys) when it is
 // opened. When the select holds every key column, the change finds its row
-// by the key values as read; otherwise by all the values as read (ADO's
-// "all columns" criteria; text, ntext, image and xml columns cannot be
+// by the key values as read; otherwise by all the values as read (every
+// comparable column is a criterion; text, ntext, image and xml columns cannot be
 // compared and are left out). The server has no row identity the select
 // could carry unseen, as the embedded driver's rowid is. Each change runs in
 // a savepoint (its own transaction when none is open) and is undone and

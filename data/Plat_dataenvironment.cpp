@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QSaveFile>
 
 namespace lnq {
 
@@ -43,8 +44,8 @@ TDataEnvironment* TDataEnvironment::Instance() {
 
 TDataEnvironment& TDataEnvironment::GetInstance(TADOConnection& connection) {
     if (auto* env = Instance()) return *env;
-    // Built completely before it becomes the instance: a failing query or
-    // save leaves no half-made dictionary behind, and the next call retries.
+    // Built completely before it becomes the instance: a failing query
+    // leaves no half-made dictionary behind, and the next call retries.
     std::unique_ptr<TDataEnvironment> env(new TDataEnvironment);
     const QString file = CacheFileName();
     auto ds = std::make_unique<TADODataSet>();
@@ -58,15 +59,27 @@ TDataEnvironment& TDataEnvironment::GetInstance(TADOConnection& connection) {
             qWarning("FldAttr: %s: %s", qPrintable(file), qPrintable(e.Message()));
         }
     }
-    if (!loaded) {
-        ds->SetConnection(&connection);
-        ds->SetCommandType(TCommandType::cmdText);
-        ds->SetCommandText(kDictionaryQuery);
-        ds->Open();
-        ds->SaveToFile(file);
+    if (loaded) {
+        env->m_dictionary = std::move(ds);
+        instanceRef() = std::move(env);
+        return *instanceRef();
     }
+    ds->SetConnection(&connection);
+    ds->SetCommandType(TCommandType::cmdText);
+    ds->SetCommandText(kDictionaryQuery);
+    ds->Open();
     env->m_dictionary = std::move(ds);
     instanceRef() = std::move(env);
+    // The dictionary is in memory now and stays there when the cache cannot be
+    // written (a read-only install folder): the error still reaches this
+    // caller, but later lookups are answered without querying again. The file
+    // is replaced in one step, so a failed write leaves no truncated cache.
+    QSaveFile out(file);
+    if (!out.open(QIODevice::WriteOnly))
+        throw EInOutError(QStringLiteral("无法创建文件 '%1': %2").arg(file, out.errorString()));
+    instanceRef()->m_dictionary->SaveToStream(out);
+    if (!out.commit())
+        throw EInOutError(QStringLiteral("无法写入文件 '%1': %2").arg(file, out.errorString()));
     return *instanceRef();
 }
 

@@ -24,7 +24,9 @@ public:
     // The singleton, built on the first call: from the cache file when it
     // exists, else by querying "select * from Sys_TableDictionary" on the
     // connection and saving the cache. Later calls ignore the argument. Errors
-    // of the query or of saving propagate, and no instance is kept then.
+    // of the query or of saving propagate; after a failed query no instance
+    // is kept, after a failed save (a read-only folder) the dictionary read
+    // from the database is kept and serves every later call.
     static TDataEnvironment& GetInstance(TADOConnection& connection);
     // The singleton, built on the first call from the cache file only; without
     // a usable cache it has no dictionary (captions are the field names).

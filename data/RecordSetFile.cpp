@@ -15,6 +15,15 @@
 //   crc     u32      CRC-32 (IEEE) of everything before it
 // "text" is u32 byte length + UTF-8. Calculated columns are not written, nor
 // are hidden ones (a database's row identity means nothing in a file).
+//
+// Limits on reading: every count and length is checked against the bytes that
+// remain before anything is allocated. A null cell costs one bit in the file
+// but a whole slot in memory (8 bytes for numbers, a text or byte-array
+// object otherwise), so the memory the rows take is estimated from the row
+// count and the field types first: a file may need at most
+// kMaxMemoryPerFileByte times its own size plus kMemorySlack bytes. Real data
+// stays far below that (a file of numbers takes about its own size); a file
+// of nothing but null rows is refused instead of growing 200-fold.
 
 #include "data/RecordStore.h"
 
@@ -30,6 +39,25 @@ namespace {
 
 constexpr char kMagic[8] = {'L', 'N', 'Q', 'R', 'S', 'E', 'T', 0x1A};
 constexpr quint32 kVersion = 1;
+constexpr qint64 kMaxMemoryPerFileByte = 64;
+constexpr qint64 kMemorySlack = qint64(16) << 20;
+
+// Memory one cell of a column takes, present or null.
+qint64 cellCost(TStorageKind kind) {
+    switch (kind) {
+    case TStorageKind::Integer:
+    case TStorageKind::Boolean:
+        return sizeof(qint64);
+    case TStorageKind::Float:
+    case TStorageKind::DateTime:
+        return sizeof(double);
+    case TStorageKind::Text:
+        return sizeof(QString);
+    case TStorageKind::Bytes:
+        return sizeof(QByteArray);
+    }
+    return sizeof(QString);
+}
 
 const std::array<quint32, 256>& crcTable() {
     static const std::array<quint32, 256> table = [] {
@@ -271,6 +299,18 @@ std::shared_ptr<TRecordStore> readRecordSet(const QByteArray& data) {
     const qint64 bitmapBytes = (rows + 7) / 8;
     if (fieldCount > 0 && bitmapBytes > in.remaining() / static_cast<qint64>(fieldCount))
         bad(QStringLiteral("记录数 %1 超出文件大小").arg(rows));
+
+    qint64 perRow = 0;
+    for (const TFieldDef& f : defs)
+        perRow += cellCost(StorageKindOf(f.DataType));
+    // The null bitmaps bound rows * fields by 8 times the file's size, so the
+    // product cannot overflow.
+    const qint64 memory = rows * perRow;
+    if (memory > kMaxMemoryPerFileByte * qint64(data.size()) + kMemorySlack)
+        bad(QStringLiteral("%1 条记录在内存中约需 %2 字节，超过文件大小 %3 字节所允许的上限")
+                .arg(rows)
+                .arg(memory)
+                .arg(data.size()));
 
     auto s = std::make_shared<TRecordStore>(defs);
     for (size_t ci = 0; ci < defs.size(); ++ci) {

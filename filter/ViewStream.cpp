@@ -4,6 +4,7 @@
 #include "util/Gbk.h"
 #include "util/Plat_streams.h"
 
+#include <QBuffer>
 #include <QtEndian>
 
 namespace lnq {
@@ -97,7 +98,44 @@ QString TStoredView::ResultSQL() const {
     return sql + QStringLiteral(" )");
 }
 
+namespace {
+
+TStoredView readView(QIODevice& stream);
+
+// A sequential device tells neither its size nor what is still to come:
+// its bytes are gathered first, up to the limit, and read from memory.
+TStoredView readSequential(QIODevice& stream) {
+    if (!stream.isReadable()) throw EReadError(QStringLiteral("视图数据无法读取：数据流未以读方式打开"));
+    QByteArray data;
+    char chunk[1 << 16];
+    for (;;) {
+        // -1 is the end of a closed sequential device as well as an error;
+        // either way the bytes gathered so far are all there is, and a view
+        // cut short is reported as such by the reader.
+        const qint64 got = stream.read(chunk, sizeof chunk);
+        if (got < 0 || (got == 0 && !stream.waitForReadyRead(-1))) break;
+        if (data.size() + got > kMaxViewBytes)
+            throw EReadError(QStringLiteral("视图数据超过 %1 字节的上限").arg(kMaxViewBytes));
+        data.append(chunk, got);
+    }
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::ReadOnly);
+    return readView(buffer);
+}
+
+} // namespace
+
 TStoredView ReadStoredView(QIODevice& stream) {
+    if (stream.isSequential()) return readSequential(stream);
+    if (stream.size() > kMaxViewBytes)
+        throw EReadError(
+            QStringLiteral("视图数据超过 %1 字节的上限（共 %2 字节）").arg(kMaxViewBytes).arg(stream.size()));
+    return readView(stream);
+}
+
+namespace {
+
+TStoredView readView(QIODevice& stream) {
     Reader r(stream);
     TStoredView view;
     view.Version = r.byte(QStringLiteral("版本号"));
@@ -115,6 +153,11 @@ TStoredView ReadStoredView(QIODevice& stream) {
                 .arg(count)
                 .arg(r.remaining())
                 .arg(r.offset() - 4));
+    if (count > kMaxViewConditions)
+        throw EReadError(QStringLiteral("视图数据已损坏：条件数 %1 超过 %2 个的上限（位置 %3）")
+                             .arg(count)
+                             .arg(kMaxViewConditions)
+                             .arg(r.offset() - 4));
     if (count > 0) view.Conditions.reserve(static_cast<size_t>(count));
     for (qint32 i = 1; i <= count; ++i) {
         TCondition c;
@@ -125,6 +168,8 @@ TStoredView ReadStoredView(QIODevice& stream) {
     }
     return view;
 }
+
+} // namespace
 
 void SaveToStream(QIODevice& stream, const TConditionList& conditions, bool matchAll) {
     writeByte(stream, 3);

@@ -10,7 +10,11 @@
 //
 // Reading checks every count and length against the bytes that remain before
 // it allocates anything, and raises EReadError naming what was being read and
-// where, for a stream that ends early or claims more than it holds.
+// where, for a stream that ends early or claims more than it holds. Stated
+// limits: a stream of more than kMaxViewBytes bytes and a list of more than
+// kMaxViewConditions conditions are refused (an empty condition takes 12
+// bytes in the stream but several times that in memory). A sequential
+// device (a pipe, a socket) is read to its end first, at most kMaxViewBytes.
 
 #include "filter/SearchSql.h"
 
@@ -19,6 +23,9 @@
 #include <vector>
 
 namespace lnq {
+
+constexpr qint64 kMaxViewBytes = qint64(64) << 20;
+constexpr int kMaxViewConditions = 10000;
 
 struct TStoredView {
     int Version = 3;
@@ -33,7 +40,8 @@ struct TStoredView {
     QString ResultSQL() const;
 };
 
-// Reads a whole view from position 0 of stream.
+// Reads a whole view from position 0 of stream (a random-access device), or
+// the whole of a sequential one from where it stands.
 TStoredView ReadStoredView(QIODevice& stream);
 
 // Writes a condition list (version 3, IsSQL 0) at the stream's position.

@@ -9,6 +9,13 @@ namespace lnq {
 namespace {
 const QDate kEpoch(1899, 12, 30);
 constexpr double kMsecsPerDay = 86400000.0;
+
+// A value read from a file or a database can hold any double: only day
+// counts a calendar can name (NaN, infinities and counts beyond
+// kMaxDateTimeDays have no date) are converted.
+bool hasDate(TDateTime value) {
+    return std::isfinite(value) && std::fabs(value) <= kMaxDateTimeDays;
+}
 } // namespace
 
 TDateTime DateFromQt(const QDate& d) {
@@ -26,10 +33,12 @@ TDateTime DateTimeFromQt(const QDateTime& dt) {
 }
 
 QDate DateToQt(TDateTime value) {
+    if (!hasDate(value)) return QDate();
     return kEpoch.addDays(static_cast<qint64>(std::trunc(value)));
 }
 
 QDateTime DateTimeToQt(TDateTime value) {
+    if (!hasDate(value)) return QDateTime();
     const double day = std::trunc(value);
     const double frac = std::fabs(value - day);
     qint64 ms = std::llround(frac * kMsecsPerDay);

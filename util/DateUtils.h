@@ -11,6 +11,11 @@ namespace lnq {
 
 using TDateTime = double;
 
+// Values beyond this many days from the epoch either way (about 270,000
+// years), NaN and infinities have no date: they convert to an invalid
+// QDate / QDateTime (shown as an empty text).
+constexpr double kMaxDateTimeDays = 100'000'000.0;
+
 TDateTime DateTimeFromQt(const QDateTime& dt); // invalid -> 0
 TDateTime DateFromQt(const QDate& d);          // midnight of d; invalid -> 0
 QDateTime DateTimeToQt(TDateTime value);       // local, millisecond precision

@@ -1,5 +1,6 @@
 #include "util/Plat_convert.h"
 
+#include "util/Exceptions.h"
 #include "util/Gbk.h"
 #include "util/Plat_sysutils.h"
 
@@ -58,28 +59,12 @@ constexpr char kNoInitial = char(0xC0);
 
 } // namespace
 
-QString TUtils_Convert::CurrencyToCapitalization2(long double amount) {
-    QString prefix;
-    if (amount < 0) {
-        prefix = QStringLiteral("负");
-        amount = -amount;
-    }
+namespace {
 
-    QString text = FloatToStr(amount);
-    if (amount > 0 && amount < 1) text.prepend(u'0');
-    const qsizetype dot = text.indexOf(u'.');
-    const QString intText = dot < 0 ? text : text.left(dot);
-    const int intPart = StrToInt(intText); // EConvertError beyond the integer range
-
-    long double cents = 0;
-    if (amount > 0 && amount >= 1)
-        cents = roundEven((amount - intPart) * 100);
-    else if (amount > 0)
-        cents = roundEven(amount * 100);
-    else
-        cents = roundEven((amount - intPart) * 100);
-    const int centsValue = int(cents);
-
+// The written form from the parts the two entry points work out: the sign,
+// whether the amount is above 0, the integer text (its length decides the
+// first unit) and the rounded cents.
+QString spell(bool negative, bool positive, const QString& intText, int centsValue) {
     QString result;
     QString previous; // the capital appended for the previous digit
     const qsizetype firstUnit = 13 - intText.size();
@@ -108,7 +93,7 @@ QString TUtils_Convert::CurrencyToCapitalization2(long double amount) {
     if (Gbk::byteLength(result) < 3) result.clear();
 
     if (centsValue < 10) {
-        if (amount > 0) {
+        if (positive) {
             if (centsValue <= 0)
                 result += QStringLiteral("整");
             else
@@ -126,8 +111,139 @@ QString TUtils_Convert::CurrencyToCapitalization2(long double amount) {
         result += jiao + fen;
     }
 
-    if (amount == 0) result = QStringLiteral("零元整");
-    return prefix + result;
+    if (!positive) result = QStringLiteral("零元整");
+    return (negative ? QStringLiteral("负") : QString()) + result;
+}
+
+[[noreturn]] void notAnInteger(const QString& text) {
+    throw EConvertError(QStringLiteral("'%1' is not a valid integer value").arg(text));
+}
+
+// Rounds a non-negative decimal integer given by its digits and the digits
+// after them to the nearest integer, ties to even. digits holds at most 18
+// digits (the caller bounds the amount).
+qint64 roundDigitsEven(QStringView digits, QStringView rest) {
+    qint64 v = 0;
+    for (QChar c : digits)
+        v = v * 10 + c.digitValue();
+    if (rest.isEmpty() || rest[0] < u'5') return v;
+    bool above = rest[0] > u'5';
+    for (qsizetype i = 1; i < rest.size() && !above; ++i)
+        above = rest[i] != u'0';
+    if (above || (v & 1)) ++v;
+    return v;
+}
+
+} // namespace
+
+QString TUtils_Convert::CurrencyToCapitalization2(long double amount) {
+    const bool negative = amount < 0;
+    if (negative) amount = -amount;
+
+    QString text = FloatToStr(amount);
+    // The exponent form ("1.5E15", "1.5E-6") has no integer text to spell:
+    // its mantissa must not pass for one.
+    if (text.contains(u'E')) notAnInteger(text);
+    if (amount > 0 && amount < 1) text.prepend(u'0');
+    const qsizetype dot = text.indexOf(u'.');
+    const QString intText = dot < 0 ? text : text.left(dot);
+    const int intPart = StrToInt(intText); // EConvertError beyond the integer range
+
+    long double cents = 0;
+    if (amount > 0 && amount >= 1)
+        cents = roundEven((amount - intPart) * 100);
+    else if (amount > 0)
+        cents = roundEven(amount * 100);
+    else
+        cents = roundEven((amount - intPart) * 100);
+    return spell(negative, amount > 0, intText, int(cents));
+}
+
+QString TUtils_Convert::CurrencyTextToCapitalization2(const QString& amount) {
+    // The number's grammar is StrToFloat's: blanks around, a sign, digits with
+    // one optional ".", an optional exponent.
+    const auto invalid = [&]() {
+        throw EConvertError(QStringLiteral("'%1' is not a valid floating point value").arg(amount));
+    };
+    qsizetype i = 0;
+    qsizetype n = amount.size();
+    while (i < n && amount[i] == u' ')
+        ++i;
+    while (n > i && amount[n - 1] == u' ')
+        --n;
+    const QStringView text(amount); // the number is text[i0, n)
+    const qsizetype i0 = i;
+    bool negative = false;
+    if (i < n && (text[i] == u'+' || text[i] == u'-')) negative = text[i++] == u'-';
+    QString digits;       // every mantissa digit
+    qsizetype point = -1; // digits before the "."
+    for (; i < n; ++i) {
+        const QChar c = text[i];
+        if (c >= u'0' && c <= u'9') {
+            digits += c;
+        } else if (c == u'.' && point < 0) {
+            point = digits.size();
+        } else {
+            break;
+        }
+    }
+    if (digits.isEmpty()) invalid();
+    if (point < 0) point = digits.size();
+    qint64 exponent = 0;
+    if (i < n && (text[i] == u'e' || text[i] == u'E')) {
+        ++i;
+        bool expNegative = false;
+        if (i < n && (text[i] == u'+' || text[i] == u'-')) expNegative = text[i++] == u'-';
+        if (i >= n) invalid();
+        for (; i < n && text[i] >= u'0' && text[i] <= u'9'; ++i)
+            exponent = qMin<qint64>(exponent * 10 + text[i].digitValue(), 1'000'000); // beyond any range
+        if (expNegative) exponent = -exponent;
+    }
+    if (i != n) invalid();
+
+    // value = 0.D * 10^e with D the significant digits.
+    qsizetype lead = 0;
+    while (lead < digits.size() && digits[lead] == u'0')
+        ++lead;
+    if (lead == digits.size()) return spell(false, false, QStringLiteral("0"), 0);
+    QString sig = digits.mid(lead);
+    while (sig.endsWith(u'0'))
+        sig.chop(1);
+    const qint64 e = qint64(point) - lead + exponent;
+
+    // The integer text, from the amount written with 15 significant digits
+    // (half away from zero) as the float path writes it.
+    QString d15 = sig.left(15);
+    qint64 e15 = e;
+    if (sig.size() > 15 && sig[15] >= u'5') {
+        qsizetype k = d15.size() - 1;
+        while (k >= 0 && d15[k] == u'9')
+            d15[k--] = u'0';
+        if (k < 0) {
+            d15.prepend(u'1');
+            d15.chop(1);
+            ++e15;
+        } else {
+            d15[k] = QChar(d15[k].unicode() + 1);
+        }
+    }
+    // Plain digits only from 0.00001 up to 15 integer digits; anything else
+    // would be written in exponent form, which has no integer text.
+    if (e15 > 15 || e15 < -4) notAnInteger(text.mid(i0, n - i0).toString());
+    const QString intText =
+        e15 <= 0 ? QStringLiteral("00") : d15.left(e15).leftJustified(int(e15), u'0', true);
+    const int intPart = StrToInt(intText); // EConvertError beyond the integer range
+
+    // Cents from the exact value: round(value * 100) - intPart * 100, ties to
+    // even. value * 100 has e + 2 integer digits, at most 12 here.
+    const qint64 k = e + 2;
+    qint64 hundredths = 0;
+    if (k >= 0) {
+        const QString whole = sig.left(k).leftJustified(int(k), u'0', true);
+        hundredths = roundDigitsEven(whole, QStringView(sig).mid(qMin<qsizetype>(k, sig.size())));
+    }
+    const qint64 cents = hundredths - qint64(intPart) * 100;
+    return spell(negative, true, intText, int(cents));
 }
 
 void TUtils_Convert::PStrToPy(const QByteArray& text, QByteArray& result) {

@@ -23,6 +23,14 @@ public:
     // 2147483647, or an amount whose 15-digit text is in exponent form (below
     // 0.00001 or 1E15 and up), raises EConvertError, as do NaN and infinities.
     static QString CurrencyToCapitalization2(long double amount);
+    // The same for an amount given as text ("12.05", "-3", "1.5e3"; the
+    // grammar of StrToFloat), taken as the exact decimal value of that text
+    // rather than the nearest float: "0.015" is a half cent and gives
+    // "零贰分", "0.005" gives "整", "2.675" gives "贰元陆角捌分". The integer
+    // text is the amount with 15 significant digits (half away from zero), so
+    // the same amounts as above raise EConvertError ("1.5E15", "0.0000015",
+    // "-9.3e18"); a text that is no number raises it too.
+    static QString CurrencyTextToCapitalization2(const QString& amount);
 
     // Pinyin initials of a GBK text: ASCII letters (upper-cased) and digits are
     // kept, other single bytes dropped; every two-byte character gives the

@@ -11,7 +11,7 @@
 //    digit. "." is the decimal point whatever the locale. Malformed text or a
 //    value beyond the double range raises EConvertError with the message
 //    "'TEXT' is not a valid floating point value".
-//  - ValInt / ValFloat: the Pascal "Val" scan. Never throws. *errorPos gets 0
+//  - ValInt / ValFloat: the classic runtime's "Val" scan. Never throws. *errorPos gets 0
 //    when the whole text is a number, else the 1-based position of the first
 //    character that cannot continue it (Length + 1 when the text ends where a
 //    digit was still needed). The result is the value of the valid prefix
@@ -49,7 +49,7 @@ double ValFloat(const QString& text, int* errorPos);
 QString FloatToStr(double value);
 QString FloatToStr(long double value); // the same rules on the 80-bit extended value
 
-// Delphi-style Format. Directive: "%" ["-"] [width | "*"] ["." (prec | "*")] type,
+// The classic runtime's Format. Directive: "%" ["-"] [width | "*"] ["." (prec | "*")] type,
 // "%%" for a percent sign. Types: d u x (integers; prec = minimum digits),
 // f n m (fixed, with thousands separators, currency; prec = decimals, default 2),
 // e (scientific, prec = significant digits, default 15, exponent "E+000"),

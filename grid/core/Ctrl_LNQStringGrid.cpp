@@ -240,6 +240,12 @@ bool TLNQStringGrid::LoadFromFile() {
     QFile file(m_fileNameSaved);
     if (!file.open(QIODevice::ReadOnly))
         throw EInOutError(QStringLiteral("无法打开文件 %1: %2").arg(m_fileNameSaved, file.errorString()));
+    LoadFromStream(file);
+    return true;
+}
+
+void TLNQStringGrid::LoadFromStream(QIODevice& file) {
+    const QString source = m_fileNameSaved.isEmpty() ? QStringLiteral("数据流") : m_fileNameSaved;
     TLNQCellModel& store = CellModel();
     std::vector<int> mapping; // file column -> grid column (-1: unknown)
     bool haveNames = false;
@@ -250,8 +256,9 @@ bool TLNQStringGrid::LoadFromFile() {
     // each block decodes on its own.
     while (!done) {
         QByteArray chunk = file.read(1 << 20);
-        if (chunk.isEmpty() && file.error() != QFileDevice::NoError)
-            throw EInOutError(QStringLiteral("读文件 %1 失败: %2").arg(m_fileNameSaved, file.errorString()));
+        const auto* fileDevice = qobject_cast<const QFileDevice*>(&file);
+        if (chunk.isEmpty() && fileDevice && fileDevice->error() != QFileDevice::NoError)
+            throw EInOutError(QStringLiteral("读文件 %1 失败: %2").arg(source, file.errorString()));
         const bool atEnd = chunk.isEmpty();
         pending += chunk;
         qsizetype cut = atEnd ? pending.size() : pending.lastIndexOf('\n') + 1;
@@ -289,7 +296,6 @@ bool TLNQStringGrid::LoadFromFile() {
         if (atEnd) break;
     }
     store.NotifyAllChanged();
-    return true;
 }
 
 // ------------------------------------------------------------ file buffer

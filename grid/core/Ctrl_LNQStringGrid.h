@@ -13,6 +13,7 @@
 
 #include "grid/core/Ctrl_LNQGrid.h"
 
+#include <QIODevice>
 #include <QVariant>
 #include <array>
 
@@ -66,6 +67,9 @@ public:
     bool SaveToFile();
     // EInOutError when the file cannot be read; false for an empty name.
     bool LoadFromFile();
+    // The file's contents from any device (read to its end), as LoadFromFile
+    // reads them; EInOutError when the device fails.
+    void LoadFromStream(QIODevice& stream);
     static constexpr int kMaxFileColumns = 200;
 
     // ---- the 1024-byte parameter buffer (Pos is the caller's counter)

@@ -14,14 +14,18 @@ struct ToolRun {
     QString err;
 };
 
-// extraEnv entries are added to the current environment.
-inline ToolRun runTool(const QStringList& args, const QProcessEnvironment& extraEnv = {}) {
+// extraEnv entries are added to the current environment. The standard input
+// gets `input` through a pipe and is then closed.
+inline ToolRun runTool(const QStringList& args, const QProcessEnvironment& extraEnv = {},
+                       const QByteArray& input = {}) {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     for (const QString& key : extraEnv.keys())
         env.insert(key, extraEnv.value(key));
     p.setProcessEnvironment(env);
     p.start(QStringLiteral(LNQ_TOOL_PATH), args);
+    if (!input.isEmpty()) p.write(input);
+    p.closeWriteChannel();
     ToolRun r;
     if (!p.waitForFinished(60000) || p.exitStatus() != QProcess::NormalExit) return r;
     r.exitCode = p.exitCode();

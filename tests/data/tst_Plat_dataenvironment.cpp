@@ -198,11 +198,25 @@ private Q_SLOTS:
         QVERIFY_THROWS_EXCEPTION(EDatabaseError, TDataEnvironment::GetInstance(*m_ado));
         QCOMPARE(TDataEnvironment::Instance(), nullptr);
         QVERIFY(!QFile::exists(m_cache));
+    }
 
-        TDataEnvironment::SetCacheFileName(m_dir.filePath(QStringLiteral("no/such/dir/FldAttr.xml")));
-        auto ok = openDatabase(QStringLiteral("ok.db"), QStringLiteral("('T', 'a', 'A', 1)"));
-        QVERIFY_THROWS_EXCEPTION(Exception, TDataEnvironment::GetInstance(*ok));
-        QCOMPARE(TDataEnvironment::Instance(), nullptr);
+    // A cache that cannot be written (a read-only install folder): the error
+    // reaches the first caller, but the dictionary read from the database
+    // stays and answers every later call without another query.
+    void unwritableCacheKeepsTheDictionary() {
+        const QString cache = m_dir.filePath(QStringLiteral("no/such/dir/FldAttr.xml"));
+        TDataEnvironment::SetCacheFileName(cache);
+        auto ok =
+            openDatabase(QStringLiteral("ok.db"), QStringLiteral("('T', 'a', '甲', 1), ('T', 'b', '乙', 0)"));
+        QVERIFY_THROWS_EXCEPTION(EInOutError, TDataEnvironment::GetInstance(*ok));
+        TDataEnvironment* env = TDataEnvironment::Instance();
+        QVERIFY(env != nullptr);
+        QVERIFY(!QFile::exists(cache));
+        ok->Execute(QStringLiteral("drop table Sys_TableDictionary")); // a re-query would fail now
+        QCOMPARE(&TDataEnvironment::GetInstance(*ok), env);
+        QCOMPARE(env->GetTitleCaption(QStringLiteral("A")), QStringLiteral("甲"));
+        QCOMPARE(env->GetTitleCaption(QStringLiteral("b")), QStringLiteral("NotVisible"));
+        QVERIFY(env->FieldExists(QStringLiteral("t"), QStringLiteral("B")));
         TDataEnvironment::SetCacheFileName(m_cache);
     }
 };

@@ -124,6 +124,8 @@ private Q_SLOTS:
     void hostileCounts_data();
     void hostileCounts();
     void failedLoadKeepsDataset();
+    void nullRowsAreBoundedByFileSize_data();
+    void nullRowsAreBoundedByFileSize();
     void hiddenColumnsAreNotWritten_data();
     void hiddenColumnsAreNotWritten();
 };
@@ -273,6 +275,62 @@ void TestRecordSetFile::hostileCounts() {
         QFAIL("hostile file loaded");
     } catch (const EReadError& e) {
         QVERIFY2(e.Message().contains(mentions), qPrintable(e.Message()));
+    }
+}
+
+// A null cell is one bit in the file but a whole slot in memory: rows of
+// nothing but nulls load only as far as the stated growth limit allows.
+void TestRecordSetFile::nullRowsAreBoundedByFileSize_data() {
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<qint64>("rows");
+    QTest::addColumn<bool>("loads");
+    QTest::newRow("texts, a million rows") << int(TFieldType::ftString) << 8 << qint64(1'000'000) << false;
+    QTest::newRow("blobs, a million rows") << int(TFieldType::ftBlob) << 8 << qint64(1'000'000) << false;
+
+    QTest::newRow("texts, small file") << int(TFieldType::ftString) << 8 << qint64(20'000) << true;
+    QTest::newRow("integers, one column") << int(TFieldType::ftInteger) << 1 << qint64(1'000'000) << true;
+}
+
+void TestRecordSetFile::nullRowsAreBoundedByFileSize() {
+    QFETCH(int, type);
+    QFETCH(int, columns);
+    QFETCH(qint64, rows);
+    QFETCH(bool, loads);
+    auto u32 = [](QByteArray& b, quint32 v) {
+        for (int i = 0; i < 4; ++i)
+            b.append(char((v >> (8 * i)) & 0xFF));
+    };
+    QByteArray body("LNQRSET\x1a", 8);
+    u32(body, 1);
+    u32(body, quint32(columns));
+    for (int c = 0; c < columns; ++c) {
+        u32(body, 1);
+        body.append(char('a' + c));
+        body.append(char(type));
+        u32(body, 10); // size
+        u32(body, 0);  // scale
+        body.append('\0');
+        u32(body, 0); // base table
+        u32(body, 0); // base column
+    }
+    for (int i = 0; i < 8; ++i)
+        body.append(char((rows >> (8 * i)) & 0xFF));
+    for (int c = 0; c < columns; ++c)
+        body.append(QByteArray((rows + 7) / 8, char(0xFF)));
+    TClientDataSet ds;
+    if (loads) {
+        loadBytes(ds, withChecksum(body));
+        QCOMPARE(ds.RecordCount(), int(rows));
+        ds.Last();
+        QVERIFY(ds.Fields(0).IsNull());
+        return;
+    }
+    try {
+        loadBytes(ds, withChecksum(body));
+        QFAIL("a file of null rows loaded beyond the growth limit");
+    } catch (const EReadError& e) {
+        QVERIFY2(e.Message().contains(QStringLiteral("超过文件大小")), qPrintable(e.Message()));
     }
 }
 

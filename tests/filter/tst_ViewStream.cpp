@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QtEndian>
+#include <cstring>
 
 using namespace lnq;
 
@@ -29,6 +30,30 @@ struct Bytes {
         return *this;
     }
     Bytes& text(const QString& s) { return raw(Gbk::encode(s)); }
+};
+
+// A pipe: sequential, no size, and the bytes arrive a few at a time, so
+// that bytesAvailable() never tells how much is still to come.
+class Pipe : public QIODevice {
+public:
+    explicit Pipe(const QByteArray& data) : m_data(data) {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* out, qint64 max) override {
+        const qint64 n = qMin<qint64>(qMin<qint64>(max, 3), m_data.size() - m_pos);
+        if (n <= 0) return -1;
+        memcpy(out, m_data.constData() + m_pos, size_t(n));
+        m_pos += n;
+        return n;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_data;
+    qint64 m_pos = 0;
 };
 
 QString load(const QByteArray& bytes, bool& isSQL) {
@@ -234,6 +259,59 @@ private Q_SLOTS:
         } catch (const EReadError& e) {
             QVERIFY2(e.Message().contains(mentions), qPrintable(e.Message()));
         }
+    }
+
+    // An empty condition is 12 bytes in the stream but far more in memory:
+    // the count has a stated ceiling.
+    void conditionCountLimit_data() {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("loads");
+        QTest::newRow("at the limit") << kMaxViewConditions << true;
+        QTest::newRow("beyond the limit") << kMaxViewConditions + 1 << false;
+        QTest::newRow("a megabyte of empty conditions") << 90'000 << false;
+    }
+    void conditionCountLimit() {
+        QFETCH(int, count);
+        QFETCH(bool, loads);
+        const QByteArray bytes =
+            Bytes().byte(3).byte(0).byte(1).int32(count).data + QByteArray(12 * count, '\0');
+        QBuffer buffer;
+        buffer.setData(bytes);
+        buffer.open(QIODevice::ReadOnly);
+        if (loads) {
+            QCOMPARE(int(ReadStoredView(buffer).Conditions.size()), count);
+            return;
+        }
+        try {
+            ReadStoredView(buffer);
+            QFAIL("too many conditions loaded");
+        } catch (const EReadError& e) {
+            QVERIFY2(e.Message().contains(QStringLiteral("上限")), qPrintable(e.Message()));
+        }
+    }
+
+    // A sequential device (a pipe) tells nothing of what is still to come:
+    // it reads like a buffer, whole or cut short.
+    void sequentialDevice_data() {
+        QTest::addColumn<int>("cut");
+        QTest::newRow("whole") << 0;
+        QTest::newRow("cut short") << 5;
+    }
+    void sequentialDevice() {
+        QFETCH(int, cut);
+        TConditionList list;
+        list.Add(QStringLiteral("vName like '%北京%'"), QStringLiteral("客户名称"),
+                 QStringLiteral("客户名称 包含 北京"));
+        list.Add(QStringLiteral("nQty > 5"), QStringLiteral("数量"), QStringLiteral("数量 大于 5"));
+        const QByteArray full = save(list, false);
+        Pipe pipe(full.left(full.size() - cut));
+        if (cut) {
+            QVERIFY_THROWS_EXCEPTION(EReadError, ReadStoredView(pipe));
+            return;
+        }
+        const TStoredView view = ReadStoredView(pipe);
+        QCOMPARE(view.ResultSQL(), QStringLiteral(" and (vName like '%北京%' OR nQty > 5 )"));
+        QCOMPARE(view.Conditions.at(1).Row.Caption, QStringLiteral("数量"));
     }
 
     void unreadableDeviceRaises() {

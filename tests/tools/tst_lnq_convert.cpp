@@ -21,6 +21,11 @@ private Q_SLOTS:
         QTest::newRow("negative") << QStringList{"-3"} << QStringLiteral("负叁元整");
         QTest::newRow("negative after --") << QStringList{"--", "-3"} << QStringLiteral("负叁元整");
         QTest::newRow("zero") << QStringList{"0"} << QStringLiteral("零元整");
+        // The text's own decimal value: exact half cents, ties to even.
+        QTest::newRow("half cent up") << QStringList{"0.015"} << QStringLiteral("零贰分");
+        QTest::newRow("half cent down") << QStringList{"0.005"} << QStringLiteral("整");
+        QTest::newRow("2.675") << QStringList{"2.675"} << QStringLiteral("贰元陆角捌分");
+        QTest::newRow("exponent it can spell") << QStringList{"1.5e3"} << QStringLiteral("壹仟伍佰元整");
     }
     void capital() {
         QFETCH(QStringList, args);
@@ -38,6 +43,9 @@ private Q_SLOTS:
         QTest::newRow("negative overflowing float") << QStringList{"-1e400"} << "'-1e400' is not a number";
         QTest::newRow("beyond integer range") << QStringList{"3000000000"} << "3000000000 cannot be written";
         QTest::newRow("too small for digits") << QStringList{"0.000001"} << "0.000001 cannot be written";
+        QTest::newRow("exponent form") << QStringList{"1.5E15"} << "1.5E15 cannot be written";
+        QTest::newRow("small exponent form") << QStringList{"0.0000015"} << "0.0000015 cannot be written";
+        QTest::newRow("negative exponent form") << QStringList{"-9.3e18"} << "-9.3e18 cannot be written";
         QTest::newRow("missing amount") << QStringList{} << "expected one AMOUNT";
         QTest::newRow("two amounts") << QStringList{"1", "2"} << "expected one AMOUNT";
         QTest::newRow("unknown option") << QStringList{"--fast", "1"} << "unknown option --fast";

@@ -50,9 +50,18 @@ private Q_SLOTS:
             sql(QStringLiteral("select iNo, vName, mPrice, bFlag, dWhen, vNote from T order by iNo"));
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out, QStringLiteral("iNo\tvName\tmPrice\tbFlag\tdWhen\tvNote\n"
-                                       "1\t张三\t12.5\ttrue\t2024-03-05 14:30:15\ta\\tb\n"
+                                       "1\t张三\t12.50\ttrue\t2024-03-05 14:30:15\ta\\tb\n"
                                        "2\t李四\t\tfalse\t\t\n"));
         QVERIFY(r.err.isEmpty());
+    }
+
+    // Floats print as the dataset shows them (15 significant digits), not
+    // as the shortest text that reads back to the same double.
+    void floatsPrintAsDisplayed() {
+        const Run r = sql(QStringLiteral("select cast(0.1 as float) + cast(0.2 as float) as s, "
+                                         "cast(150177.8 as float) * 3 / 3 as t, cast(1e20 as float) as u"));
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QStringLiteral("s\tt\tu\n0.3\t150177.8\t1E20\n"));
     }
 
     void queryAsJson() {

@@ -184,6 +184,25 @@ private Q_SLOTS:
                  QStringLiteral("version: 3\nis-sql: 1\nmatch-all: 1\nsql: select 3\n"));
     }
 
+    // A pipe has no size to check lengths against: it is read to its end first.
+    void decodeReadsAPipe_data() {
+        QTest::addColumn<QString>("file");
+        QTest::newRow("/dev/stdin") << QStringLiteral("/dev/stdin");
+        QTest::newRow("-") << QStringLiteral("-");
+    }
+    void decodeReadsAPipe() {
+        QFETCH(QString, file);
+        const lnqtest::ToolRun r = lnqtest::runTool(
+            {QStringLiteral("view"), QStringLiteral("decode"), QStringLiteral("--sql"), file}, {},
+            conditionView(true));
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QStringLiteral(" and (vName like '%北京%' And vOwner= '[%用户代码%]' )\n"));
+        const lnqtest::ToolRun cut = lnqtest::runTool(
+            {QStringLiteral("view"), QStringLiteral("decode"), file}, {}, conditionView(true).left(20));
+        QCOMPARE(cut.exitCode, 1);
+        QVERIFY2(cut.err.startsWith(QStringLiteral("lnq: 视图数据已损坏：条件数 2")), qPrintable(cut.err));
+    }
+
     void decodeRefusesDamagedFiles() {
         const QString cut = writeFile(QStringLiteral("cut.bin"), conditionView(true).left(20));
         const Result r = run({"view", "decode", cut});

@@ -76,12 +76,76 @@ private Q_SLOTS:
         QTest::newRow("negative beyond range") << -3e9;
         QTest::newRow("exponent form large") << 1e15;
         QTest::newRow("exponent form small") << 0.000001;
+        QTest::newRow("exponent form with a point") << 1.5e15;
+        QTest::newRow("small exponent form with a point") << 0.0000015;
+        QTest::newRow("large negative exponent form") << -9.3e18;
         QTest::newRow("nan") << qQNaN();
         QTest::newRow("inf") << qInf();
     }
     void capitalConversionErrors() {
         QFETCH(double, amount);
         QVERIFY_THROWS_EXCEPTION(lnq::EConvertError, TUtils_Convert::CurrencyToCapitalization2(amount));
+    }
+
+    // An amount given as text is its exact decimal value: half cents are
+    // real ties there, rounded to even.
+    void capitalText_data() {
+        QTest::addColumn<QString>("amount");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("0.015 half cent up") << "0.015" << QStringLiteral("零贰分");
+        QTest::newRow("0.005 half cent down") << "0.005" << QStringLiteral("整");
+        QTest::newRow("0.995 rounds to 100 cents") << "0.995" << QStringLiteral("壹角");
+        QTest::newRow("2.675") << "2.675" << QStringLiteral("贰元陆角捌分");
+        QTest::newRow("1.005 tie down") << "1.005" << QStringLiteral("壹元整");
+        QTest::newRow("above the tie") << "0.0150000000000000000001" << QStringLiteral("零贰分");
+        QTest::newRow("below the tie") << "0.0249999999999999999999" << QStringLiteral("零贰分");
+        QTest::newRow("exponent written") << "1.5e3" << QStringLiteral("壹仟伍佰元整");
+        QTest::newRow("negative exponent") << "125E-2" << QStringLiteral("壹元贰角伍分");
+        QTest::newRow("blanks and sign") << "  +7 " << QStringLiteral("柒元整");
+        QTest::newRow("negative zero") << "-0.00" << QStringLiteral("零元整");
+        QTest::newRow("15 digits round up into the integer")
+            << "2.9999999999999999" << QStringLiteral("叁元整");
+        QTest::newRow("smallest plain amount") << "0.00001" << QStringLiteral("整");
+        QTest::newRow("int max") << "2147483647.99"
+                                 << QStringLiteral("贰拾壹亿肆仟柒佰肆拾捌万叁仟陆佰肆拾柒元玖角玖分");
+    }
+    void capitalText() {
+        QFETCH(QString, amount);
+        QFETCH(QString, text);
+        QCOMPARE(TUtils_Convert::CurrencyTextToCapitalization2(amount), text);
+    }
+
+    // Where the float is no tie the two paths agree.
+    void capitalTextAgreesWithFloat_data() {
+        QTest::addColumn<QString>("amount");
+        for (const char* a :
+             {"1005", "100000", "12.05", "12.30", "0.5", "0.05", "-3", "0", "1.999", "10001", "100010000",
+              "2147483647.5", "1.23", "100.01", "0.125", "0.375", "-1005.07", "0.004"})
+            QTest::newRow(a) << QString::fromLatin1(a);
+    }
+    void capitalTextAgreesWithFloat() {
+        QFETCH(QString, amount);
+        QCOMPARE(TUtils_Convert::CurrencyTextToCapitalization2(amount),
+                 TUtils_Convert::CurrencyToCapitalization2(amount.toDouble()));
+    }
+
+    void capitalTextErrors_data() {
+        QTest::addColumn<QString>("amount");
+        QTest::newRow("1.5E15") << "1.5E15";
+        QTest::newRow("0.0000015") << "0.0000015";
+        QTest::newRow("-9.3e18") << "-9.3e18";
+        QTest::newRow("int max + 1") << "2147483648";
+        QTest::newRow("16 integer digits") << "1234567890123456";
+        QTest::newRow("huge exponent") << "1e999999999999999999";
+        QTest::newRow("tiny exponent") << "1e-999999999999999999";
+        QTest::newRow("no digits") << ".";
+        QTest::newRow("blank inside") << "1 2";
+        QTest::newRow("letters") << "12abc";
+        QTest::newRow("empty exponent") << "1e";
+    }
+    void capitalTextErrors() {
+        QFETCH(QString, amount);
+        QVERIFY_THROWS_EXCEPTION(lnq::EConvertError, TUtils_Convert::CurrencyTextToCapitalization2(amount));
     }
 
     void pinyinBoundaries_data() {

@@ -53,11 +53,13 @@ int capital(const QStringList& args, Io& io) {
         return 2;
     }
     try {
-        io.out << lnq::TUtils_Convert::CurrencyToCapitalization2(amount) << "\n";
+        // The amount is the decimal value of the text as written, not the
+        // nearest float: 0.015 is an exact half cent.
+        io.out << lnq::TUtils_Convert::CurrencyTextToCapitalization2(text) << "\n";
     } catch (const lnq::EConvertError& e) {
         io.err << "lnq capital: " << text
-               << " cannot be written in capital numerals (the integer part must lie within 0..2147483647"
-                  " and the amount must not be below 0.00001): "
+               << " cannot be written in capital numerals (the integer part must lie within 0..2147483647,"
+                  " the amount must not be below 0.00001 and needs no more than 15 integer digits): "
                << e.Message() << "\n";
         return 1;
     }

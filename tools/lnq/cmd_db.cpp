@@ -17,7 +17,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
-#include <QLocale>
 
 namespace {
 
@@ -119,17 +118,14 @@ QString dateText(const lnq::TField& f) {
     }
 }
 
-QString numberText(double v) {
-    return QString::number(v, 'g', QLocale::FloatingPointShortest);
-}
-
 QString cellText(const lnq::TField& f) {
     if (f.IsNull()) return QString();
     switch (lnq::StorageKindOf(f.DataType())) {
     case lnq::TStorageKind::Integer:
         return QString::number(f.AsLargeInt());
     case lnq::TStorageKind::Float:
-        return numberText(f.AsFloat());
+        // As a grid shows it: 15 significant digits, money at two decimals.
+        return f.DisplayText();
     case lnq::TStorageKind::DateTime:
         return dateText(f);
     case lnq::TStorageKind::Boolean:

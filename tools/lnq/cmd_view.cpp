@@ -1,7 +1,8 @@
 // lnq view: stored views (Sys_FileBase rows holding the view stream).
 //
 //   lnq view decode [--sql] FILE
-//       Prints the version, flags and conditions of a view stream file and the
+//       Prints the version, flags and conditions of a view stream file (FILE
+//       may be a pipe such as /dev/stdin, or "-" for the standard input) and the
 //       SQL it contributes. With --sql only that SQL text, followed by one
 //       newline.
 //   lnq view sql --db DB --ext EXT [--table T] [--base-where W]
@@ -23,6 +24,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
+#include <cstdio>
 
 namespace {
 
@@ -74,8 +76,16 @@ int decode(const QStringList& args, Io& io) {
         return usageError(io, error);
     if (files.size() != 1) return usageError(io, QStringLiteral("decode takes one FILE"));
 
-    QFile file(files.first());
-    if (!file.open(QIODevice::ReadOnly))
+    // "-" is the standard input; a pipe is read to its end (bounded).
+    QFile file;
+    bool opened = false;
+    if (files.first() == QLatin1String("-")) {
+        opened = file.open(stdin, QIODevice::ReadOnly);
+    } else {
+        file.setFileName(files.first());
+        opened = file.open(QIODevice::ReadOnly);
+    }
+    if (!opened)
         throw lnq::EInOutError(QStringLiteral("无法打开文件 %1：%2").arg(files.first(), file.errorString()));
     const lnq::TStoredView view = lnq::ReadStoredView(file);
 

@@ -1,0 +1,1 @@
+SELECT [Key Col], [名称] FROM [dbo].[My Table] WHERE [名称] = N'甲'

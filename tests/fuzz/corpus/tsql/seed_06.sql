@@ -1,0 +1,1 @@
+SELECT '[' + LTRIM('  a  ') + ']', '[' + RTRIM('  a  ') + ']'

@@ -1,0 +1,1 @@
+SELECT REPLACE('ABCabc', 'b', 'x'), REPLACE('abc', '', 'x')

@@ -1,0 +1,1 @@
+SELECT '[' + CAST('ab' AS char(4)) + ']'

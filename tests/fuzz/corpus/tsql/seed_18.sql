@@ -1,0 +1,1 @@
+SELECT v FROM T WHERE v LIKE '%' + 'AN' + '%'

@@ -1,0 +1,1 @@
+SELECT IIF(1 = 1, 'yes', 'no'), IIF(NULL = 1, 'yes', 'no')

@@ -1,0 +1,1 @@
+SELECT v, CASE v WHEN 2 THEN 'two' WHEN 7 THEN 'seven' ELSE 'other' END FROM T ORDER BY v

@@ -1,0 +1,1 @@
+SELECT A.v, B.w FROM A RIGHT JOIN B ON A.id = B.aid ORDER BY B.w

@@ -1,0 +1,1 @@
+SELECT v, (SELECT COUNT(*) FROM B WHERE B.aid = A.id) FROM A ORDER BY id

@@ -1,0 +1,1 @@
+SELECT id, v FROM T ORDER BY id

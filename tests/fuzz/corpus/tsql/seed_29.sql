@@ -1,0 +1,1 @@
+SELECT name FROM T WHERE n = 1

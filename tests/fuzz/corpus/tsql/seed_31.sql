@@ -1,0 +1,1 @@
+SELECT COUNT(*) FROM sqlite_master WHERE type = 'index' AND name = 'IX_T_a'

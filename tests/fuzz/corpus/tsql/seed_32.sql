@@ -1,0 +1,1 @@
+SELECT name, xtype FROM dbo.sysobjects WHERE name IN ('t', 'v') ORDER BY name

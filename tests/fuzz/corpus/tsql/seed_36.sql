@@ -1,0 +1,1 @@
+SELECT COUNT(*)  FROM Sys_FileBase WHERE vFileName + vExt = '客户\新.cv' AND vFileName + vExt <> '客户\旧.CV'

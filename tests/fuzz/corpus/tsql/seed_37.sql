@@ -1,0 +1,1 @@
+select k from Cust where 1=1  and (DateDiff(d,dCreateDate,'2024-03-05' )<0  OR DateDiff(d,dCreateDate,'2024-03-05' )=0 )

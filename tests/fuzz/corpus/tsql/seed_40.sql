@@ -1,0 +1,1 @@
+SELECT TOP 2 vName, nQty * mPrice AS total FROM Goods WHERE vName LIKE N'螺%' ORDER BY ID DESC

@@ -1,0 +1,1 @@
+SELECT CAST('5%2' AS varchar(10)), REPLACE(vNote, '--', '/*') FROM Goods WHERE vNote <> 'x;y'

@@ -1,0 +1,1 @@
+UPDATE Goods SET vNote = 'it''s -- fine' WHERE ID = 1

@@ -1,0 +1,1 @@
+DELETE FROM Goods WHERE dDate < DATEADD(day, -30, GETDATE())

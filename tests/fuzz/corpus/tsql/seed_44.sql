@@ -1,0 +1,1 @@
+SELECT ISNULL(nQty, 0) ^ 3, SQUARE(mPrice), CAST(nQty AS BIT) FROM Goods

@@ -1,0 +1,1 @@
+SELECT COUNT(*), SUM(mPrice) FROM Goods GROUP BY bFlag HAVING COUNT(*) > 1

@@ -1,0 +1,1 @@
+SELECT CONVERT(varchar(30), GETDATE(), 120), DATEDIFF(day, dDate, GETDATE()) FROM Goods

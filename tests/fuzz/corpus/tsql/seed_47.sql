@@ -1,0 +1,1 @@
+SELECT * FROM Goods WHERE vName IN (N'垫圈', 'nut') AND NOT (nQty BETWEEN 1 AND 5)

@@ -1,0 +1,1 @@
+SELECT CASE WHEN nQty > 5 THEN 'many' ELSE 'few' END FROM Goods ORDER BY 1

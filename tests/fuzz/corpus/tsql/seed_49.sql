@@ -1,0 +1,1 @@
+SELECT STUFF(vName, 1, 1, 'x'), REPLICATE('ab', 3), PATINDEX('%a%', vNote) FROM Goods

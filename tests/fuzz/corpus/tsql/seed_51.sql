@@ -1,0 +1,1 @@
+INSERT INTO Goods (vName) SELECT vName FROM Goods WHERE 1 = 0

@@ -1,0 +1,1 @@
+SELECT -(-1), - -1, -'-5', 'a--b' + vName FROM Goods
