@@ -1,4 +1,5 @@
 #include "data/Backrestoresqldb.h"
+#include "data/TsqlFunctions.h"
 
 #include "data/ADOConnection.h"
 #include "data/ConnectionString.h"
@@ -39,6 +40,9 @@ public:
         }
         sqlite3_extended_result_codes(m_db, 1);
         sqlite3_busy_timeout(m_db, 10000);
+        // Text columns and their indexes are declared with the framework's
+        // collation: the integrity check and any statement need it.
+        tsql::registerTextCollation(m_db);
         // Reading the schema tells a database from any other file.
         exec("SELECT count(*) FROM sqlite_master", file);
     }

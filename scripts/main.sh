@@ -19,5 +19,11 @@ run sql --db "$DB" "select dbo.GetFilePath(vFileName) as f1,dbo.GetFileName(vFil
 run view sql --db "$DB" --ext .CUS --table Cust_CustomersMain '常用视图\本月新增客户'
 VIEW_SQL=$("$LNQ" view sql --db "$DB" --ext .CUS --table Cust_CustomersMain '常用视图\本月新增客户')
 run sql --db "$DB" "$VIEW_SQL"
+run view list --db "$DB" --ext .CUS --user admin
+run grid --db "$DB" --sql "select vCustomerNo, vCustomerName, vProvince, mCreditLimit from Cust_CustomersMain" --filter 'vProvince,等于,北京' --sort mCreditLimit --desc --sum mCreditLimit --count vCustomerNo --limit 10
+run export --db "$DB" --format xlsx --out build/customers.xlsx --title 客户列表 "SELECT TOP 200 * FROM Cust_CustomersMain ORDER BY iCustomerNo DESC"
+run export --db "$DB" --format pdf --out build/customers.pdf --title 客户列表 "SELECT TOP 200 vCustomerNo, vCustomerName, vProvince, vCity FROM Cust_CustomersMain ORDER BY iCustomerNo DESC"
+run backup --db "$DB" --to build/sample.bak
+run check-db build/sample.bak
 run capital 1005.30
 run pinyin 北京市海淀区

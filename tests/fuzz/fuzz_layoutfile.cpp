@@ -3,6 +3,7 @@
 // input's size. A decoded layout, written and read again, must write the same
 // bytes a second time (bytes that are not GBK become "?" on the first write).
 
+#include "FuzzSupport.h"
 #include "grid/data/LayoutFile.h"
 #include "util/Exceptions.h"
 
@@ -10,6 +11,8 @@
 #include <QByteArray>
 #include <cstdint>
 #include <cstdlib>
+
+LNQ_FUZZ_INITIALIZE(false, "\x01\x00\x00\x00\x05\x00\x00\x00vCode\x40\x00\x00\x00\x02\x00\x00\x00ab")
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), qsizetype(size));
