@@ -28,7 +28,6 @@
 #include <QScrollBar>
 #include <QWheelEvent>
 #include <cmath>
-#include <mutex>
 
 namespace lnq {
 
@@ -2229,16 +2228,16 @@ TCaptionMap GridFieldsCaptions(const TLNQCustomDBGrid& grid) {
 }
 
 void InstallLayoutCaptionsReader() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        SetLayoutCaptionsReader([](const QString& layoutName) {
-            TCaptionMap map;
-            const QString file = LayoutFileName(layoutName, QString(), QString());
-            if (layoutName.isEmpty() || !QFile::exists(file)) return map;
-            for (const TLayoutEntry& e : LoadLayoutFile(file))
-                map.append({e.FieldName, e.Title});
-            return map;
-        });
+    // A reader the host registered itself stays.
+    if (HasLayoutCaptionsReader()) return;
+    SetLayoutCaptionsReader([](const QString& layoutName) {
+        TCaptionMap map;
+        if (layoutName.isEmpty()) return map;
+        const QString file = LayoutFileName(layoutName, QString(), QString());
+        if (!QFile::exists(file)) return map;
+        for (const TLayoutEntry& e : LoadLayoutFile(file))
+            map.append({e.FieldName, e.Title});
+        return map;
     });
 }
 

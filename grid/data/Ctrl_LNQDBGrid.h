@@ -732,8 +732,10 @@ TCaptionMap GridFieldsCaptions(const TLNQCustomDBGrid& grid);
 
 // Lets record viewers (TLNQDataWebBrowser::InitFieldsCaptions(layoutName))
 // read the captions of a layout file: the name is a grid's FormatFileName,
-// the file KXFormat/<name>.FMT. Every data grid calls it when created, so a
-// host that has a grid needs nothing more; others call it once at start-up.
+// the file KXFormat/<name>.FMT (none: no captions; a corrupt one: EReadError).
+// Every data grid calls it when created, so a host that has a grid needs
+// nothing more; others call it once at start-up. A reader the host
+// registered before is left in place.
 void InstallLayoutCaptionsReader();
 
 class TLNQDBGrid : public TLNQCustomDBGrid {

@@ -254,6 +254,35 @@ private Q_SLOTS:
         QFile::remove(file);
     }
 
+    void corruptLayoutFileIsReported_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("short") << QByteArray("\x03\x00\x00\x00\x02\x00\x00\x00v", 9);
+        QTest::newRow("huge count") << QByteArray("\xff\xff\xff\x7f", 4);
+        QTest::newRow("negative length") << QByteArray("\x01\x00\x00\x00\xfe\xff\xff\xff", 8);
+    }
+    void corruptLayoutFileIsReported() {
+        QFETCH(QByteArray, bytes);
+        reopen();
+        const QString file = LayoutFileName(QStringLiteral("corrupt"), QString(), QString());
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+        f.close();
+        QStringList errors;
+        QWidget form;
+        auto* g = new TLNQDBGrid(&form);
+        g->OnDataError = [&](TLNQCustomDBGrid*, const QString& m) { errors << m; };
+        g->SetFormatFileName(QStringLiteral("corrupt"));
+        g->SetControlOptions(g->ControlOptions() | TDBGridControlOption::coAutoFormat);
+        g->SetDataSet(&m_customers);
+        QCOMPARE(errors, QStringList{"流读取错误"});
+        // The grid keeps one column per field.
+        QCOMPARE(g->Columns().Count(), m_customers.FieldCount());
+        g->SetControlOptions(g->ControlOptions() &
+                             ~TDBGridControlOptions(TDBGridControlOption::coAutoFormat));
+        QFile::remove(file);
+    }
+
     void setupItemAppliesAndSaves() {
         reopen();
         const QString name = QStringLiteral("setup_test");
