@@ -2050,7 +2050,8 @@ TExportColumns TLNQCustomDBGrid::ExportColumns() const {
     TExportColumns out;
     for (int i = 0; i < m_columns->Count(); ++i) {
         const TColumn* c = m_columns->Items(i);
-        out.push_back({c->FieldName(), c->Title().Caption(), c->Width()});
+        // Hidden columns go along (width 0), as the screen has them.
+        out.push_back({c->FieldName(), c->Title().Caption(), std::max(0, c->Width())});
     }
     return out;
 }
