@@ -2,6 +2,9 @@
 
 #include "grid/core/Ctrl_LNQMaskEdit.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
+#include "grid/data/Ctrl_DataView.h"
+#include "grid/data/Ctrl_LNQDBGrid.h"
+#include "web/Ctrl_datawebbrowser.h"
 
 #include <QIcon>
 
@@ -17,6 +20,9 @@ template <typename T> QWidget* make(QWidget* parent) {
 const TDesignerControl kControls[] = {
     {"lnq::TLNQStringGrid", "grid/core/Ctrl_LNQStringGrid.h", "字符串表格", make<TLNQStringGrid>},
     {"lnq::TLNQMaskEdit", "grid/core/Ctrl_LNQMaskEdit.h", "掩码编辑框", make<TLNQMaskEdit>},
+    {"lnq::TLNQDBGrid", "grid/data/Ctrl_LNQDBGrid.h", "数据表格", make<TLNQDBGrid>},
+    {"lnq::TLNQDataWebBrowser", "web/Ctrl_datawebbrowser.h", "数据网页浏览器", make<TLNQDataWebBrowser>},
+    {"lnq::TDataView", "grid/data/Ctrl_DataView.h", "记录卡片", make<TDataView>},
 };
 
 } // namespace
@@ -56,7 +62,10 @@ QString TLNQDesignerControl::domXml() const {
     // A new control is named after its class without namespace and maker
     // prefix, first letter in lower case ("stringGrid").
     QString object = name().section(QStringLiteral("::"), -1);
-    if (object.startsWith(QLatin1String("TLNQ"))) object = object.mid(4);
+    if (object.startsWith(QLatin1String("TLNQ")))
+        object = object.mid(4);
+    else if (object.startsWith(QLatin1Char('T')))
+        object = object.mid(1);
     if (!object.isEmpty()) object[0] = object[0].toLower();
     return QStringLiteral("<ui language=\"c++\"><widget class=\"") + name() + QStringLiteral("\" name=\"") +
            object + QStringLiteral("\"/></ui>");

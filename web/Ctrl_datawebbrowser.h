@@ -20,6 +20,7 @@ class TDataSet;
 
 class TLNQDataWebBrowser : public QTextBrowser {
     Q_OBJECT
+    Q_PROPERTY(int ColumnCount READ ColumnCount WRITE SetColumnCount)
 public:
     explicit TLNQDataWebBrowser(QWidget* parent = nullptr);
     ~TLNQDataWebBrowser() override;
@@ -36,8 +37,10 @@ public:
     void Clear() { m_page.Clear(); }
     const TDataWebPage& Page() const { return m_page; }
 
-    // Caption map from a grid's column titles (field name -> title) or from a
-    // layout file (through the reader registered in web/DataWebPage.h).
+    // Caption map from a grid's column titles (field name -> title; a data
+    // grid gives it with GridFieldsCaptions, grid/data/Ctrl_LNQDBGrid.h) or
+    // from a layout file (through the reader registered in web/DataWebPage.h,
+    // which every data grid installs: InstallLayoutCaptionsReader).
     void InitFieldsCaptions(const TCaptionMap& captions) { m_page.InitFieldsCaptions(captions); }
     void InitFieldsCaptions(const QString& layoutName) { m_page.InitFieldsCaptions(layoutName); }
 

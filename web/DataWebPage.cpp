@@ -75,6 +75,10 @@ void SetLayoutCaptionsReader(TLayoutCaptionsFn reader) {
     layoutReader() = std::move(reader);
 }
 
+bool HasLayoutCaptionsReader() {
+    return bool(layoutReader());
+}
+
 TCaptionMap LayoutCaptions(const QString& layoutName) {
     if (!layoutReader()) return {};
     return layoutReader()(layoutName);

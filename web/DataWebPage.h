@@ -39,6 +39,7 @@ using TCaptionMap = QList<QPair<QString, QString>>;
 // a reader a layout name yields no captions.
 using TLayoutCaptionsFn = std::function<TCaptionMap(const QString& layoutName)>;
 void SetLayoutCaptionsReader(TLayoutCaptionsFn reader);
+bool HasLayoutCaptionsReader();
 TCaptionMap LayoutCaptions(const QString& layoutName);
 
 struct TWebItem {

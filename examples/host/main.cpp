@@ -1,5 +1,7 @@
 // A small host window on the embedded sample database: the customers in a
-// string grid, column titles from the field dictionary.
+// data grid (titles from the field dictionary, the grid's menu for filters,
+// sorting, printing, export and column setup) with the current customer's
+// record card below it.
 //
 //   lnqhost [DATABASE] [--check] [--grab FILE.png]
 // Without DATABASE a sample database is made in a temporary folder.
@@ -8,10 +10,10 @@
 
 #include "data/ADOConnection.h"
 #include "data/DataSet.h"
-#include "data/FieldTypes.h"
 #include "data/Plat_dataenvironment.h"
 #include "data/SampleDatabase.h"
-#include "grid/core/Ctrl_LNQStringGrid.h"
+#include "grid/data/Ctrl_DataView.h"
+#include "grid/data/Ctrl_LNQDBGrid.h"
 #include "util/Exceptions.h"
 #include "util/Plat_appfont_ui.h"
 
@@ -19,53 +21,11 @@
 #include <QDir>
 #include <QMainWindow>
 #include <QMessageBox>
+#include <QSplitter>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
-
-namespace {
-
-// Loads the first rows of the customers into the grid; returns their count.
-int loadCustomers(lnq::TADOConnection& connection, lnq::TLNQStringGrid& grid) {
-    lnq::TADODataSet ds;
-    ds.SetConnection(&connection);
-    ds.SetCommandText(QStringLiteral("SELECT TOP 100 * FROM Cust_CustomersMain ORDER BY iCustomerNo DESC"));
-    ds.Open();
-    lnq::TDataEnvironment& dictionary = lnq::TDataEnvironment::GetInstance(connection);
-    const int fields = ds.FieldCount();
-    grid.SetColCount(fields + 1);
-    grid.SetFixedCols(1);
-    grid.SetRowCount(ds.RecordCount() + 1);
-    lnq::TGridCols& cols = grid.GridCols();
-    cols[0]->SetCaption(QStringLiteral("序号"));
-    cols[0]->SetWidth(44);
-    for (int c = 0; c < fields; ++c) {
-        const QString name = ds.Fields(c).FieldName();
-        const QString caption = dictionary.GetTitleCaption(name);
-        lnq::TGridCol* col = cols[c + 1];
-        col->SetColName(name);
-        col->SetCaption(caption);
-        grid.SetCells(c + 1, 0, caption);
-        // Texts get room for their declared size and read from the left;
-        // "NotVisible" hides the column.
-        const lnq::TField& field = ds.Fields(c);
-        const bool text = lnq::StorageKindOf(field.DataType()) == lnq::TStorageKind::Text;
-        col->SetAlignment(text ? Qt::AlignLeft : Qt::AlignRight);
-        col->SetWidth(caption == QLatin1String("NotVisible") ? -1
-                      : text                                 ? std::clamp(field.Size() * 7, 60, 220)
-                                                             : 80);
-    }
-    int row = 1;
-    for (ds.First(); !ds.Eof(); ds.Next(), ++row) {
-        grid.SetCells(0, row, QString::number(row));
-        for (int c = 0; c < fields; ++c)
-            grid.SetCells(c + 1, row, ds.Fields(c).AsString());
-    }
-    return row - 1;
-}
-
-} // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
@@ -94,13 +54,33 @@ int main(int argc, char** argv) {
         connection.SetConnectionString(database);
         connection.Open();
 
+        // The dictionary gives the grid its column titles.
+        lnq::TDataEnvironment::GetInstance(connection);
+        lnq::TADODataSet customers;
+        customers.SetConnection(&connection);
+        customers.SetCommandText(
+            QStringLiteral("SELECT TOP 100 * FROM Cust_CustomersMain ORDER BY iCustomerNo DESC"));
+        customers.Open();
+
         QMainWindow window;
+        window.setObjectName(QStringLiteral("CustomerForm"));
         window.setWindowTitle(QStringLiteral("客户 - LNQ 示例"));
-        auto* grid = new lnq::TLNQStringGrid(&window);
-        window.setCentralWidget(grid);
-        const int rows = loadCustomers(connection, *grid);
+        auto* split = new QSplitter(Qt::Vertical, &window);
+        auto* grid = new lnq::TLNQDBGrid(split);
+        grid->setObjectName(QStringLiteral("customerGrid"));
+        grid->SetDataSet(&customers);
+        auto* card = new lnq::TDataView(split);
+        card->SetColumnCount(3);
+        split->setStretchFactor(0, 3);
+        split->setStretchFactor(1, 1);
+        window.setCentralWidget(split);
+        // The card follows the current customer.
+        QObject::connect(&customers, &lnq::TDataSet::scrolled, card, [&] { card->ShowGrid(*grid); });
+        grid->FocusCell(1, 1);
+        card->ShowGrid(*grid);
+        const int rows = customers.RecordCount();
         window.statusBar()->showMessage(QStringLiteral("共 %1 条记录").arg(rows));
-        window.resize(900, 480);
+        window.resize(900, 560);
         if (check) {
             QTextStream(stdout) << "rows " << rows << "\n";
             return 0;

@@ -1,5 +1,7 @@
 #include "grid/data/Ctrl_DataView.h"
 
+#include "grid/data/Ctrl_LNQDBGrid.h"
+
 #include "data/ADOConnection.h"
 #include "data/DataSet.h"
 #include "data/Plat_dataenvironment.h"
@@ -302,6 +304,33 @@ void TDataView::InitFieldsCaptions(const QTableView& Grid) {
         }
     }
     InitFieldsCaptions(columns);
+}
+
+namespace {
+
+std::vector<TDataViewColumn> gridColumns(const TLNQCustomDBGrid& grid) {
+    std::vector<TDataViewColumn> out;
+    const TLNQDBGridColumns& cols = grid.Columns();
+    for (int i = 0; i < cols.Count(); ++i) {
+        const TColumn* c = cols.Items(i);
+        out.push_back({c->FieldName(), c->Title().Caption(), c->Width() > 0});
+    }
+    return out;
+}
+
+} // namespace
+
+void TDataView::ShowGrid(const TLNQCustomDBGrid& Grid) {
+    if (const TDataSet* ds = Grid.DataSet()) {
+        ShowGrid(*ds, gridColumns(Grid));
+    } else {
+        m_items.clear();
+        Refresh();
+    }
+}
+
+void TDataView::InitFieldsCaptions(const TLNQCustomDBGrid& Grid) {
+    InitFieldsCaptions(gridColumns(Grid));
 }
 
 } // namespace lnq

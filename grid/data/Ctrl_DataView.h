@@ -22,6 +22,7 @@ class QTableView;
 namespace lnq {
 
 class TDataSet;
+class TLNQCustomDBGrid;
 
 // A column of a data grid as the card needs it (the data grid hands its
 // columns in column order).
@@ -41,6 +42,7 @@ struct TDataViewPlacement {
 
 class TDataView : public QScrollArea {
     Q_OBJECT
+    Q_PROPERTY(int ColumnCount READ ColumnCount WRITE SetColumnCount)
 public:
     static constexpr int kLineHeight = 20;
     static constexpr int kInset = 3;
@@ -81,9 +83,13 @@ public:
     // order (hidden ones too, as with the data grid's columns), its header
     // text as the title. No current row gives an empty card.
     void ShowGrid(const QTableView& Grid);
+    // The data grid's current record with its column titles, in column order.
+    void ShowGrid(const TLNQCustomDBGrid& Grid);
     // Field captions ("field name=title") from the visible columns.
     void InitFieldsCaptions(const std::vector<TDataViewColumn>& Columns);
     void InitFieldsCaptions(const QTableView& Grid);
+    // From the data grid's visible columns (width other than 0).
+    void InitFieldsCaptions(const TLNQCustomDBGrid& Grid);
 
     // Alternating captions and values in display order.
     const QStringList& Items() const { return m_items; }

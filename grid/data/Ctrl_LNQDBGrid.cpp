@@ -4,6 +4,7 @@
 #include "data/Plat_dataenvironment.h"
 #include "grid/core/Ctrl_LNQImages.h"
 #include "grid/core/GridText.h"
+#include "grid/data/Ctrl_GridSetupFm.h"
 #include "grid/data/DBGridCalc.h"
 #include "util/Exceptions.h"
 #include "util/Plat_sysutils.h"
@@ -23,6 +24,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPrinterInfo>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QWheelEvent>
 #include <cmath>
@@ -254,7 +256,19 @@ void TColumn::SetReadOnly(bool on) {
 }
 
 int TColumn::Width() const {
-    if (m_hasWidth) return m_width;
+    if (m_hasWidth || m_hasDefaultWidth) return m_width;
+    return DefaultWidth();
+}
+
+void TColumn::SetDefaultWidth(int w) {
+    if (m_maxColWidth > 0 && w > m_maxColWidth) w = m_maxColWidth;
+    m_width = w;
+    m_hasWidth = false;
+    m_hasDefaultWidth = true;
+    changed();
+}
+
+int TColumn::DefaultWidth() const {
     // Until set: wide enough for the field's display width and the title.
     const TLNQCustomDBGrid* g = Grid();
     const QFontMetrics fm(g ? g->font() : QFont());
@@ -380,6 +394,7 @@ void TColumn::Assign(const TColumn& s) {
     m_hasFont = s.m_hasFont;
     m_font = s.m_font;
     m_hasWidth = s.m_hasWidth;
+    m_hasDefaultWidth = s.m_hasDefaultWidth;
     m_width = s.m_width;
     m_imeMode = s.m_imeMode;
     m_imeName = s.m_imeName;
@@ -509,7 +524,7 @@ void TLNQDBGridColumns::RebuildColumns() {
 void TLNQDBGridColumns::RestoreDefaults() {
     BeginUpdate();
     for (auto& c : m_items) {
-        c->m_hasAlignment = c->m_hasColor = c->m_hasFont = c->m_hasWidth = false;
+        c->m_hasAlignment = c->m_hasColor = c->m_hasFont = c->m_hasWidth = c->m_hasDefaultWidth = false;
         c->m_title.RestoreDefaults();
     }
     m_pending = true;
@@ -699,6 +714,11 @@ void TGridDataLink::SetDataSet(TDataSet* dataSet) {
     for (const auto& c : m_links)
         disconnect(c);
     m_links.clear();
+    // Detaching an open dataset is a save point of the layout file.
+    if (m_wasActive && m_dataSet && m_dataSet != dataSet) {
+        m_grid.autoSaveFormat(false);
+        m_wasActive = false;
+    }
     m_dataSet = dataSet;
     m_lastFields.clear();
     if (dataSet) {
@@ -731,11 +751,15 @@ int TGridDataLink::GetMappedIndex(int column) const {
 }
 
 void TGridDataLink::ActiveChanged() {
+    // Closing is a save point: the columns are saved before they follow the closed dataset.
+    if (m_wasActive && !Active()) m_grid.autoSaveFormat(false);
     m_wasActive = Active();
     m_lastFields = m_wasActive ? m_dataSet->FieldNames() : QStringList();
     m_grid.m_insertRow = -1;
     if (m_grid.m_columns->State() == csDefault) m_grid.m_columns->RebuildColumns();
     LayoutChanged();
+    // Every layout of the columns from an active dataset reads the layout file.
+    if (m_wasActive) m_grid.autoLoadFormat();
 }
 
 void TGridDataLink::DataSetChanged() {
@@ -862,6 +886,8 @@ TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
     m_columns = std::make_unique<TLNQDBGridColumns>(this);
     m_bookmarks = std::make_unique<TBookmarkList>(*this);
     m_filters = std::make_unique<TFilterList>();
+    m_layoutColumns = std::make_unique<TDBGridLayoutColumns>(*this);
+    InstallLayoutCaptionsReader();
     setAccessibleName(QStringLiteral("数据表格"));
     CellModel().CellHook = [this](int col, int row) -> QString {
         if (row < 1) return {};
@@ -912,6 +938,15 @@ TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
 }
 
 TLNQCustomDBGrid::~TLNQCustomDBGrid() {
+    if (m_controlOptions.testFlag(TDBGridControlOption::coAutoFormat)) {
+        // No message box from a destructor: a layout that cannot be written is only logged.
+        try {
+            SaveFormat(true);
+        } catch (const Exception& e) {
+            qWarning("%s", qUtf8Printable(e.Message()));
+        }
+    }
+    m_destroying = true;
     if (TDataSet* ds = DataSet()) {
         // The dataset outlives the grid: its record filter must not call back.
         if (m_filterInstalled) ds->SetOnFilterRecord(nullptr);
@@ -929,7 +964,6 @@ void TLNQCustomDBGrid::SetDataSet(TDataSet* dataSet) {
     }
     m_bookmarks->Clear();
     m_link->SetDataSet(dataSet);
-    if (m_controlOptions.testFlag(TDBGridControlOption::coAutoFormat)) LoadFormat();
 }
 
 // ---------------------------------------------------------------- mapping
@@ -1950,7 +1984,7 @@ void TLNQCustomDBGrid::TitleSort(TColumn* column) {
     }
     InitDBGrid();
     EndLayout();
-    if (m_controlOptions.testFlag(TDBGridControlOption::coAutoFormat)) SaveFormat();
+    autoSaveFormat(true);
 }
 
 void TLNQCustomDBGrid::menuSort(bool ascending) {
@@ -2012,26 +2046,200 @@ void TLNQCustomDBGrid::ClearAllIndexes() {
 
 // ---------------------------------------------------------------- hand-offs
 
+TExportColumns TLNQCustomDBGrid::ExportColumns() const {
+    TExportColumns out;
+    for (int i = 0; i < m_columns->Count(); ++i) {
+        const TColumn* c = m_columns->Items(i);
+        // Hidden columns go along (width 0), as the screen has them.
+        out.push_back({c->FieldName(), c->Title().Caption(), std::max(0, c->Width())});
+    }
+    return out;
+}
+
+TGridReportSource TLNQCustomDBGrid::ReportSource() {
+    TGridReportSource s;
+    s.DataSet = DataSet();
+    s.Columns = ExportColumns();
+    s.FormCaption = OwnerCaption();
+    s.CellFileName = GetCellFileName();
+    // The grid's event, read when the report runs (a host may set it later).
+    s.OnPreparePrintData = [this](TDataSetCanReportOutObject& data) {
+        if (OnPreparePrintData) OnPreparePrintData(this, data);
+    };
+    return s;
+}
+
+void TLNQCustomDBGrid::print(TPrintType kind) {
+    const TDataSet* ds = DataSet();
+    if (!ds || !ds->Active()) return;
+    guarded([&] { GridPrint(ReportSource(), kind, ReportOptions); });
+}
+
 void TLNQCustomDBGrid::Print_Setup() {
-    Q_EMIT ReportActionRequested(TReportAction::raPrintSetup);
+    print(TPrintType::ptSetup);
 }
 void TLNQCustomDBGrid::Print_Preview() {
-    Q_EMIT ReportActionRequested(TReportAction::raPrintPreview);
+    print(TPrintType::ptPreview);
 }
 void TLNQCustomDBGrid::Print_Out() {
-    Q_EMIT ReportActionRequested(TReportAction::raPrintOut);
+    print(TPrintType::ptPrint);
 }
 void TLNQCustomDBGrid::Print_Design() {
-    Q_EMIT ReportActionRequested(TReportAction::raPrintDesign);
+    print(TPrintType::ptDesign);
 }
+
 void TLNQCustomDBGrid::ExportToExcel() {
-    Q_EMIT ReportActionRequested(TReportAction::raExportToExcel);
+    const TDataSet* ds = DataSet();
+    if (!ds || !ds->Active()) return;
+    guarded([&] { GridExportToExcel(ReportSource(), this); });
 }
+
 void TLNQCustomDBGrid::CopyToClipBoard() {
-    Q_EMIT ReportActionRequested(TReportAction::raCopyToClipBoard);
+    lnq::CopyToClipBoard(SelectedField());
 }
+
 void TLNQCustomDBGrid::FieldSetup() {
-    Q_EMIT ReportActionRequested(TReportAction::raFieldSetup);
+    TDataSet* ds = DataSet();
+    if (!ds || !ds->Active()) return;
+    TDataEnvironment* env = TDataEnvironment::Instance();
+    guarded([&] {
+        lnq::FieldSetup(
+            *m_layoutColumns, ds->FieldNames(),
+            [env](const QString& name) { return env ? env->GetTitleCaption(name) : name; }, this);
+    });
+}
+
+// ---------------------------------------------------------------- layout files
+
+QString TLNQCustomDBGrid::OwnerName() const {
+    const QWidget* w = window();
+    return w && w != this ? w->objectName() : QString();
+}
+
+QString TLNQCustomDBGrid::OwnerCaption() const {
+    const QWidget* w = window();
+    return w && w != this ? w->windowTitle() : QString();
+}
+
+QString TLNQCustomDBGrid::GetCellFileName() const {
+    return TPrint::GetCellFileName(m_cellFileName, OwnerName(), objectName());
+}
+
+QString TLNQCustomDBGrid::GetFileName() const {
+    return LayoutFileName(m_formatFileName, OwnerName(), objectName());
+}
+
+TLayoutContext TLNQCustomDBGrid::layoutContext() const {
+    TLayoutContext ctx;
+    const TDataSet* ds = DataSet();
+    ctx.HasDataSet = ds != nullptr;
+    ctx.DataSetOpen = ds && ds->Active();
+    TDataEnvironment* env = TDataEnvironment::Instance();
+    ctx.TitleOf = [env](const QString& name) { return env ? env->GetTitleCaption(name) : name; };
+    // The file name is worked out (and its folder made) only when it is used.
+    if (ctx.HasDataSet) ctx.FileName = GetFileName();
+    return ctx;
+}
+
+void TLNQCustomDBGrid::LoadFormat() {
+    if (m_loadingFormat) return;
+    m_loadingFormat = true;
+    const auto done = qScopeGuard([this] { m_loadingFormat = false; });
+    lnq::LoadFormat(*m_layoutColumns, layoutContext());
+}
+
+void TLNQCustomDBGrid::SaveFormat(bool requireOpen) {
+    lnq::SaveFormat(*m_layoutColumns, layoutContext(), requireOpen);
+}
+
+void TLNQCustomDBGrid::autoLoadFormat() {
+    if (m_controlOptions.testFlag(TDBGridControlOption::coAutoFormat)) guarded([this] { LoadFormat(); });
+}
+
+void TLNQCustomDBGrid::autoSaveFormat(bool requireOpen) {
+    if (m_destroying || !m_controlOptions.testFlag(TDBGridControlOption::coAutoFormat)) return;
+    guarded([&] { SaveFormat(requireOpen); });
+}
+
+// ---------------------------------------------------------------- layout adapter
+
+TColumn& TDBGridLayoutColumns::at(int index) const {
+    TColumn* c = m_grid.Columns().Items(index);
+    if (!c) throw Exception(QStringLiteral("列索引越界: ") + QString::number(index));
+    return *c;
+}
+int TDBGridLayoutColumns::ColumnCount() const {
+    return m_grid.Columns().Count();
+}
+QString TDBGridLayoutColumns::FieldName(int index) const {
+    return at(index).FieldName();
+}
+QString TDBGridLayoutColumns::Title(int index) const {
+    return at(index).Title().Caption();
+}
+int TDBGridLayoutColumns::Width(int index) const {
+    return std::max(0, at(index).Width());
+}
+void TDBGridLayoutColumns::SetTitle(int index, const QString& title) {
+    at(index).Title().SetCaption(title);
+}
+void TDBGridLayoutColumns::SetWidth(int index, int width) {
+    at(index).SetWidth(width);
+}
+int TDBGridLayoutColumns::DefaultWidth(int index) const {
+    return at(index).DefaultWidth();
+}
+void TDBGridLayoutColumns::SetDefaultWidth(int index, int width) {
+    at(index).SetDefaultWidth(width);
+}
+void TDBGridLayoutColumns::ClearColumns() {
+    m_grid.Columns().Clear();
+}
+void TDBGridLayoutColumns::InsertColumn(int index, const QString& fieldName) {
+    TLNQDBGridColumns& cols = m_grid.Columns();
+    // Add() on automatic columns would drop them: keep them as they are.
+    cols.SetState(csCustomized);
+    cols.BeginUpdate();
+    TColumn* c = cols.Add();
+    c->SetFieldName(fieldName);
+    cols.Move(cols.Count() - 1, std::clamp(index, 0, cols.Count() - 1));
+    cols.EndUpdate();
+}
+void TDBGridLayoutColumns::DeleteColumn(int index) {
+    m_grid.Columns().Delete(index);
+}
+void TDBGridLayoutColumns::BeginLayout() {
+    m_grid.BeginLayout();
+}
+void TDBGridLayoutColumns::EndLayout() {
+    m_grid.EndLayout();
+}
+void TDBGridLayoutColumns::InitDBGrid() {
+    m_grid.InitDBGrid();
+}
+
+TCaptionMap GridFieldsCaptions(const TLNQCustomDBGrid& grid) {
+    TCaptionMap map;
+    const TLNQDBGridColumns& cols = grid.Columns();
+    for (int i = 0; i < cols.Count(); ++i) {
+        const TColumn* c = cols.Items(i);
+        if (c->Width() > 0) map.append({c->FieldName(), c->Title().Caption()});
+    }
+    return map;
+}
+
+void InstallLayoutCaptionsReader() {
+    // A reader the host registered itself stays.
+    if (HasLayoutCaptionsReader()) return;
+    SetLayoutCaptionsReader([](const QString& layoutName) {
+        TCaptionMap map;
+        if (layoutName.isEmpty()) return map;
+        const QString file = LayoutFileName(layoutName, QString(), QString());
+        if (!QFile::exists(file)) return map;
+        for (const TLayoutEntry& e : LoadLayoutFile(file))
+            map.append({e.FieldName, e.Title});
+        return map;
+    });
 }
 
 // ---------------------------------------------------------------- footer

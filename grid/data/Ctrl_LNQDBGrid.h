@@ -27,10 +27,17 @@
 //
 // Run-time menu (right button): the filter, sort, print, export, copy and
 // setup items switched on by ControlOptions, after the items of the grid's
-// own popup menu when it has one. The print, export, copy and setup items
-// emit ReportActionRequested (the printing and export units connect to it);
-// the layout file is read and written through the LoadFormat / SaveFormat
-// hooks.
+// own popup menu when it has one. The print items hand the grid's rows to
+// the report library (GridPrint), "导出到EXCEL" writes a spreadsheet of them
+// (GridExportToExcel), "复制" copies the selected field's text and "设置"
+// opens the column setup form (FieldSetup).
+//
+// Layout files (LayoutFile.h), only under coAutoFormat: read (LoadFormat)
+// every time the grid lays its columns out from an active dataset (opened,
+// attached, fields changed), written (SaveFormat(false)) when the dataset
+// closes or is detached, after a title sort, and (SaveFormat(true)) when the
+// grid is destroyed. The grid's columns take part through
+// TDBGridLayoutColumns.
 //
 // Footer: AutoCalculate fills each column's TailCaption (totals over exactly
 // the visible records, or an incremental update after a cell edit); the
@@ -40,10 +47,14 @@
 #include "filter/Ctrl_FilterSetupFM.h"
 #include "filter/FilterItem.h"
 #include "grid/core/Ctrl_LNQGrid.h"
+#include "grid/data/LayoutFile.h"
+#include "grid/data/Print_ui.h"
+#include "web/DataWebPage.h"
 
 #include <QColor>
 #include <QFlags>
 #include <QFont>
+#include <QMap>
 #include <QPointer>
 #include <QSet>
 #include <QStringList>
@@ -100,17 +111,6 @@ enum class TDBGridControlOption : quint16 {
 };
 Q_DECLARE_FLAGS(TDBGridControlOptions, TDBGridControlOption)
 Q_DECLARE_OPERATORS_FOR_FLAGS(TDBGridControlOptions)
-
-// What the print, export, copy and setup items ask for.
-enum class TReportAction : std::uint8_t {
-    raPrintSetup,
-    raPrintPreview,
-    raPrintOut,
-    raPrintDesign,
-    raExportToExcel,
-    raCopyToClipBoard,
-    raFieldSetup,
-};
 
 // A column's title. Each property is stored (and saved with the columns)
 // only once it was set; until then it follows its default (the dictionary
@@ -173,7 +173,14 @@ public:
     bool ReadOnly() const { return m_readOnly; }
     void SetReadOnly(bool on);
     int Width() const;
+    // A width the user (or a layout file, or the setup form) assigned: stored.
     void SetWidth(int w);
+    // A width from the first-use layout: shown, but not stored and not
+    // counted as assigned (IsWidthStored stays false).
+    void SetDefaultWidth(int w);
+    // The width the column has before any assignment: room for the field's
+    // display width and the title.
+    int DefaultWidth() const;
     bool Visible() const { return m_width >= 0 || !m_hasWidth; }
     TColumnButtonStyle ButtonStyle() const { return m_buttonStyle; }
     void SetButtonStyle(TColumnButtonStyle s) { m_buttonStyle = s; }
@@ -244,6 +251,7 @@ private:
     TLNQDBGridColumns& m_owner;
     TColumnTitle m_title{*this};
     bool m_hasAlignment = false, m_hasColor = false, m_hasFont = false, m_hasWidth = false;
+    bool m_hasDefaultWidth = false;
     Qt::Alignment m_alignment = Qt::AlignLeft;
     QColor m_color;
     QFont m_font;
@@ -462,6 +470,15 @@ public:
     void SetFormatFileName(const QString& n) { m_formatFileName = n; }
     QString CellFileName() const { return m_cellFileName; }
     void SetCellFileName(const QString& n) { m_cellFileName = n; }
+    // The report template: KXReport beside the executable + the file-name
+    // part of CellFileName + ".RPT", or executable.owner form.grid name.RPT.
+    QString GetCellFileName() const;
+    // The layout file: the same naming in KXFormat with ".FMT".
+    QString GetFileName() const;
+    // The owner form's name (the top-level widget's object name; "" when
+    // the grid is a window itself) and its caption.
+    QString OwnerName() const;
+    QString OwnerCaption() const;
     QFont TitleFont() const { return m_titleFont; }
     void SetTitleFont(const QFont& f);
     // The printer count the menu consults (installed printers by default).
@@ -513,18 +530,40 @@ public:
     void ClearAllIndexes();
     static void ExtractColumnCaption(const QString& caption, QString& prefix, QString& rest);
 
-    // ---- print, export, copy, setup: handed to the units that do them
+    // ---- print, export, copy, setup
+    // The print handlers: the grid's rows (a private copy of an open ADO or
+    // client dataset, the columns in order, hidden ones included) go to the
+    // report library with GetCellFileName; nothing without an open dataset.
     void Print_Setup();
     void Print_Preview();
     void Print_Out();
     void Print_Design();
+    // "导出到EXCEL": the rows in the grid's current sort and filter to a
+    // spreadsheet file in the temporary folder, opened with the desktop's
+    // program.
     void ExportToExcel();
+    // "复制": the selected field's text to the clipboard.
     void CopyToClipBoard();
+    // "设置": the setup form over the dataset's fields; on "确定" the new
+    // layout is applied (it reaches the file at the next save point).
     void FieldSetup();
-    // Layout files attach here: called after a title sort (SaveFormat) and
-    // when the grid is set up with coAutoFormat (LoadFormat).
-    virtual void SaveFormat() {}
-    virtual void LoadFormat() {}
+    // Raised before the rows are handed to the report library (master items
+    // may be added to the provider).
+    std::function<void(TLNQCustomDBGrid* Sender, TDataSetCanReportOutObject& Data)> OnPreparePrintData;
+    // Options handed to the report object before each print call ("OutputFile",
+    // "Unattended"): hosts that print without dialogs set them.
+    QMap<QString, QString> ReportOptions;
+    // What the print and export handlers hand on.
+    TGridReportSource ReportSource();
+    TExportColumns ExportColumns() const;
+    // The column layout file (no coAutoFormat check: explicit calls always
+    // act). LoadFormat raises EReadError for a corrupt file and EInOutError
+    // for one that cannot be read; SaveFormat EInOutError when it cannot
+    // write. SaveFormat's argument requires an open dataset.
+    void LoadFormat();
+    void SaveFormat(bool requireOpen);
+    // The grid's columns as the layout rules see them.
+    TLayoutColumns& LayoutColumns() const { return *m_layoutColumns; }
 
     // ---- footer and widths
     void AutoCalculate(int ACol, const QString& OldValue = {}, const QString& NewValue = {});
@@ -567,8 +606,6 @@ Q_SIGNALS:
                           lnq::TColumn* Column, lnq::TGridDrawState State);
     // The "..." button of a LoadButton (or cbsEllipsis) column was pressed.
     void OnEditButtonClick(lnq::TLNQCustomDBGrid* Sender, lnq::TColumn* Column);
-    // A print, export, copy or setup item was chosen.
-    void ReportActionRequested(lnq::TReportAction action);
 
 public:
     // Banding: DefColor on every DefColorPerRows-th data row (row phase
@@ -620,11 +657,17 @@ private:
     bool rowSelected(int viewRow) const;
     void toggleCurrentSelection();
     void refreshSelectedRows();
+    void print(TPrintType kind);
+    TLayoutContext layoutContext() const;
+    // The save and load points under coAutoFormat; errors are reported, not raised.
+    void autoLoadFormat();
+    void autoSaveFormat(bool requireOpen);
 
     std::unique_ptr<TGridDataLink> m_link;
     std::unique_ptr<TLNQDBGridColumns> m_columns;
     std::unique_ptr<TBookmarkList> m_bookmarks;
     std::unique_ptr<TFilterList> m_filters;
+    std::unique_ptr<TLayoutColumns> m_layoutColumns;
     std::unique_ptr<QMenu> m_runtimeMenu;
     QPointer<QMenu> m_valueMenu;
 
@@ -651,14 +694,66 @@ private:
     bool m_appending = false;
     bool m_filterInstalled = false;
     bool m_refreshingSelection = false;
+    bool m_loadingFormat = false;
+    bool m_destroying = false;
     QPointer<QMenu> m_userMenu;
     QSet<int> m_selectedRows; // view rows of the bookmarks, for drawing
 };
 
+// The grid's columns seen through the layout rules: index 0 is the first
+// data column (the indicator column is not one of them). New columns make
+// the collection csCustomized, so the layout survives reloads.
+class TDBGridLayoutColumns : public TLayoutColumns {
+public:
+    explicit TDBGridLayoutColumns(TLNQCustomDBGrid& grid) : m_grid(grid) {}
+    int ColumnCount() const override;
+    QString FieldName(int index) const override;
+    QString Title(int index) const override;
+    int Width(int index) const override;
+    void SetTitle(int index, const QString& title) override;
+    void SetWidth(int index, int width) override;
+    int DefaultWidth(int index) const override;
+    void SetDefaultWidth(int index, int width) override;
+    void ClearColumns() override;
+    void InsertColumn(int index, const QString& fieldName) override;
+    void DeleteColumn(int index) override;
+    void BeginLayout() override;
+    void EndLayout() override;
+    void InitDBGrid() override;
+
+private:
+    TColumn& at(int index) const;
+    TLNQCustomDBGrid& m_grid;
+};
+
+// The record viewer's caption map from a grid: field name -> title caption
+// of every visible column (width other than 0), in column order.
+TCaptionMap GridFieldsCaptions(const TLNQCustomDBGrid& grid);
+
+// Lets record viewers (TLNQDataWebBrowser::InitFieldsCaptions(layoutName))
+// read the captions of a layout file: the name is a grid's FormatFileName,
+// the file KXFormat/<name>.FMT (none: no captions; a corrupt one: EReadError).
+// Every data grid calls it when created, so a host that has a grid needs
+// nothing more; others call it once at start-up. A reader the host
+// registered before is left in place.
+void InstallLayoutCaptionsReader();
+
 class TLNQDBGrid : public TLNQCustomDBGrid {
     Q_OBJECT
+    // ControlOptions as its bits (coTitleSort = 1, coAutoFormat = 2, ...).
+    Q_PROPERTY(int ControlOptions READ ControlOptionBits WRITE SetControlOptionBits)
+    Q_PROPERTY(QString FormatFileName READ FormatFileName WRITE SetFormatFileName)
+    Q_PROPERTY(QString CellFileName READ CellFileName WRITE SetCellFileName)
+    Q_PROPERTY(int DefColorPerRows READ DefColorPerRows WRITE SetDefColorPerRows)
+    Q_PROPERTY(QColor DefColor READ DefColor WRITE SetDefColor)
+    Q_PROPERTY(int DBRowsHeight READ DBRowsHeight WRITE SetDBRowsHeight)
+    Q_PROPERTY(bool BandFollow READ BandFollow WRITE SetBandFollow)
+    Q_PROPERTY(bool PermenentIndex READ PermenentIndex WRITE SetPermenentIndex)
+
 public:
     explicit TLNQDBGrid(QWidget* parent = nullptr);
+    int ControlOptionBits() const { return int(ControlOptions().toInt()); }
+    void SetControlOptionBits(int bits) { SetControlOptions(TDBGridControlOptions::fromInt(quint16(bits))); }
 };
 
 // The grid's named images, 12 x 12 device-independent pixels drawn at the

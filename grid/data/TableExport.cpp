@@ -53,6 +53,11 @@ std::unique_ptr<TDataSet> PrepareClonedDataset(TDataSet& source) {
         auto copy = std::make_unique<TADODataSet>();
         copy->Clone(*ado);
         if (!ado->Sort().isEmpty()) copy->SetSort(ado->Sort());
+        // A record filter (the grid's quick filters) narrows the copy the same way.
+        if (ado->Filtered() && ado->OnFilterRecord()) {
+            copy->SetOnFilterRecord(ado->OnFilterRecord());
+            copy->SetFiltered(true);
+        }
         return copy;
     }
     if (qobject_cast<TClientDataSet*>(&source)) {

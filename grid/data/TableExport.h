@@ -35,7 +35,7 @@ TExportColumns ExportColumnsOf(const TDataSet& dataSet,
 using TExportProgress = std::function<bool(qint64 done, qint64 total)>;
 
 // A private copy of the dataset in its current order: an ADO dataset is
-// cloned (shared records) with its Sort re-applied; a client dataset is
+// cloned (shared records) with its Sort and record filter re-applied; a client dataset is
 // copied (its index order and filter included). nullptr for a closed dataset
 // or any other kind (printing and export then do nothing).
 std::unique_ptr<TDataSet> PrepareClonedDataset(TDataSet& source);

@@ -1,6 +1,7 @@
 #include "common/TestMain.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QLineEdit>
 #include <QTableView>
 
@@ -41,6 +42,25 @@ const char* const kForm = R"(<?xml version="1.0" encoding="UTF-8"?>
      <property name="FileNameSaved"><string>明细.txt</string></property>
     </widget>
    </item>
+   <item>
+    <widget class="lnq::TLNQDBGrid" name="customers">
+     <property name="ControlOptions"><number>3</number></property>
+     <property name="FormatFileName"><string>客户列表</string></property>
+     <property name="CellFileName"><string>客户报表</string></property>
+     <property name="DefColorPerRows"><number>2</number></property>
+     <property name="DBRowsHeight"><number>22</number></property>
+    </widget>
+   </item>
+   <item>
+    <widget class="lnq::TLNQDataWebBrowser" name="record">
+     <property name="ColumnCount"><number>3</number></property>
+    </widget>
+   </item>
+   <item>
+    <widget class="lnq::TDataView" name="card">
+     <property name="ColumnCount"><number>4</number></property>
+    </widget>
+   </item>
   </layout>
  </widget>
 </ui>
@@ -67,14 +87,17 @@ private Q_SLOTS:
             names << w->name();
             QCOMPARE(w->group(), QStringLiteral("LNQ Component"));
             QVERIFY(w->domXml().contains(QStringLiteral("class=\"") + w->name() + QLatin1Char('"')));
-            QVERIFY(w->includeFile().endsWith(w->name().section(QStringLiteral("::"), -1).mid(1) +
-                                              QStringLiteral(".h")));
+            // The include file is the header that declares the class.
+            QFile header(QStringLiteral(LNQ_SOURCE_DIR "/") + w->includeFile());
+            QVERIFY2(header.open(QIODevice::ReadOnly), qPrintable(w->includeFile()));
+            QVERIFY(header.readAll().contains(
+                ("class " + w->name().section(QStringLiteral("::"), -1) + " : public").toLatin1()));
             QVERIFY(!w->toolTip().isEmpty());
             std::unique_ptr<QWidget> made(w->createWidget(nullptr));
             QCOMPARE(QString::fromLatin1(made->metaObject()->className()), w->name());
         }
-        QCOMPARE(names,
-                 (QStringList{QStringLiteral("lnq::TLNQStringGrid"), QStringLiteral("lnq::TLNQMaskEdit")}));
+        QCOMPARE(names, (QStringList{"lnq::TLNQStringGrid", "lnq::TLNQMaskEdit", "lnq::TLNQDBGrid",
+                                     "lnq::TLNQDataWebBrowser", "lnq::TDataView"}));
     }
 
     void formsLoadWithTheControls() {
@@ -82,7 +105,9 @@ private Q_SLOTS:
         ui.clearPluginPaths();
         ui.addPluginPath(QStringLiteral(LNQ_DESIGNER_PLUGIN_DIR));
         QVERIFY(ui.availableWidgets().contains(QStringLiteral("lnq::TLNQStringGrid")));
-        QVERIFY(ui.availableWidgets().contains(QStringLiteral("lnq::TLNQMaskEdit")));
+        for (const char* name :
+             {"lnq::TLNQMaskEdit", "lnq::TLNQDBGrid", "lnq::TLNQDataWebBrowser", "lnq::TDataView"})
+            QVERIFY2(ui.availableWidgets().contains(QString::fromLatin1(name)), name);
         QBuffer form;
         form.setData(QByteArray(kForm));
         std::unique_ptr<QWidget> w(ui.load(&form));
@@ -111,6 +136,25 @@ private Q_SLOTS:
         QCOMPARE(lines->property("HeaderColor").value<QColor>(), QColor(200, 220, 255));
         QCOMPARE(lines->property("LineStyle").value<Qt::PenStyle>(), Qt::DashLine);
         QCOMPARE(lines->property("FileNameSaved").toString(), QStringLiteral("明细.txt"));
+
+        QWidget* customers = w->findChild<QWidget*>(QStringLiteral("customers"));
+        QVERIFY(customers);
+        QCOMPARE(QString::fromLatin1(customers->metaObject()->className()),
+                 QStringLiteral("lnq::TLNQDBGrid"));
+        QCOMPARE(customers->property("ControlOptions").toInt(), 3);
+        QCOMPARE(customers->property("FormatFileName").toString(), QStringLiteral("客户列表"));
+        QCOMPARE(customers->property("CellFileName").toString(), QStringLiteral("客户报表"));
+        QCOMPARE(customers->property("DefColorPerRows").toInt(), 2);
+        QCOMPARE(customers->property("DBRowsHeight").toInt(), 22);
+        QWidget* record = w->findChild<QWidget*>(QStringLiteral("record"));
+        QVERIFY(record);
+        QCOMPARE(QString::fromLatin1(record->metaObject()->className()),
+                 QStringLiteral("lnq::TLNQDataWebBrowser"));
+        QCOMPARE(record->property("ColumnCount").toInt(), 3);
+        QWidget* card = w->findChild<QWidget*>(QStringLiteral("card"));
+        QVERIFY(card);
+        QCOMPARE(QString::fromLatin1(card->metaObject()->className()), QStringLiteral("lnq::TDataView"));
+        QCOMPARE(card->property("ColumnCount").toInt(), 4);
 
         // A value outside the value kinds leaves the edit's kind alone.
         amount->setProperty("DataTypePro", 99);
