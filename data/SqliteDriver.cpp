@@ -307,7 +307,7 @@ void TSqliteDriver::OpenDataSet(const QString& sql, TDataSet& target) {
     Notify(sql);
     // A posted change finds its row by the rowid when the dataset holds it,
     // so that a select without the table's key still edits exactly the row
-    // it read (ADO fetches hidden key columns for the same reason).
+    // it read (a dataset over a server fetches hidden key columns for the same reason).
     const TsqlPrepared p = m_dialect->PrepareQuery(sql, true);
     sqlite3_stmt* stmt = p.stmt;
     // The first step runs the statement: errors surface here, before the
@@ -486,7 +486,7 @@ TUpdateResult TSqliteDriver::ApplyInTransaction(const TUpdateRequest& request) {
         }
 
     // WHERE of a modify or delete: the rowid, else the key columns, else every
-    // comparable column as read (ADO's "all columns" criteria). A WHERE that
+    // comparable column as read (the "all columns" update criteria). A WHERE that
     // meets more than one row is refused below, inside the savepoint.
     QStringList where;
     std::vector<std::pair<QVariant, TFieldType>> whereArgs;

@@ -131,6 +131,8 @@ enum class Conv { Ok, Null, Error, Range };
 // Strict integer conversion of text as SQL Server does it for int targets.
 bool textToInt(const QString& text, qint64& out) {
     const QString t = text.trimmed();
+    // The number parser stops at a zero character: "2\0x" must not read as 2.
+    if (t.contains(QChar(0))) return false;
     if (t.isEmpty()) {
         out = 0; // '' converts to 0 in SQL Server
         return true;
@@ -143,6 +145,7 @@ bool textToInt(const QString& text, qint64& out) {
 
 bool textToFloat(const QString& text, double& out) {
     const QString t = text.trimmed();
+    if (t.contains(QChar(0))) return false;
     if (t.isEmpty()) {
         out = 0;
         return true;

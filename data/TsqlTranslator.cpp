@@ -883,7 +883,8 @@ private:
         const QString t = text.trimmed();
         ok = false;
         isFloat = false;
-        if (t.isEmpty()) return {};
+        // The number parser stops at a zero character: "2\0x" is no number.
+        if (t.isEmpty() || t.contains(QChar(0))) return {};
         qint64 i = t.toLongLong(&ok);
         if (ok) return QString::number(i);
         double d = t.toDouble(&ok);

@@ -949,7 +949,7 @@ TLNQCustomDBGrid::~TLNQCustomDBGrid() {
     m_destroying = true;
     if (TDataSet* ds = DataSet()) {
         // The dataset outlives the grid: its record filter must not call back.
-        if (m_filterInstalled) ds->SetOnFilterRecord(nullptr);
+        if (m_filterInstalled) ds->SetOnFilterRecords(nullptr);
     }
     m_link->SetDataSet(nullptr);
     CellModel().CellHook = nullptr;
@@ -959,7 +959,7 @@ TLNQCustomDBGrid::~TLNQCustomDBGrid() {
 void TLNQCustomDBGrid::SetDataSet(TDataSet* dataSet) {
     if (dataSet == DataSet()) return;
     if (TDataSet* old = DataSet(); old && m_filterInstalled) {
-        old->SetOnFilterRecord(nullptr);
+        old->SetOnFilterRecords(nullptr);
         m_filterInstalled = false;
     }
     m_bookmarks->Clear();
@@ -1881,7 +1881,9 @@ void TLNQCustomDBGrid::AfterFilter() {
     ds->DisableControls();
     try {
         ds->SetFiltered(false);
-        ds->SetOnFilterRecord([this](TDataSet& d, bool& accept) { FilterRecord(d, accept); });
+        // Column by column over all candidates: the same acceptance as
+        // FilterRecord gives record by record, at a fraction of the cost.
+        ds->SetOnFilterRecords([this](TDataSet& d, TRecordsPass& p) { m_filters->AcceptRecords(d, p); });
         m_filterInstalled = true;
         ds->SetFiltered(true);
     } catch (...) {

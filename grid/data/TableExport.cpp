@@ -53,8 +53,9 @@ std::unique_ptr<TDataSet> PrepareClonedDataset(TDataSet& source) {
         auto copy = std::make_unique<TADODataSet>();
         copy->Clone(*ado);
         if (!ado->Sort().isEmpty()) copy->SetSort(ado->Sort());
-        // A record filter (the grid's quick filters) narrows the copy the same way.
-        if (ado->Filtered() && ado->OnFilterRecord()) {
+        // The record filters (the grid's quick filters) narrow the copy the same way.
+        if (ado->Filtered() && (ado->OnFilterRecord() || ado->OnFilterRecords())) {
+            copy->SetOnFilterRecords(ado->OnFilterRecords());
             copy->SetOnFilterRecord(ado->OnFilterRecord());
             copy->SetFiltered(true);
         }
