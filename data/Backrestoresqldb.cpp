@@ -615,23 +615,7 @@ void TLNQBackRestoreSQLDB::UpdateValue(const QString& table, const QString& keyF
     const QString ins = QStringLiteral(" INSERT INTO ") + table + QStringLiteral("(") + keyField +
                         QStringLiteral(", ") + valueField + QStringLiteral(")") + QStringLiteral(" VALUES(") +
                         quoted(keyValue) + QStringLiteral(",") + quoted(value) + QStringLiteral(")");
-    try {
-        if (IsEmbedded()) {
-            // Both statements or neither: a failed insert keeps the old row.
-            TADOConnection c;
-            openEmbedded(c, EmbeddedDatabaseFile(m_databaseName));
-            c.BeginTrans();
-            c.Execute(del);
-            c.Execute(ins);
-            c.CommitTrans();
-            return;
-        }
-        m_executor->Execute(GetConnStr(),
-                            {QStringLiteral("USE [") + m_databaseName + QStringLiteral("]") + del, ins});
-    } catch (const Exception& e) {
-        m_lastError = e.Message();
-        throw;
-    }
+    replaceRow(del, ins);
 }
 
 void TLNQBackRestoreSQLDB::UpdateOption(const QString& table, const QString& key, const QString& value) {
@@ -639,13 +623,23 @@ void TLNQBackRestoreSQLDB::UpdateOption(const QString& table, const QString& key
     const QString ins = QStringLiteral(" INSERT INTO ") + table +
                         QStringLiteral("(vKeyName, vKeyValue, vUserID)") + QStringLiteral(" VALUES(") +
                         quoted(key) + QStringLiteral(",") + quoted(value) + QStringLiteral(", '默认')");
+    replaceRow(del, ins);
+}
+
+void TLNQBackRestoreSQLDB::replaceRow(const QString& del, const QString& ins) {
     try {
         if (IsEmbedded()) {
+            // Both statements or neither: a failed insert keeps the old row.
             TADOConnection c;
             openEmbedded(c, EmbeddedDatabaseFile(m_databaseName));
             c.BeginTrans();
-            c.Execute(del);
-            c.Execute(ins);
+            try {
+                c.Execute(del);
+                c.Execute(ins);
+            } catch (...) {
+                c.RollbackTrans();
+                throw;
+            }
             c.CommitTrans();
             return;
         }

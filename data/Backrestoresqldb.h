@@ -185,6 +185,9 @@ private:
     bool fail(const QString& message);
     bool backupEmbedded();
     bool restoreEmbedded(const QString& database, const QString& file);
+    // Runs the delete and the insert that replace one row: in one
+    // transaction on the embedded database, in one session on the server.
+    void replaceRow(const QString& del, const QString& ins);
 
     QString m_databaseName;
     QString m_fileNameBackup;
