@@ -43,8 +43,15 @@ public:
         // Text columns and their indexes are declared with the framework's
         // collation: the integrity check and any statement need it.
         tsql::registerTextCollation(m_db);
-        // Reading the schema tells a database from any other file.
-        exec("SELECT count(*) FROM sqlite_master", file);
+        // Reading the schema tells a database from any other file. A throwing
+        // constructor runs no destructor: close the handle here.
+        try {
+            exec("SELECT count(*) FROM sqlite_master", file);
+        } catch (...) {
+            sqlite3_close(m_db);
+            m_db = nullptr;
+            throw;
+        }
     }
     ~SqliteHandle() { sqlite3_close(m_db); }
     SqliteHandle(const SqliteHandle&) = delete;

@@ -45,7 +45,7 @@ private:
     T m_old;
 };
 
-int compareCells(const TColumn& c, qint64 a, qint64 b, bool ci) {
+int compareCells(const TStoreColumn& c, qint64 a, qint64 b, bool ci) {
     const bool na = c.isNull(a);
     const bool nb = c.isNull(b);
     if (na || nb) return na == nb ? 0 : (na ? -1 : 1);
@@ -107,7 +107,7 @@ struct SortBytes {
 // stored bytes otherwise. Nulls are marked by record in isNull.
 class SortColumn {
 public:
-    SortColumn(const TColumn& c, bool ci, const std::vector<qint32>& v, qint64 rows) {
+    SortColumn(const TStoreColumn& c, bool ci, const std::vector<qint32>& v, qint64 rows) {
         m_bytes.resize(static_cast<size_t>(rows));
         const bool keys = ci && c.kind == TStorageKind::Text;
         if (keys) {
@@ -154,7 +154,7 @@ public:
     TStoreBuilder(TRecordStore& store, const std::vector<int>& storeCols) : m_store(store) {
         m_cols.reserve(storeCols.size());
         for (const int sc : storeCols) {
-            TColumn& c = store.cols[static_cast<size_t>(sc)];
+            TStoreColumn& c = store.cols[static_cast<size_t>(sc)];
             m_cols.push_back({&c, c.kind, false, &store.defs[static_cast<size_t>(sc)].Name});
         }
         startRow();
@@ -272,7 +272,7 @@ public:
 
 private:
     struct ColState {
-        TColumn* c;
+        TStoreColumn* c;
         TStorageKind kind;
         bool set;
         const QString* name; // for conversion errors
@@ -461,7 +461,7 @@ void TDataSet::Private::resolveKeys() {
 }
 
 void TDataSet::Private::sortByKey(std::vector<qint32>& v, const SortKey& k) const {
-    const TColumn& c = store->cols[static_cast<size_t>(k.col)];
+    const TStoreColumn& c = store->cols[static_cast<size_t>(k.col)];
     if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes) {
         // Sort bytes made once (collation keys for a case-insensitive text),
         // nulls first (last when descending), ties in their present order.
@@ -579,14 +579,14 @@ void TDataSet::Private::sortRecords(std::vector<qint32>& v) const {
     // Text keys: their sort bytes are made once, then compared as bytes.
     std::vector<std::unique_ptr<SortColumn>> prepared(keys.size());
     for (size_t i = 0; i < keys.size(); ++i) {
-        const TColumn& c = store->cols[static_cast<size_t>(keys[i].col)];
+        const TStoreColumn& c = store->cols[static_cast<size_t>(keys[i].col)];
         if (c.kind == TStorageKind::Text || c.kind == TStorageKind::Bytes)
             prepared[i] = std::make_unique<SortColumn>(c, keys[i].ci, v, store->rows);
     }
     std::stable_sort(v.begin(), v.end(), [&](qint32 a, qint32 b) {
         for (size_t i = 0; i < keys.size(); ++i) {
             const SortKey& k = keys[i];
-            const TColumn& c = store->cols[static_cast<size_t>(k.col)];
+            const TStoreColumn& c = store->cols[static_cast<size_t>(k.col)];
             int r;
             if (prepared[i]) {
                 const bool na = c.isNull(a), nb = c.isNull(b);
@@ -865,13 +865,13 @@ int TField::DisplayWidth() const {
 
 bool TField::IsNull() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     return !c || c->isNull(r);
 }
 
 QString TField::AsString() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c) return QString();
     if (c->kind == TStorageKind::Text) return c->isNull(r) ? QString() : c->textAt(r);
     return cell::toText(*c, r);
@@ -879,7 +879,7 @@ QString TField::AsString() const {
 
 bool TField::AsUtf8View(QByteArrayView& utf8) const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c) {
         if (StorageKindOf(Def().DataType) != TStorageKind::Text) return false;
         utf8 = QByteArrayView();
@@ -899,7 +899,7 @@ qint32 TField::AsInteger() const {
 
 qint64 TField::AsLargeInt() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c || c->isNull(r)) return 0;
     if (c->kind == TStorageKind::Integer || c->kind == TStorageKind::Boolean)
         return c->ints[static_cast<size_t>(r)];
@@ -908,7 +908,7 @@ qint64 TField::AsLargeInt() const {
 
 double TField::AsFloat() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c || c->isNull(r)) return 0;
     if (c->kind == TStorageKind::Float || c->kind == TStorageKind::DateTime)
         return c->reals[static_cast<size_t>(r)];
@@ -922,7 +922,7 @@ double TField::AsCurrency() const {
 
 TDateTime TField::AsDateTimeValue() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c || c->isNull(r)) return 0;
     if (c->kind == TStorageKind::DateTime || c->kind == TStorageKind::Float)
         return c->reals[static_cast<size_t>(r)];
@@ -936,7 +936,7 @@ QDateTime TField::AsDateTime() const {
 
 bool TField::AsBoolean() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c || c->isNull(r)) return false;
     if (c->kind == TStorageKind::Boolean || c->kind == TStorageKind::Integer)
         return c->ints[static_cast<size_t>(r)] != 0;
@@ -945,21 +945,21 @@ bool TField::AsBoolean() const {
 
 QByteArray TField::AsBytes() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c) return QByteArray();
     return cell::toBytes(*c, r);
 }
 
 QVariant TField::AsVariant() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c) return QVariant();
     return cell::toVariant(*c, r);
 }
 
 QString TField::DisplayText() const {
     qint64 r;
-    const TColumn* c = m_owner->d->readColumn(m_index, r);
+    const TStoreColumn* c = m_owner->d->readColumn(m_index, r);
     if (!c) return QString();
     return TDataSet::Private::displayText(*c, r, Def(), m_displayFormat);
 }
@@ -1025,7 +1025,7 @@ QString printfNumber(const QString& format, double v, bool integral) {
 
 } // namespace
 
-QString TDataSet::Private::displayText(const TColumn& c, qint64 r, const TFieldDef& def,
+QString TDataSet::Private::displayText(const TStoreColumn& c, qint64 r, const TFieldDef& def,
                                        const QString& format) {
     if (c.isNull(r)) return QString();
     switch (c.kind) {
@@ -1062,7 +1062,7 @@ QString TDataSet::Private::displayText(const TColumn& c, qint64 r, const TFieldD
     return QString();
 }
 
-TColumn& TDataSet::Private::writeColumn(int field, qint64& r) {
+TStoreColumn& TDataSet::Private::writeColumn(int field, qint64& r) {
     if (state == TDataSetState::dsCalcFields) {
         if (defs[static_cast<size_t>(field)].Kind != TFieldKind::fkCalculated)
             dbError(
@@ -1087,7 +1087,7 @@ void TDataSet::Private::afterWrite(int field) {
 #define LNQ_FIELD_SETTER(body)                                                                               \
     TDataSet::Private& p = *m_owner->d;                                                                      \
     qint64 r;                                                                                                \
-    TColumn& c = p.writeColumn(m_index, r);                                                                  \
+    TStoreColumn& c = p.writeColumn(m_index, r);                                                                  \
     body;                                                                                                    \
     p.afterWrite(m_index);
 
@@ -1325,7 +1325,7 @@ int TDataSet::CurrentRow() const {
 namespace {
 
 struct KeyMatcher {
-    const TColumn* col = nullptr;
+    const TStoreColumn* col = nullptr;
     bool wantNull = false;
     bool asText = false;
     bool impossible = false; // the key value cannot equal any value of the column
@@ -1411,7 +1411,7 @@ struct KeyMatcher {
     enum class Mode { Never, Null, Int, Bool, Float, Date, Bytes, Text } mode = Mode::Never;
 };
 
-KeyMatcher makeMatcher(const TColumn& c, const QVariant& v, TLocateOptions options) {
+KeyMatcher makeMatcher(const TStoreColumn& c, const QVariant& v, TLocateOptions options) {
     KeyMatcher m;
     m.col = &c;
     if (v.isNull() || !v.isValid()) {
@@ -1929,7 +1929,7 @@ TStoredColumn TRecordsPass::Column(int field) const {
     const TDataSet::Private& p = *m_dataSet.d;
     if (field < 0 || field >= static_cast<int>(p.fields.size()) || !p.store)
         dbError(QStringLiteral("字段序号 %1 超出范围").arg(field));
-    const TColumn& c = p.store->cols[static_cast<size_t>(field)];
+    const TStoreColumn& c = p.store->cols[static_cast<size_t>(field)];
     TStoredColumn s;
     s.m_kind = c.kind;
     s.m_nulls = c.nulls.data();
@@ -1972,7 +1972,7 @@ QString TDataSet::DisplayTextAt(int row, int field) const {
 double TDataSet::FloatAt(int row, int field) const {
     if (!d->active || row < 0 || row >= d->viewSize() || field < 0 || field >= FieldCount()) return 0;
     if (d->editBuf && d->state == TDataSetState::dsEdit && row == d->cur) return Fields(field).AsFloat();
-    const TColumn& c = d->store->cols[static_cast<size_t>(field)];
+    const TStoreColumn& c = d->store->cols[static_cast<size_t>(field)];
     const qint64 r = d->recAt(row);
     if (c.isNull(r)) return 0;
     if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
@@ -2065,7 +2065,7 @@ void TDataSet::LoadFromStream(QIODevice& in) {
         for (size_t i = 0; i < s->cols.size(); ++i)
             full->cols[i] = std::move(s->cols[i]);
         for (size_t i = s->cols.size(); i < defs.size(); ++i) {
-            TColumn& c = full->cols[i];
+            TStoreColumn& c = full->cols[i];
             c.reserve(s->rows);
             for (qint64 r = 0; r < s->rows; ++r) {
                 if ((r & 63) == 0) c.nulls.push_back(0);
@@ -2118,7 +2118,7 @@ void TDataSet::EndLoad() {
     s->liveRows = s->rows;
     // Calculated columns were never touched by the builder: give them rows.
     for (size_t i = 0; i < s->cols.size(); ++i) {
-        TColumn& c = s->cols[i];
+        TStoreColumn& c = s->cols[i];
         if (s->defs[i].Kind != TFieldKind::fkCalculated) continue;
         c.nulls.assign(static_cast<size_t>((s->rows + 63) / 64), ~quint64(0));
         for (qint64 r = 0; r < s->rows; ++r)
@@ -2176,14 +2176,14 @@ void TDataSet::LoadRowsFrom(const TDataSet& source) {
     for (qint64 i = 0; identity && i < count; ++i)
         identity = records[static_cast<size_t>(i)] == i;
     for (size_t c = 0; c < all.size(); ++c) {
-        TColumn& dc = s->cols[c];
+        TStoreColumn& dc = s->cols[c];
         if (c >= defs.size()) { // this dataset's calculated columns
             for (qint64 i = 0; i < count; ++i)
                 dc.appendNull();
             dc.nulls.assign(static_cast<size_t>((count + 63) / 64), ~quint64(0));
             continue;
         }
-        const TColumn& sc = src->cols[c];
+        const TStoreColumn& sc = src->cols[c];
         if (identity) { // the whole record set in its physical order: copy the arrays
             dc.ints = sc.ints;
             dc.reals = sc.reals;

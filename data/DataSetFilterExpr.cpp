@@ -205,7 +205,7 @@ struct TFilterExpr::Node {
     QString likeCore;
     // Comparison of a number column with a number literal, the column on
     // the left (the operator is mirrored when it was written on the right).
-    const TColumn* fastCol = nullptr;
+    const TStoreColumn* fastCol = nullptr;
     double fastValue = 0;
 };
 
@@ -457,7 +457,7 @@ private:
 };
 
 // Converts a text literal compared with a field of another kind.
-void coerceLiteral(Node& lit, const TColumn& col, const QString& fieldName) {
+void coerceLiteral(Node& lit, const TStoreColumn& col, const QString& fieldName) {
     if (lit.type != Node::Literal || lit.lit.k == Val::Null) return;
     switch (col.kind) {
     case TStorageKind::DateTime:
@@ -533,7 +533,7 @@ void bindNode(Node& n, const TRecordStore& store, const std::function<int(const 
             const Node& f = *n.kids[static_cast<size_t>(side)];
             const Node& l = *n.kids[static_cast<size_t>(1 - side)];
             if (f.type != Node::Field || l.type != Node::Literal || l.lit.k != Val::Num) continue;
-            const TColumn& c = store.cols[static_cast<size_t>(f.col)];
+            const TStoreColumn& c = store.cols[static_cast<size_t>(f.col)];
             if (c.kind != TStorageKind::Integer && c.kind != TStorageKind::Float &&
                 c.kind != TStorageKind::DateTime)
                 continue;
@@ -594,7 +594,7 @@ void valueOf(const Node& n, const TRecordStore& s, qint64 r, Ref& v) {
         v.s = &n.lit.s;
         return;
     }
-    const TColumn& c = s.cols[static_cast<size_t>(n.col)];
+    const TStoreColumn& c = s.cols[static_cast<size_t>(n.col)];
     if (c.isNull(r)) {
         v.k = Val::Null;
         return;
@@ -667,7 +667,7 @@ const QString& textOf(const Node& n, const TRecordStore& s, qint64 r, bool* isNu
         *isNull = n.lit.k == Val::Null;
         return n.lit.k == Val::Str ? n.lit.s : n.litSource;
     }
-    const TColumn& c = s.cols[static_cast<size_t>(n.col)];
+    const TStoreColumn& c = s.cols[static_cast<size_t>(n.col)];
     *isNull = c.isNull(r);
     tmp = cell::toText(c, r);
     return tmp;
@@ -686,7 +686,7 @@ bool eval(const Node& n, const TRecordStore& s, qint64 r) {
     case Node::Not:
         return !eval(*n.kids[0], s, r);
     case Node::Compare: {
-        if (const TColumn* c = n.fastCol) {
+        if (const TStoreColumn* c = n.fastCol) {
             if (c->isNull(r)) return false;
             const auto i = static_cast<size_t>(r);
             const double x = c->kind == TStorageKind::Integer ? static_cast<double>(c->ints[i]) : c->reals[i];

@@ -94,7 +94,7 @@ struct TDataSet::Private {
 
     // The column and row a field reads: the record under evaluation, the
     // edit buffer, or the cursor's record (nullptr when there is none).
-    const TColumn* readColumn(int field, qint64& r) const {
+    const TStoreColumn* readColumn(int field, qint64& r) const {
         if (evaluating) { // no record yet: a records filter that has not called ReadRecord
             r = evalRecord;
             return r >= 0 ? &store->cols[static_cast<size_t>(field)] : nullptr;
@@ -134,12 +134,12 @@ struct TDataSet::Private {
     void calcRecord(qint64 record);
     void calcAll();
 
-    TColumn& writeColumn(int field, qint64& r);
+    TStoreColumn& writeColumn(int field, qint64& r);
     void afterWrite(int field);
     TUpdateRequest makeRequest(TUpdateKind kind, qint64 record) const;
     int rowIdColumn() const; // store column of the row identity, -1 when none
     void storeResult(const TUpdateResult& res, qint64 record);
-    static QString displayText(const TColumn& c, qint64 r, const TFieldDef& def, const QString& format);
+    static QString displayText(const TStoreColumn& c, qint64 r, const TFieldDef& def, const QString& format);
 
     void onStoreEvent(StoreEvent ev, qint64 record);
     void notifySharers(StoreEvent ev, qint64 record);

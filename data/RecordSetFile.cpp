@@ -212,7 +212,7 @@ void writeRecordSet(QIODevice& out, const TRecordStore& s) {
     }
     w.i64(static_cast<qint64>(rows.size()));
     for (int ci : cols) {
-        const TColumn& c = s.cols[static_cast<size_t>(ci)];
+        const TStoreColumn& c = s.cols[static_cast<size_t>(ci)];
         quint8 byte = 0;
         int bit = 0;
         for (qint32 r : rows) {
@@ -314,7 +314,7 @@ std::shared_ptr<TRecordStore> readRecordSet(const QByteArray& data) {
 
     auto s = std::make_shared<TRecordStore>(defs);
     for (size_t ci = 0; ci < defs.size(); ++ci) {
-        TColumn& c = s->cols[ci];
+        TStoreColumn& c = s->cols[ci];
         const char* bitmap = in.take(bitmapBytes);
         qint64 present = 0;
         for (qint64 r = 0; r < rows; ++r)

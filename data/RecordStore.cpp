@@ -172,7 +172,7 @@ bool isValidUtf8(QByteArrayView bytes) {
 // ---------------------------------------------------------------------------
 // Columns and the store.
 
-void TColumn::reserve(qint64 rows) {
+void TStoreColumn::reserve(qint64 rows) {
     const auto n = static_cast<size_t>(rows);
     switch (kind) {
     case TStorageKind::Integer:
@@ -191,7 +191,7 @@ void TColumn::reserve(qint64 rows) {
     nulls.reserve((n + 63) / 64);
 }
 
-void TColumn::appendNull() {
+void TStoreColumn::appendNull() {
     switch (kind) {
     case TStorageKind::Integer:
     case TStorageKind::Boolean:
@@ -208,7 +208,7 @@ void TColumn::appendNull() {
     }
 }
 
-void TColumn::popValue() {
+void TStoreColumn::popValue() {
     switch (kind) {
     case TStorageKind::Integer:
     case TStorageKind::Boolean:
@@ -225,7 +225,7 @@ void TColumn::popValue() {
     }
 }
 
-void TColumn::clearValue(qint64 r) {
+void TStoreColumn::clearValue(qint64 r) {
     const auto i = static_cast<size_t>(r);
     switch (kind) {
     case TStorageKind::Integer:
@@ -256,16 +256,16 @@ TRecordStore::TRecordStore(const TFieldDefs& d) : defs(d) {
 
 void TRecordStore::reserve(qint64 n) {
     if (n <= 0) return;
-    for (TColumn& c : cols)
+    for (TStoreColumn& c : cols)
         c.reserve(n);
 }
 
 qint64 TRecordStore::appendNullRow() {
     const qint64 r = rows;
     if ((r & 63) == 0)
-        for (TColumn& c : cols)
+        for (TStoreColumn& c : cols)
             c.nulls.push_back(0);
-    for (TColumn& c : cols) {
+    for (TStoreColumn& c : cols) {
         c.appendNull();
         c.setNullBit(r, true);
     }
@@ -324,8 +324,8 @@ void TRecordStore::markDead(qint64 record) {
 }
 
 void TRecordStore::copyCell(int col, qint64 dst, const TRecordStore& src, qint64 srcRow) {
-    TColumn& d = cols[static_cast<size_t>(col)];
-    const TColumn& s = src.cols[static_cast<size_t>(col)];
+    TStoreColumn& d = cols[static_cast<size_t>(col)];
+    const TStoreColumn& s = src.cols[static_cast<size_t>(col)];
     if (s.isNull(srcRow)) {
         d.clearValue(dst);
         return;
@@ -461,7 +461,7 @@ bool isDateType(TFieldType t) {
 
 namespace cell {
 
-QString toText(const TColumn& c, qint64 r) {
+QString toText(const TStoreColumn& c, qint64 r) {
     if (c.isNull(r)) return QString();
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
@@ -481,7 +481,7 @@ QString toText(const TColumn& c, qint64 r) {
     return QString();
 }
 
-qint64 toInt(const TColumn& c, qint64 r, const QString& fieldName) {
+qint64 toInt(const TStoreColumn& c, qint64 r, const QString& fieldName) {
     if (c.isNull(r)) return 0;
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
@@ -503,7 +503,7 @@ qint64 toInt(const TColumn& c, qint64 r, const QString& fieldName) {
     return 0;
 }
 
-double toFloat(const TColumn& c, qint64 r, const QString& fieldName) {
+double toFloat(const TStoreColumn& c, qint64 r, const QString& fieldName) {
     if (c.isNull(r)) return 0;
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
@@ -521,7 +521,7 @@ double toFloat(const TColumn& c, qint64 r, const QString& fieldName) {
     return 0;
 }
 
-TDateTime toDateTime(const TColumn& c, qint64 r, const QString& fieldName) {
+TDateTime toDateTime(const TStoreColumn& c, qint64 r, const QString& fieldName) {
     if (c.isNull(r)) return 0;
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
@@ -543,7 +543,7 @@ TDateTime toDateTime(const TColumn& c, qint64 r, const QString& fieldName) {
     return 0;
 }
 
-bool toBool(const TColumn& c, qint64 r, const QString& fieldName) {
+bool toBool(const TStoreColumn& c, qint64 r, const QString& fieldName) {
     if (c.isNull(r)) return false;
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
@@ -565,13 +565,13 @@ bool toBool(const TColumn& c, qint64 r, const QString& fieldName) {
     return false;
 }
 
-QByteArray toBytes(const TColumn& c, qint64 r) {
+QByteArray toBytes(const TStoreColumn& c, qint64 r) {
     if (c.isNull(r)) return QByteArray();
     if (c.kind == TStorageKind::Bytes) return c.bytesAt(r);
     return Gbk::encode(toText(c, r));
 }
 
-QVariant toVariant(const TColumn& c, qint64 r) {
+QVariant toVariant(const TStoreColumn& c, qint64 r) {
     if (c.isNull(r)) return QVariant();
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
@@ -608,11 +608,11 @@ QVariant toVariant(const TColumn& c, qint64 r) {
 // ---------------------------------------------------------------------------
 // Writing cells.
 
-void setNull(TColumn& c, qint64 r) {
+void setNull(TStoreColumn& c, qint64 r) {
     c.clearValue(r);
 }
 
-void setText(TColumn& c, qint64 r, const QString& v, const QString& fieldName) {
+void setText(TStoreColumn& c, qint64 r, const QString& v, const QString& fieldName) {
     const auto i = static_cast<size_t>(r);
     if (c.kind == TStorageKind::Text) {
         c.cells.setText(r, v);
@@ -658,7 +658,7 @@ void setText(TColumn& c, qint64 r, const QString& v, const QString& fieldName) {
     c.setNullBit(r, false);
 }
 
-void setInt(TColumn& c, qint64 r, qint64 v) {
+void setInt(TStoreColumn& c, qint64 r, qint64 v) {
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Integer:
@@ -681,7 +681,7 @@ void setInt(TColumn& c, qint64 r, qint64 v) {
     c.setNullBit(r, false);
 }
 
-void setFloat(TColumn& c, qint64 r, double v) {
+void setFloat(TStoreColumn& c, qint64 r, double v) {
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Integer:
@@ -705,7 +705,7 @@ void setFloat(TColumn& c, qint64 r, double v) {
     c.setNullBit(r, false);
 }
 
-void setDateTime(TColumn& c, qint64 r, TDateTime v) {
+void setDateTime(TStoreColumn& c, qint64 r, TDateTime v) {
     const auto i = static_cast<size_t>(r);
     switch (c.kind) {
     case TStorageKind::Text:
@@ -725,7 +725,7 @@ void setDateTime(TColumn& c, qint64 r, TDateTime v) {
     }
 }
 
-void setBool(TColumn& c, qint64 r, bool v) {
+void setBool(TStoreColumn& c, qint64 r, bool v) {
     switch (c.kind) {
     case TStorageKind::Text:
         c.cells.set(r, v ? QByteArrayView("True") : QByteArrayView("False"));
@@ -740,7 +740,7 @@ void setBool(TColumn& c, qint64 r, bool v) {
     }
 }
 
-void setBytes(TColumn& c, qint64 r, const QByteArray& v, const QString& fieldName) {
+void setBytes(TStoreColumn& c, qint64 r, const QByteArray& v, const QString& fieldName) {
     if (c.kind == TStorageKind::Bytes) {
         c.cells.set(r, v);
         c.setNullBit(r, false);
@@ -749,7 +749,7 @@ void setBytes(TColumn& c, qint64 r, const QByteArray& v, const QString& fieldNam
     setText(c, r, Gbk::decode(v), fieldName);
 }
 
-void setVariant(TColumn& c, qint64 r, const QVariant& v, const QString& fieldName) {
+void setVariant(TStoreColumn& c, qint64 r, const QVariant& v, const QString& fieldName) {
     if (v.isNull() || !v.isValid()) {
         c.clearValue(r);
         return;

@@ -77,7 +77,7 @@ private:
     qint64 m_unused = 0;
 };
 
-struct TColumn {
+struct TStoreColumn {
     TStorageKind kind = TStorageKind::Text;
     TFieldType type = TFieldType::ftString;
     std::vector<qint64> ints;   // Integer, Boolean (0/1)
@@ -105,7 +105,7 @@ struct TColumn {
 
 struct TRecordStore {
     TFieldDefs defs;
-    std::vector<TColumn> cols;
+    std::vector<TStoreColumn> cols;
     qint64 rows = 0; // physical rows, dead ones included
     // The leading columns that are fields (data, then calculated); the hidden
     // columns follow them (TDataSet::BeginLoad puts them there).
@@ -142,22 +142,22 @@ struct TRecordStore {
 
 // Conversions of one stored cell. The field name is used in error messages.
 namespace cell {
-QString toText(const TColumn& c, qint64 r);
-qint64 toInt(const TColumn& c, qint64 r, const QString& fieldName);
-double toFloat(const TColumn& c, qint64 r, const QString& fieldName);
-TDateTime toDateTime(const TColumn& c, qint64 r, const QString& fieldName);
-bool toBool(const TColumn& c, qint64 r, const QString& fieldName);
-QByteArray toBytes(const TColumn& c, qint64 r);
-QVariant toVariant(const TColumn& c, qint64 r);
+QString toText(const TStoreColumn& c, qint64 r);
+qint64 toInt(const TStoreColumn& c, qint64 r, const QString& fieldName);
+double toFloat(const TStoreColumn& c, qint64 r, const QString& fieldName);
+TDateTime toDateTime(const TStoreColumn& c, qint64 r, const QString& fieldName);
+bool toBool(const TStoreColumn& c, qint64 r, const QString& fieldName);
+QByteArray toBytes(const TStoreColumn& c, qint64 r);
+QVariant toVariant(const TStoreColumn& c, qint64 r);
 
-void setNull(TColumn& c, qint64 r);
-void setText(TColumn& c, qint64 r, const QString& v, const QString& fieldName);
-void setInt(TColumn& c, qint64 r, qint64 v);
-void setFloat(TColumn& c, qint64 r, double v);
-void setDateTime(TColumn& c, qint64 r, TDateTime v);
-void setBool(TColumn& c, qint64 r, bool v);
-void setBytes(TColumn& c, qint64 r, const QByteArray& v, const QString& fieldName);
-void setVariant(TColumn& c, qint64 r, const QVariant& v, const QString& fieldName);
+void setNull(TStoreColumn& c, qint64 r);
+void setText(TStoreColumn& c, qint64 r, const QString& v, const QString& fieldName);
+void setInt(TStoreColumn& c, qint64 r, qint64 v);
+void setFloat(TStoreColumn& c, qint64 r, double v);
+void setDateTime(TStoreColumn& c, qint64 r, TDateTime v);
+void setBool(TStoreColumn& c, qint64 r, bool v);
+void setBytes(TStoreColumn& c, qint64 r, const QByteArray& v, const QString& fieldName);
+void setVariant(TStoreColumn& c, qint64 r, const QVariant& v, const QString& fieldName);
 } // namespace cell
 
 // The record-set file (RecordSetFile.cpp). The writer puts the live records in
