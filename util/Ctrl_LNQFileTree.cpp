@@ -118,7 +118,12 @@ bool TLNQFileTree::SelectPath(const QString& path) {
     if (!index.isValid()) return false;
     for (QModelIndex p = index.parent(); p.isValid() && p != rootIndex(); p = p.parent())
         expand(p);
-    setCurrentIndex(index);
+    // The view may have made the row current on its own (first row on
+    // focus): the choice is announced all the same.
+    if (currentIndex() == index)
+        Q_EMIT pathSelected(m_model->filePath(index));
+    else
+        setCurrentIndex(index);
     scrollTo(index);
     return true;
 }
