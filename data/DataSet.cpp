@@ -1087,7 +1087,7 @@ void TDataSet::Private::afterWrite(int field) {
 #define LNQ_FIELD_SETTER(body)                                                                               \
     TDataSet::Private& p = *m_owner->d;                                                                      \
     qint64 r;                                                                                                \
-    TStoreColumn& c = p.writeColumn(m_index, r);                                                                  \
+    TStoreColumn& c = p.writeColumn(m_index, r);                                                             \
     body;                                                                                                    \
     p.afterWrite(m_index);
 
@@ -1978,6 +1978,33 @@ double TDataSet::FloatAt(int row, int field) const {
     if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
         return c.reals[static_cast<size_t>(r)];
     return cell::toFloat(c, r, Fields(field).FieldName());
+}
+
+double TDataSet::SumFloat(int field) const {
+    if (!d->active || field < 0 || field >= FieldCount()) return 0;
+    const int n = d->viewSize();
+    const TStoreColumn& c = d->store->cols[static_cast<size_t>(field)];
+    // The record in edit holds its values in the edit buffer.
+    const int editRow = d->editBuf && d->state == TDataSetState::dsEdit ? d->cur : -1;
+    double total = 0;
+    auto sumBy = [&](auto value) {
+        for (int row = 0; row < n; ++row) {
+            if (row == editRow) {
+                total += Fields(field).AsFloat();
+                continue;
+            }
+            const qint64 r = d->recAt(row);
+            if (!c.isNull(r)) total += value(static_cast<size_t>(r));
+        }
+    };
+    if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
+        sumBy([&](size_t r) { return c.reals[r]; });
+    else if (c.kind == TStorageKind::Integer || c.kind == TStorageKind::Boolean)
+        sumBy([&](size_t r) { return static_cast<double>(c.ints[r]); });
+    else
+        for (int row = 0; row < n; ++row)
+            total += FloatAt(row, field);
+    return total;
 }
 
 bool TDataSet::IsNullAt(int row, int field) const {

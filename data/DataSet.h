@@ -378,6 +378,9 @@ public:
     // AsFloat of the field at that row (0 for null, out of range or inactive);
     // the fast path of totals over a view.
     double FloatAt(int row, int field) const;
+    // The sum of FloatAt over every record of the current view, in one pass
+    // over the column (the footer totals of a filtered list).
+    double SumFloat(int field) const;
     int CurrentRow() const; // 0-based position of the cursor in the view (-1 empty)
 
     // Views repaint once when controls are re-enabled.

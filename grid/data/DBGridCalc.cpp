@@ -31,11 +31,7 @@ double CleanNumberValue(const QString& text) {
 }
 
 double SumVisible(const TDataSet& dataSet, int field) {
-    double total = 0;
-    const int n = dataSet.Active() ? dataSet.RecordCount() : 0;
-    for (int r = 0; r < n; ++r)
-        total += dataSet.FloatAt(r, field);
-    return total;
+    return dataSet.SumFloat(field);
 }
 
 } // namespace lnq

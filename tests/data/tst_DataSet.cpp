@@ -122,6 +122,7 @@ private Q_SLOTS:
     void floatTextHasFifteenDigits();
     void typedFields();
     void nullReadsAsDefaults();
+    void sumFloatFollowsTheView();
     void badTextRaisesConvertError();
     void fieldLookup();
     void builderFillsAndConverts();
@@ -260,6 +261,32 @@ void TestDataSet::floatTextHasFifteenDigits() {
     ds.EndLoad();
     QCOMPARE(ds.FieldByName(QStringLiteral("F")).AsString(), text);
     QCOMPARE(ds.FieldByName(QStringLiteral("F")).AsFloat(), value); // the value itself is untouched
+}
+
+// The column sum agrees with FloatAt record by record: over the filtered
+// view only, with the record in edit taken from its edit buffer.
+void TestDataSet::sumFloatFollowsTheView() {
+    TClientDataSet ds;
+    loadPeople(ds);
+    auto loopSum = [&](int field) {
+        double t = 0;
+        for (int r = 0; r < ds.RecordCount(); ++r)
+            t += ds.FloatAt(r, field);
+        return t;
+    };
+    QCOMPARE(ds.SumFloat(3), 122.75);
+    QCOMPARE(ds.SumFloat(0), 15.0);
+    ds.SetOnFilterRecord(
+        [](TDataSet& d, bool& accept) { accept = d.FieldByName(QStringLiteral("Grp")).AsString() == u"A"; });
+    ds.SetFiltered(true);
+    QCOMPARE(ds.SumFloat(3), 6.0);
+    QCOMPARE(ds.SumFloat(0), 6.0);
+    ds.First();
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(100);
+    QCOMPARE(ds.SumFloat(3), 103.0);
+    QCOMPARE(ds.SumFloat(3), loopSum(3));
+    QCOMPARE(ds.SumFloat(99), 0.0);
 }
 
 void TestDataSet::nullReadsAsDefaults() {
