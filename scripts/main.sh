@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs the main job: the lnq tool on the embedded sample
-# database (build/sample.db, created on first run). LNQ_NOW may fix the clock.
+# Sets up, builds and runs the main job: the lnq tool (and the report library
+# its PDF export loads) on the embedded sample database (build/sample.db,
+# created on first run). LNQ_NOW may fix the clock.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/bootstrap.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$(nproc)" --target lnq
+cmake --build build -j"$(nproc)" --target lnq KxCellDll
 LNQ=build/lnq
 DB=build/sample.db
 run() {
