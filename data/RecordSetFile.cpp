@@ -37,6 +37,9 @@ namespace lnq {
 
 namespace {
 
+// The widest decimal type holds 38 digits.
+constexpr qint32 kMaxScale = 38;
+
 constexpr char kMagic[8] = {'L', 'N', 'Q', 'R', 'S', 'E', 'T', 0x1A};
 constexpr quint32 kVersion = 1;
 constexpr qint64 kMaxMemoryPerFileByte = 64;
@@ -283,6 +286,11 @@ std::shared_ptr<TRecordStore> readRecordSet(const QByteArray& data) {
         f.DataType = static_cast<TFieldType>(type);
         f.Size = in.i32();
         f.Scale = in.i32();
+        // Decimal places beyond the widest decimal type would only serve to
+        // make a display text of that many digits.
+        if (f.Scale < 0 || f.Scale > kMaxScale)
+            bad(QStringLiteral("字段 '") + f.Name + QStringLiteral("' 的小数位数 ") +
+                QString::number(f.Scale) + QStringLiteral(" 无效"));
         const quint8 flags = in.u8();
         if (flags & ~7u) bad(QStringLiteral("字段 '%1' 的标志无效").arg(f.Name));
         f.Required = flags & 1;

@@ -249,6 +249,8 @@ void TestRecordSetFile::hostileCounts_data() {
     QTest::newRow("huge name length") << 16 << QByteArray("\xff\xff\xff\x7f", 4) << "长度";
     QTest::newRow("bad type") << 21 << QByteArray("\x63", 1) << "类型";
     QTest::newRow("bad flags") << 30 << QByteArray("\x80", 1) << "标志";
+    QTest::newRow("huge scale") << 26 << QByteArray("\xff\xff\xff\x7f", 4) << "小数位数";
+    QTest::newRow("negative scale") << 26 << QByteArray("\xff\xff\xff\xff", 4) << "小数位数";
     QTest::newRow("negative rows") << 39 << QByteArray("\xff\xff\xff\xff\xff\xff\xff\xff", 8) << "记录数";
     QTest::newRow("huge rows") << 39 << QByteArray("\x00\x00\x00\x70\x00\x00\x00\x00", 8) << "记录数";
     QTest::newRow("huge text length") << 48 << QByteArray("\xff\xff\xff\xff", 4) << "长度";
