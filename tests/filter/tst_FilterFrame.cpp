@@ -3,6 +3,7 @@
 // and building, sharing, editing, renaming, deleting and saving views through
 // the popup menu and the editor's dialogs, with Sys_FileBase read back.
 
+#include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/WidgetDriver.h"
 #include "data/ADOConnection.h"
@@ -142,14 +143,7 @@ class TestFilterFrame : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
-        SampleDatabase::Options small;
-        small.customers = 60;
-        small.products = 20;
-        small.sales = 10;
-        const QString file = m_dir.filePath(QStringLiteral("frame.db"));
-        SampleDatabase::CreateSample(file, small);
-        m_ado.SetConnectionString(file);
-        m_ado.Open();
+        lnqtest::openSmallSample(m_ado, m_dir.filePath(QStringLiteral("frame.db")), 20);
         m_conn = std::make_shared<UserConnection>(m_ado);
         TDataEnvironment::SetCacheFileName(m_dir.filePath(QStringLiteral("FldAttr.xml")));
         TDataEnvironment::GetInstance(m_ado);

@@ -2,6 +2,7 @@
 // listing the views frame uses, and the texts that rename, delete and open
 // views and store their rights.
 
+#include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "data/ADOConnection.h"
 #include "data/Plat_adodatabasese.h"
@@ -18,14 +19,7 @@ class TestViewList : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
-        SampleDatabase::Options small;
-        small.customers = 60;
-        small.products = 20;
-        small.sales = 10;
-        const QString file = m_dir.filePath(QStringLiteral("views.db"));
-        SampleDatabase::CreateSample(file, small);
-        m_ado.SetConnectionString(file);
-        m_ado.Open();
+        lnqtest::openSmallSample(m_ado, m_dir.filePath(QStringLiteral("views.db")), 20);
         m_conn = std::make_unique<TInterfacedADOConnection>(m_ado);
     }
 

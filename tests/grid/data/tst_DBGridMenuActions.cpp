@@ -3,6 +3,7 @@
 // grid's own menu on sample customers, with the real report library.
 
 #include "MessageBoxWatch.h"
+#include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/ZipRead.h"
 #include "data/ADOConnection.h"
@@ -112,13 +113,7 @@ class tst_DBGridMenuActions : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         const QString db = m_dir.filePath(QStringLiteral("sample.db"));
-        SampleDatabase::Options small;
-        small.customers = 60;
-        small.products = 10;
-        small.sales = 10;
-        SampleDatabase::CreateSample(db, small);
-        m_ado.SetConnectionString(db);
-        m_ado.Open();
+        lnqtest::openSmallSample(m_ado, db);
         m_customers.SetConnection(&m_ado);
         m_customers.SetCommandText(
             QStringLiteral("select vCustomerNo, vCustomerName, mCreditLimit, bIsAgent, "
