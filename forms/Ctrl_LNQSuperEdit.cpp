@@ -300,10 +300,20 @@ void TLNQSuperEdit::hideEvent(QHideEvent* event) {
 }
 
 bool TLNQSuperEdit::eventFilter(QObject* watched, QEvent* event) {
-    // A press outside both the edit and its list closes the list.
-    if (event->type() == QEvent::MouseButtonPress && IsDroppedDown() && watched->isWidgetType()) {
-        const auto* w = static_cast<QWidget*>(watched);
+    if (!IsDroppedDown() || !watched->isWidgetType()) return TLNQMaskEdit::eventFilter(watched, event);
+    const auto* w = static_cast<QWidget*>(watched);
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+        // A press outside both the edit and its list closes the list.
         if (w != this && !isAncestorOf(w) && w != m_form && !m_form->isAncestorOf(w)) CloseUp();
+        break;
+    case QEvent::Move:
+    case QEvent::Resize:
+        // The list would stay behind when the edit's window moves.
+        if (w == window()) CloseUp();
+        break;
+    default:
+        break;
     }
     return TLNQMaskEdit::eventFilter(watched, event);
 }

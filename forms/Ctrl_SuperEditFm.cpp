@@ -38,7 +38,7 @@ std::atomic<int> g_runningThreads{0};
 
 TSuperEditDBFm::TSuperEditDBFm(TLNQSuperEdit& edit)
     : QWidget(&edit, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus |
-                         Qt::X11BypassWindowManagerHint | Qt::WindowStaysOnTopHint),
+                         Qt::X11BypassWindowManagerHint),
       m_edit(edit) {
     setObjectName(QStringLiteral("SuperEditDBFm"));
     setAttribute(Qt::WA_ShowWithoutActivating);
