@@ -228,7 +228,8 @@ bool ParseSqliteDateTime(const char* s, int n, TDateTime& value) {
 // ---------------------------------------------------------------------------
 
 TSqliteDriver::TSqliteDriver(const QString& file, int busyTimeoutMs) : m_file(file) {
-    const QByteArray path = QFileInfo(file).absoluteFilePath().toUtf8();
+    const QByteArray path =
+        file == QLatin1String(":memory:") ? file.toUtf8() : QFileInfo(file).absoluteFilePath().toUtf8();
     const int rc =
         sqlite3_open_v2(path.constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     if (rc != SQLITE_OK) {
