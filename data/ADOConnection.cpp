@@ -113,6 +113,11 @@ TUpdateResult TADOConnection::ApplyUpdate(const TUpdateRequest& request) {
     return guarded(*d->driver, d->level, [&] { return d->driver->ApplyUpdate(request); });
 }
 
+QStringList TADOConnection::GetTableNames() {
+    Open();
+    return d->driver->TableNames();
+}
+
 bool TADOConnection::ReturnsRows(const QString& sql) {
     Open();
     return d->driver->ReturnsRows(sql);

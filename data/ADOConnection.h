@@ -74,6 +74,8 @@ public:
     // Embedded only: a script in SQLite's own dialect (schema files), not
     // translated. EDatabaseError on the ODBC driver.
     void ExecuteNative(const QString& sql);
+    // The user tables (one per sheet, "Sheet1$", for a workbook).
+    QStringList GetTableNames();
     // Embedded only: the database file.
     QString DatabaseFile() const;
 

@@ -643,4 +643,21 @@ bool TSqliteDriver::TransactionActive() {
     return m_db && !sqlite3_get_autocommit(m_db);
 }
 
+QStringList TSqliteDriver::TableNames() {
+    QStringList names;
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(
+            m_db,
+            "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' "
+            "ESCAPE '\\' ORDER BY rowid",
+            -1, &stmt, nullptr) != SQLITE_OK)
+        Fail();
+    int rc = SQLITE_ROW;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW)
+        names << utf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
+    sqlite3_finalize(stmt);
+    if (rc != SQLITE_DONE) Fail();
+    return names;
+}
+
 } // namespace lnq

@@ -39,6 +39,7 @@ public:
     void CommitTransaction(int level) override;
     void RollbackTransaction(int level) override;
     bool TransactionActive() override;
+    QStringList TableNames() override;
 
     // A script in SQLite's own dialect (schema files), bypassing translation.
     void ExecuteNative(const QString& sql);

@@ -280,4 +280,9 @@ bool TWorkbookDriver::TransactionActive() {
     return m_db->TransactionActive();
 }
 
+QStringList TWorkbookDriver::TableNames() {
+    // One per worksheet, in the workbook's order.
+    return m_tables;
+}
+
 } // namespace lnq

@@ -49,9 +49,7 @@ public:
     void CommitTransaction(int level) override;
     void RollbackTransaction(int level) override;
     bool TransactionActive() override;
-
-    // The tables, one per worksheet, in the workbook's order.
-    const QStringList& TableNames() const { return m_tables; }
+    QStringList TableNames() override;
 
 private:
     void Load(const TWorkbook& book, const TWorkbookOptions& options);
