@@ -60,6 +60,8 @@ void finishSheet(TWorksheet& sheet, const TWorkbookLimits& limits) {
     }
     sheet.rowCount = maxRow - minRow + 1;
     sheet.colCount = maxCol - minCol + 1;
+    sheet.firstRow = minRow;
+    sheet.firstCol = minCol;
     if (qint64(sheet.rowCount) * sheet.colCount > limits.maxCells)
         tooLarge(QStringLiteral("工作表 %1 的区域有 %2 行 %3 列")
                      .arg(sheet.name)
@@ -519,6 +521,56 @@ bool IsDateNumberFormat(int id, const QString& code) {
     return false;
 }
 
+bool ParseWorkbookRange(const QString& text, int& row1, int& col1, int& row2, int& col2) {
+    const qsizetype colon = text.indexOf(u':');
+    if (colon <= 0) return false;
+    const auto corner = [](QStringView ref, int& row, int& col, bool& wholeColumn) {
+        wholeColumn = !ref.isEmpty() && ref.back().isLetter();
+        if (!wholeColumn) return parseCellRef(ref, row, col);
+        // Letters alone: a whole column.
+        int r = 0;
+        QString withRow = ref.toString() + QLatin1Char('1');
+        if (!parseCellRef(withRow, r, col)) return false;
+        row = -1;
+        return true;
+    };
+    bool whole1 = false, whole2 = false;
+    if (!corner(QStringView(text).left(colon), row1, col1, whole1) ||
+        !corner(QStringView(text).mid(colon + 1), row2, col2, whole2) || whole1 != whole2)
+        return false;
+    if (whole1) {
+        row1 = 0;
+        row2 = kMaxSheetRows - 1;
+    }
+    if (row1 > row2) std::swap(row1, row2);
+    if (col1 > col2) std::swap(col1, col2);
+    return true;
+}
+
+TWorksheet WorksheetRange(const TWorksheet& sheet, int row1, int col1, int row2, int col2,
+                          const TWorkbookLimits& limits) {
+    TWorksheet range;
+    range.name = sheet.name;
+    range.firstRow = row1;
+    range.firstCol = col1;
+    range.colCount = col2 - col1 + 1;
+    int lastRow = -1;
+    for (const auto& c : sheet.cells) {
+        const int r = c.row + sheet.firstRow;
+        const int col = c.col + sheet.firstCol;
+        if (r < row1 || r > row2 || col < col1 || col > col2) continue;
+        TWorkbookCell copy = c;
+        copy.row = r - row1;
+        copy.col = col - col1;
+        lastRow = copy.row;
+        range.cells.push_back(std::move(copy));
+    }
+    range.rowCount = lastRow + 1;
+    if (qint64(range.rowCount) * range.colCount > limits.maxCells)
+        tooLarge(QStringLiteral("区域有 %1 行 %2 列").arg(range.rowCount).arg(range.colCount));
+    return range;
+}
+
 TWorkbookFormat DetectWorkbookFormat(const QByteArray& head) {
     if (head.startsWith("PK\x03\x04") || head.startsWith("PK\x05\x06")) return TWorkbookFormat::Xlsx;
     if (head.startsWith(QByteArray::fromHex("d0cf11e0a1b11ae1"))) return TWorkbookFormat::Xls;
@@ -649,21 +701,24 @@ QString freexlError(int rc) {
 }
 
 // Whether a compound document holds an encrypted package (a protected .xlsx):
-// its directory names the stream "EncryptedPackage".
+// its directory names the stream "EncryptedPackage". The directory may sit
+// anywhere in the file, so the whole file is scanned, piece by piece.
 bool holdsEncryptedPackage(const QString& path) {
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly)) return false;
-    static const QByteArray name = [] {
-        QByteArray n;
-        for (char c : QByteArrayLiteral("EncryptedPackage")) {
-            n.append(c);
-            n.append('\0');
-        }
-        return n;
-    }();
-    // Enough for the directory of any small package; reading is bounded.
-    const QByteArray head = f.read(1 << 20);
-    return head.contains(name);
+    QByteArray name;
+    for (char c : QByteArrayLiteral("EncryptedPackage")) {
+        name.append(c);
+        name.append('\0');
+    }
+    QByteArray tail;
+    while (!f.atEnd()) {
+        const QByteArray piece = tail + f.read(1 << 20);
+        if (piece.size() == tail.size()) break;
+        if (piece.contains(name)) return true;
+        tail = piece.right(name.size() - 1);
+    }
+    return false;
 }
 
 bool parseFreexlDate(const char* text, int type, TDateTime& value) {
@@ -690,6 +745,10 @@ bool parseFreexlDate(const char* text, int type, TDateTime& value) {
 
 TWorkbook ReadXls(const QString& path, const TWorkbookLimits& limits) {
     const QByteArray native = QFile::encodeName(path);
+    const QFileInfo fileInfo(path);
+    if (!fileInfo.isFile()) throw EInOutError(QStringLiteral("无法打开文件: ") + path);
+    if (fileInfo.size() > limits.maxFileBytes)
+        tooLarge(QStringLiteral("文件有 ") + QString::number(fileInfo.size()) + QStringLiteral(" 字节"));
     {
         // A first pass over the directory and the workbook globals only: the
         // protection flag and the sheet dimensions are checked before the

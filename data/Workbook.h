@@ -36,6 +36,8 @@ struct TWorksheet {
     // of a sheet are not part of it.
     int rowCount = 0;
     int colCount = 0;
+    int firstRow = 0; // where the used range starts in the sheet (0-based)
+    int firstCol = 0;
     std::vector<TWorkbookCell> cells; // non-empty cells, ordered by row, then column
 };
 
@@ -70,6 +72,16 @@ TWorkbook ReadXls(const QString& path, const TWorkbookLimits& limits = {});
 // framework's date-time value; false when the serial is no date a workbook
 // can hold (negative, beyond 9999-12-31).
 bool WorkbookSerialToDateTime(double serial, bool date1904, TDateTime& value);
+
+// A range of a sheet, "A1:C10" or whole columns "A:C" (0-based, inclusive;
+// whole columns run to the last row). False for anything else.
+bool ParseWorkbookRange(const QString& text, int& row1, int& col1, int& row2, int& col2);
+
+// The cells of a range of a sheet as a sheet of their own: positions
+// relative to the range's top left, as wide as the range, as long as its last
+// row holding a value. EDatabaseError when its area exceeds the cell limit.
+TWorksheet WorksheetRange(const TWorksheet& sheet, int row1, int col1, int row2, int col2,
+                          const TWorkbookLimits& limits = {});
 
 // Whether a number format (built-in id, or a custom format code) shows a
 // date or a time.

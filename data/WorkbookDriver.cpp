@@ -173,64 +173,123 @@ void bindCell(sqlite3_stmt* stmt, int index, const Column& column, const TWorkbo
 } // namespace
 
 TWorkbookDriver::TWorkbookDriver(const QString& file, const TWorkbookOptions& options,
-                                 const TWorkbookLimits& limits) {
-    Load(ReadWorkbookFile(file, limits), options);
+                                 const TWorkbookLimits& limits)
+    : m_book(ReadWorkbookFile(file, limits)), m_options(options), m_limits(limits) {
+    Load();
 }
 
-TWorkbookDriver::TWorkbookDriver(const TWorkbook& book, const TWorkbookOptions& options) {
-    Load(book, options);
+TWorkbookDriver::TWorkbookDriver(TWorkbook book, const TWorkbookOptions& options,
+                                 const TWorkbookLimits& limits)
+    : m_book(std::move(book)), m_options(options), m_limits(limits) {
+    Load();
 }
 
 TWorkbookDriver::~TWorkbookDriver() = default;
 
-void TWorkbookDriver::Load(const TWorkbook& book, const TWorkbookOptions& options) {
+void TWorkbookDriver::Load() {
     m_db = std::make_unique<TSqliteDriver>(QStringLiteral(":memory:"));
     sqlite3* db = m_db->Handle();
     exec(db, QStringLiteral("BEGIN"));
     QSet<QString> tableKeys;
-    for (const TWorksheet& sheet : book.sheets) {
+    for (const TWorksheet& sheet : std::as_const(m_book.sheets)) {
         const QString table = sheet.name + QLatin1Char('$');
         // Sheet names are unique in a workbook, but a damaged one may repeat
         // a name: the first sheet keeps it.
         if (tableKeys.contains(table.toLower())) continue;
         tableKeys.insert(table.toLower());
         m_tables << table;
-        const QList<Column> columns = sheetColumns(sheet, options);
-        if (columns.isEmpty()) {
-            // An empty sheet still is a table: one text column F1 without rows.
-            exec(db, QStringLiteral("CREATE TABLE ") + quoteIdent(table) +
-                         QStringLiteral(" (\"F1\" NVARCHAR(255) COLLATE ZH_CI)"));
-            continue;
-        }
-        QString create = QStringLiteral("CREATE TABLE ") + quoteIdent(table) + QStringLiteral(" (");
-        QString insert = QStringLiteral("INSERT INTO ") + quoteIdent(table) + QStringLiteral(" VALUES (");
-        for (int c = 0; c < columns.size(); ++c) {
-            if (c > 0) {
-                create += QStringLiteral(", ");
-                insert += QStringLiteral(", ");
-            }
-            create += quoteIdent(columns[c].name) + QLatin1Char(' ') + declaredType(columns[c]);
-            insert += QLatin1Char('?');
-        }
-        exec(db, create + QLatin1Char(')'));
-        Statement stmt(db, insert + QLatin1Char(')'));
-        auto cell = sheet.cells.cbegin();
-        const auto end = sheet.cells.cend();
-        const int firstRow = options.header ? 1 : 0;
-        while (cell != end && cell->row < firstRow)
-            ++cell;
-        for (int r = firstRow; r < sheet.rowCount; ++r) {
-            sqlite3_reset(stmt.get());
-            sqlite3_clear_bindings(stmt.get());
-            for (; cell != end && cell->row == r; ++cell)
-                bindCell(stmt.get(), cell->col + 1, columns[cell->col], *cell);
-            if (sqlite3_step(stmt.get()) != SQLITE_DONE) throw EDatabaseError(DatabaseErrorText(db));
-        }
+        CreateTable(table, sheet);
     }
     exec(db, QStringLiteral("COMMIT"));
     // From here on the database refuses every change, whatever the statement.
     exec(db, QStringLiteral("PRAGMA query_only = 1"));
     m_db->SetObserver([this](const QString& text) { Notify(text); });
+}
+
+void TWorkbookDriver::CreateTable(const QString& table, const TWorksheet& sheet) {
+    sqlite3* db = m_db->Handle();
+    const QList<Column> columns = sheetColumns(sheet, m_options);
+    if (columns.isEmpty()) {
+        // An empty sheet still is a table: one text column F1 without rows.
+        exec(db, QStringLiteral("CREATE TABLE ") + quoteIdent(table) +
+                     QStringLiteral(" (\"F1\" NVARCHAR(255) COLLATE ZH_CI)"));
+        return;
+    }
+    QString create = QStringLiteral("CREATE TABLE ") + quoteIdent(table) + QStringLiteral(" (");
+    QString insert = QStringLiteral("INSERT INTO ") + quoteIdent(table) + QStringLiteral(" VALUES (");
+    for (int c = 0; c < columns.size(); ++c) {
+        if (c > 0) {
+            create += QStringLiteral(", ");
+            insert += QStringLiteral(", ");
+        }
+        create += quoteIdent(columns[c].name) + QLatin1Char(' ') + declaredType(columns[c]);
+        insert += QLatin1Char('?');
+    }
+    exec(db, create + QLatin1Char(')'));
+    Statement stmt(db, insert + QLatin1Char(')'));
+    auto cell = sheet.cells.cbegin();
+    const auto end = sheet.cells.cend();
+    const int firstRow = m_options.header ? 1 : 0;
+    while (cell != end && cell->row < firstRow)
+        ++cell;
+    for (int r = firstRow; r < sheet.rowCount; ++r) {
+        sqlite3_reset(stmt.get());
+        sqlite3_clear_bindings(stmt.get());
+        for (; cell != end && cell->row == r; ++cell)
+            bindCell(stmt.get(), cell->col + 1, columns[cell->col], *cell);
+        if (sqlite3_step(stmt.get()) != SQLITE_DONE) throw EDatabaseError(DatabaseErrorText(db));
+    }
+}
+
+void TWorkbookDriver::AddRangeTables(const QString& sql) {
+    // Bracketed names outside string literals.
+    const qsizetype n = sql.size();
+    for (qsizetype i = 0; i < n; ++i) {
+        if (sql[i] == u'\'') {
+            for (++i; i < n && sql[i] != u'\''; ++i) {
+            }
+            continue;
+        }
+        if (sql[i] != u'[') continue;
+        QString name;
+        for (++i; i < n; ++i) {
+            if (sql[i] == u']') {
+                if (i + 1 < n && sql[i + 1] == u']') {
+                    name += u']';
+                    ++i;
+                    continue;
+                }
+                break;
+            }
+            name += sql[i];
+        }
+        const qsizetype dollar = name.lastIndexOf(u'$');
+        if (dollar <= 0 || dollar == name.size() - 1) continue;
+        int row1 = 0, col1 = 0, row2 = 0, col2 = 0;
+        if (!ParseWorkbookRange(name.mid(dollar + 1), row1, col1, row2, col2)) continue;
+        const QString sheetName = name.left(dollar);
+        const TWorksheet* sheet = nullptr;
+        for (const TWorksheet& s : std::as_const(m_book.sheets))
+            if (s.name.compare(sheetName, Qt::CaseInsensitive) == 0) {
+                sheet = &s;
+                break;
+            }
+        if (!sheet || m_db->TableNames().contains(name, Qt::CaseInsensitive)) continue;
+        const TWorksheet range = WorksheetRange(*sheet, row1, col1, row2, col2, m_limits);
+        sqlite3* db = m_db->Handle();
+        // The one change the database takes after loading: a table for a range.
+        exec(db, QStringLiteral("PRAGMA query_only = 0"));
+        try {
+            exec(db, QStringLiteral("SAVEPOINT range_table"));
+            CreateTable(name, range);
+            exec(db, QStringLiteral("RELEASE range_table"));
+        } catch (...) {
+            sqlite3_exec(db, "ROLLBACK TO range_table; RELEASE range_table; PRAGMA query_only = 1", nullptr,
+                         nullptr, nullptr);
+            throw;
+        }
+        exec(db, QStringLiteral("PRAGMA query_only = 1"));
+    }
 }
 
 namespace {
@@ -249,14 +308,17 @@ template <typename F> void readOnly(F&& work) {
 } // namespace
 
 void TWorkbookDriver::OpenDataSet(const QString& sql, TDataSet& target) {
+    AddRangeTables(sql);
     readOnly([&] { m_db->OpenDataSet(sql, target); });
 }
 
 void TWorkbookDriver::Execute(const QString& sql) {
+    AddRangeTables(sql);
     readOnly([&] { m_db->Execute(sql); });
 }
 
 bool TWorkbookDriver::ReturnsRows(const QString& sql) {
+    AddRangeTables(sql);
     return m_db->ReturnsRows(sql);
 }
 

@@ -8,7 +8,8 @@
 // The first row of the sheet's used range names the columns; without that
 // header row, or where a header cell is empty, columns are named F1, F2, ...
 // (by position). A name given twice gets a number appended. Dots in names
-// become "#".
+// become "#". A range of a sheet is a table too: "[Sheet1$A3:F100]" (its
+// first row the header) or whole columns "[Sheet1$B:D]".
 //
 // A column's type follows its values: numbers FLOAT, dates DATETIME, logical
 // values BIT, text NVARCHAR(255), or NTEXT when a text is longer. A column
@@ -38,7 +39,7 @@ class TWorkbookDriver : public TDbDriver {
 public:
     // Reads the file (EDatabaseError / EInOutError as ReadWorkbookFile).
     TWorkbookDriver(const QString& file, const TWorkbookOptions& options, const TWorkbookLimits& limits = {});
-    TWorkbookDriver(const TWorkbook& book, const TWorkbookOptions& options);
+    TWorkbookDriver(TWorkbook book, const TWorkbookOptions& options, const TWorkbookLimits& limits = {});
     ~TWorkbookDriver() override;
 
     void OpenDataSet(const QString& sql, TDataSet& target) override;
@@ -52,8 +53,15 @@ public:
     QStringList TableNames() override;
 
 private:
-    void Load(const TWorkbook& book, const TWorkbookOptions& options);
+    void Load();
+    void CreateTable(const QString& table, const TWorksheet& sheet);
+    // Tables for the ranges a statement names ("[Sheet1$A3:F100]"), made
+    // the first time they are named.
+    void AddRangeTables(const QString& sql);
 
+    TWorkbook m_book;
+    TWorkbookOptions m_options;
+    TWorkbookLimits m_limits;
     std::unique_ptr<TSqliteDriver> m_db;
     QStringList m_tables;
 };

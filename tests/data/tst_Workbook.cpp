@@ -387,6 +387,19 @@ private Q_SLOTS:
         QCOMPARE(ds.FieldByName(QStringLiteral("日期01")).AsDateTime(),
                  QDateTime(QDate(2024, 1, 5), QTime(0, 0)));
 
+        // Ranges of a sheet: the range's first row names its columns.
+        excel.OpenDataSet(QStringLiteral("select * from [客户$B1:C9] where 地址 like '%广州%'"), ds);
+        QCOMPARE(ds.FieldCount(), 2);
+        QCOMPARE(ds.Fields(0).FieldName(), QStringLiteral("客户名称"));
+        QCOMPARE(ds.RecordCount(), 1);
+        excel.OpenDataSet(QStringLiteral("select * from [客户$A2:B2]"), ds);
+        QCOMPARE(ds.Fields(0).FieldName(), QStringLiteral("K001"));
+        QCOMPARE(ds.RecordCount(), 0);
+        excel.OpenDataSet(QStringLiteral("select * from [客户$f:g] order by 1"), ds);
+        QCOMPARE(ds.FieldCount(), 2);
+        QCOMPARE(ds.Fields(0).FieldName(), QStringLiteral("电话"));
+        QCOMPARE(ds.RecordCount(), 3);
+
         // Without IMEX the column takes its most frequent kind; the number is NULL.
         TADOConnection typed;
         typed.SetConnectionString(QStringLiteral("Provider=Microsoft.ACE.OLEDB.12.0;Data Source=") + file +
