@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstring>
 #include <freexl.h>
+#include <memory>
 #include <minizip/unzip.h>
 
 namespace lnq {
@@ -150,50 +151,77 @@ public:
         funcs.zclose_file = memClose;
         funcs.zerror_file = memError;
         funcs.opaque = &m_file;
-        m_zip = unzOpen2_64("", &funcs);
-        if (!m_zip) damaged(QStringLiteral("不是完整的 zip 压缩文件"));
-    }
-    ~ZipArchive() {
-        if (m_zip) unzClose(m_zip);
+        m_zipHandle.reset(unzOpen2_64("", &funcs));
+        if (!m_zipHandle) damaged(QStringLiteral("不是完整的 zip 压缩文件"));
+        // One pass over the directory, so that finding a part does not walk
+        // it again for every part.
+        int rc = unzGoToFirstFile(m_zipHandle.get());
+        while (rc == UNZ_OK) {
+            if (m_index.size() >= kMaxZipEntries)
+                tooLarge(QStringLiteral("压缩文件的成员超过 ") + QString::number(kMaxZipEntries) +
+                         QStringLiteral(" 个"));
+            char name[512];
+            unz_file_info64 info{};
+            unz64_file_pos pos{};
+            if (unzGetCurrentFileInfo64(m_zipHandle.get(), &info, name, sizeof name, nullptr, 0, nullptr,
+                                        0) != UNZ_OK ||
+                unzGetFilePos64(m_zipHandle.get(), &pos) != UNZ_OK)
+                damaged(QStringLiteral("zip 目录损坏"));
+            const QString key = QString::fromUtf8(name, qsizetype(qstrnlen(name, sizeof name))).toLower();
+            if (!m_index.contains(key)) m_index.insert(key, pos);
+            rc = unzGoToNextFile(m_zipHandle.get());
+        }
+        if (rc != UNZ_END_OF_LIST_OF_FILE) damaged(QStringLiteral("zip 目录损坏"));
     }
     ZipArchive(const ZipArchive&) = delete;
     ZipArchive& operator=(const ZipArchive&) = delete;
 
-    bool Has(const QString& name) { return unzLocateFile(m_zip, name.toUtf8().constData(), 2) == UNZ_OK; }
+    bool Has(const QString& name) {
+        const auto it = m_index.constFind(name.toLower());
+        if (it == m_index.constEnd()) return false;
+        unz64_file_pos pos = *it;
+        return unzGoToFilePos64(m_zipHandle.get(), &pos) == UNZ_OK;
+    }
 
     // The decompressed part; an empty array when the archive has no such part.
     QByteArray Read(const QString& name) {
         if (!Has(name)) return {};
         unz_file_info64 info{};
-        if (unzGetCurrentFileInfo64(m_zip, &info, nullptr, 0, nullptr, 0, nullptr, 0) != UNZ_OK)
+        if (unzGetCurrentFileInfo64(m_zipHandle.get(), &info, nullptr, 0, nullptr, 0, nullptr, 0) != UNZ_OK)
             damaged(QStringLiteral("部件 ") + name + QStringLiteral(" 的目录项损坏"));
         // Encrypted members are a sign of a protected package, not of a workbook.
         if (info.flag & 1) encrypted();
-        if (unzOpenCurrentFile(m_zip) != UNZ_OK) damaged(QStringLiteral("无法解压部件 ") + name);
+        if (unzOpenCurrentFile(m_zipHandle.get()) != UNZ_OK) damaged(QStringLiteral("无法解压部件 ") + name);
         QByteArray out;
         char buf[65536];
         for (;;) {
-            const int n = unzReadCurrentFile(m_zip, buf, sizeof buf);
+            const int n = unzReadCurrentFile(m_zipHandle.get(), buf, sizeof buf);
             if (n < 0) {
-                unzCloseCurrentFile(m_zip);
+                unzCloseCurrentFile(m_zipHandle.get());
                 damaged(QStringLiteral("部件 ") + name + QStringLiteral(" 的压缩数据损坏"));
             }
             if (n == 0) break;
             m_total += n;
             if (out.size() + n > m_limits.maxPartBytes || m_total > m_limits.maxTotalBytes) {
-                unzCloseCurrentFile(m_zip);
+                unzCloseCurrentFile(m_zipHandle.get());
                 tooLarge(QStringLiteral("部件 ") + name + QStringLiteral(" 解压后过大"));
             }
             out.append(buf, n);
         }
-        if (unzCloseCurrentFile(m_zip) == UNZ_CRCERROR)
+        if (unzCloseCurrentFile(m_zipHandle.get()) == UNZ_CRCERROR)
             damaged(QStringLiteral("部件 ") + name + QStringLiteral(" 的校验和不符"));
         return out;
     }
 
 private:
+    static constexpr int kMaxZipEntries = 100000;
     MemoryFile m_file;
-    unzFile m_zip = nullptr;
+    struct Closer {
+        void operator()(void* zip) const { unzClose(zip); }
+    };
+    // Closed also when the constructor gives up half way.
+    std::unique_ptr<void, Closer> m_zipHandle;
+    QHash<QString, unz64_file_pos> m_index; // part name in lower case -> directory position
     const TWorkbookLimits& m_limits;
     qint64 m_total = 0;
 };
