@@ -2,6 +2,7 @@
 
 #include "util/Exceptions.h"
 
+#include <QDataStream>
 #include <QDate>
 #include <QFile>
 #include <QFileInfo>
@@ -14,6 +15,13 @@
 #include <freexl.h>
 #include <memory>
 #include <minizip/unzip.h>
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 namespace lnq {
 
@@ -771,7 +779,10 @@ bool parseFreexlDate(const char* text, int type, TDateTime& value) {
 
 } // namespace
 
-TWorkbook ReadXls(const QString& path, const TWorkbookLimits& limits) {
+namespace {
+
+// Reads the file with the library in this process.
+TWorkbook readXlsHere(const QString& path, const TWorkbookLimits& limits) {
     const QByteArray native = QFile::encodeName(path);
     const QFileInfo fileInfo(path);
     if (!fileInfo.isFile()) throw EInOutError(QStringLiteral("无法打开文件: ") + path);
@@ -878,6 +889,160 @@ TWorkbook ReadXls(const QString& path, const TWorkbookLimits& limits) {
         book.sheets.append(std::move(sheet));
     }
     return book;
+}
+
+#ifdef Q_OS_UNIX
+
+// The binary format's library trusts lengths inside the file in places and
+// can be made to write out of bounds by a hostile file. It therefore runs in
+// a child process: the workbook comes back through a pipe, and a child that
+// dies leaves only an error behind. Texts travel once each, cells refer to
+// them by number, so the stream stays near the size of the cells.
+
+enum : quint8 { kChildOk = 0, kChildInOut = 1, kChildDatabase = 2 };
+
+QByteArray serialize(const TWorkbook& book) {
+    QByteArray out;
+    QDataStream ds(&out, QIODevice::WriteOnly);
+    QHash<QString, quint32> index;
+    QStringList texts;
+    for (const auto& sheet : book.sheets)
+        for (const auto& c : sheet.cells)
+            if (!c.text.isEmpty() && !index.contains(c.text)) {
+                index.insert(c.text, quint32(texts.size()));
+                texts << c.text;
+            }
+    ds << quint8(kChildOk) << texts << quint32(book.sheets.size());
+    for (const auto& sheet : book.sheets) {
+        ds << sheet.name << qint32(sheet.rowCount) << qint32(sheet.colCount) << qint32(sheet.firstRow)
+           << qint32(sheet.firstCol) << quint64(sheet.cells.size());
+        for (const auto& c : sheet.cells)
+            ds << qint32(c.row) << qint32(c.col) << quint8(c.kind) << c.number
+               << (c.text.isEmpty() ? quint32(0xFFFFFFFFu) : index.value(c.text));
+    }
+    return out;
+}
+
+TWorkbook deserialize(const QByteArray& bytes, const TWorkbookLimits& limits) {
+    QDataStream ds(bytes);
+    quint8 status = 0;
+    ds >> status;
+    if (status != kChildOk) {
+        QString message;
+        ds >> message;
+        if (status == kChildInOut) throw EInOutError(message);
+        throw EDatabaseError(message);
+    }
+    QStringList texts;
+    quint32 sheets = 0;
+    ds >> texts >> sheets;
+    const auto broken = [] { damaged(QStringLiteral("读取中断")); };
+    if (ds.status() != QDataStream::Ok || sheets > quint32(limits.maxSheets)) broken();
+    TWorkbook book;
+    for (quint32 i = 0; i < sheets; ++i) {
+        TWorksheet sheet;
+        qint32 rows = 0, cols = 0, firstRow = 0, firstCol = 0;
+        quint64 count = 0;
+        ds >> sheet.name >> rows >> cols >> firstRow >> firstCol >> count;
+        if (ds.status() != QDataStream::Ok || rows < 0 || cols < 0 || qint64(rows) * cols > limits.maxCells ||
+            count > quint64(qint64(rows) * cols))
+            broken();
+        sheet.rowCount = rows;
+        sheet.colCount = cols;
+        sheet.firstRow = firstRow;
+        sheet.firstCol = firstCol;
+        sheet.cells.reserve(size_t(count));
+        for (quint64 k = 0; k < count; ++k) {
+            TWorkbookCell c;
+            qint32 row = 0, col = 0;
+            quint8 kind = 0;
+            quint32 text = 0;
+            ds >> row >> col >> kind >> c.number >> text;
+            if (ds.status() != QDataStream::Ok || row < 0 || row >= rows || col < 0 || col >= cols ||
+                kind > quint8(TWorkbookCell::Kind::Error) ||
+                (text != 0xFFFFFFFFu && text >= quint32(texts.size())))
+                broken();
+            c.row = row;
+            c.col = col;
+            c.kind = TWorkbookCell::Kind(kind);
+            if (text != 0xFFFFFFFFu) c.text = texts.at(text);
+            sheet.cells.push_back(std::move(c));
+        }
+        book.sheets.append(std::move(sheet));
+    }
+    return book;
+}
+
+void writeAll(int fd, const QByteArray& bytes) {
+    qsizetype done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return;
+        done += n;
+    }
+}
+
+TWorkbook readXlsIsolated(const QString& path, const TWorkbookLimits& limits) {
+    int fds[2];
+    if (::pipe(fds) != 0) return readXlsHere(path, limits);
+    const pid_t pid = ::fork();
+    if (pid < 0) {
+        ::close(fds[0]);
+        ::close(fds[1]);
+        return readXlsHere(path, limits);
+    }
+    if (pid == 0) {
+        ::close(fds[0]);
+        QByteArray out;
+        try {
+            out = serialize(readXlsHere(path, limits));
+        } catch (const Exception& e) {
+            QDataStream ds(&out, QIODevice::WriteOnly);
+            ds << quint8(dynamic_cast<const EInOutError*>(&e) ? kChildInOut : kChildDatabase) << e.Message();
+        } catch (...) {
+            ::_exit(1);
+        }
+        writeAll(fds[1], out);
+        ::_exit(0); // nothing of the parent's state is torn down here
+    }
+    ::close(fds[1]);
+    // The stream is a few dozen bytes per cell; anything far beyond that is
+    // not what the child was asked for.
+    const qint64 cap = limits.maxCells * 64 + limits.maxFileBytes * 4 + 4096;
+    QByteArray bytes;
+    char buf[65536];
+    bool tooMuch = false;
+    for (;;) {
+        const ssize_t n = ::read(fds[0], buf, sizeof buf);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        if (bytes.size() + n > cap) {
+            tooMuch = true;
+            break;
+        }
+        bytes.append(buf, n);
+    }
+    ::close(fds[0]);
+    if (tooMuch) ::kill(pid, SIGKILL);
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (tooMuch || !WIFEXITED(status) || WEXITSTATUS(status) != 0 || bytes.isEmpty())
+        damaged(QStringLiteral("文件损坏，读取时中止"));
+    return deserialize(bytes, limits);
+}
+
+#endif
+
+} // namespace
+
+TWorkbook ReadXls(const QString& path, const TWorkbookLimits& limits) {
+#ifdef Q_OS_UNIX
+    return readXlsIsolated(path, limits);
+#else
+    return readXlsHere(path, limits);
+#endif
 }
 
 TWorkbook ReadWorkbookFile(const QString& path, const TWorkbookLimits& limits) {
