@@ -209,9 +209,7 @@ TConnectionInfo ResolveConnectionString(const QString& text) {
             else if (keyIs(k, {"IMEX"}))
                 info.workbookMixedAsText = v.trimmed() == QLatin1String("1");
         }
-        if (!excel)
-            throw EDatabaseError(QStringLiteral("不支持的数据库提供程序: ") + provider +
-                                 QStringLiteral(" (只能打开 Excel 工作簿)"));
+        if (!excel) throw EDatabaseError(QStringLiteral("不支持的数据库提供程序: ") + provider);
         if (dataSource.isEmpty())
             throw EDatabaseError(QStringLiteral("连接字符串没有指定数据库文件 (Data Source)"));
         info.kind = TConnectionInfo::Kind::Workbook;
