@@ -361,6 +361,7 @@ struct SheetContext {
     const std::vector<bool>& dateStyles;
     bool date1904 = false;
     const TWorkbookLimits& limits;
+    qint64& cellsRead; // all sheets together
 };
 
 void readSheetXml(const QByteArray& bytes, const QString& part, const SheetContext& ctx, TWorksheet& sheet) {
@@ -466,9 +467,9 @@ void readSheetXml(const QByteArray& bytes, const QString& part, const SheetConte
             }
         }
         if (cell.kind == TWorkbookCell::Kind::Text && cell.text.isEmpty()) continue;
-        if (qint64(sheet.cells.size()) >= ctx.limits.maxCells)
-            tooLarge(QStringLiteral("工作表 ") + sheet.name + QStringLiteral(" 的单元格超过 ") +
-                     QString::number(ctx.limits.maxCells) + QStringLiteral(" 个"));
+        if (++ctx.cellsRead > ctx.limits.maxCells)
+            tooLarge(QStringLiteral("单元格超过 ") + QString::number(ctx.limits.maxCells) +
+                     QStringLiteral(" 个"));
         sheet.cells.push_back(std::move(cell));
     }
     checkXml(xml, part);
@@ -666,7 +667,8 @@ TWorkbook ReadXlsx(const QByteArray& bytes, const TWorkbookLimits& limits) {
 
     const QStringList strings = readSharedStrings(zip.Read(QStringLiteral("xl/sharedStrings.xml")), limits);
     const std::vector<bool> dateStyles = readDateStyles(zip.Read(QStringLiteral("xl/styles.xml")));
-    const SheetContext ctx{strings, dateStyles, date1904, limits};
+    qint64 cellsRead = 0;
+    const SheetContext ctx{strings, dateStyles, date1904, limits, cellsRead};
 
     TWorkbook book;
     for (int i = 0; i < refs.size(); ++i) {
@@ -809,6 +811,8 @@ TWorkbook readXlsHere(const QString& path, const TWorkbookLimits& limits) {
         if (count > unsigned(limits.maxSheets))
             tooLarge(QStringLiteral("工作表超过 ") + QString::number(limits.maxSheets) +
                      QStringLiteral(" 个"));
+        // The library holds every sheet's whole area at once.
+        qint64 area = 0;
         for (unsigned short i = 0; i < count; ++i) {
             unsigned int rows = 0;
             unsigned short cols = 0;
@@ -817,7 +821,8 @@ TWorkbook readXlsHere(const QString& path, const TWorkbookLimits& limits) {
                 freexl_worksheet_dimensions(info.get(), &rows, &cols) != FREEXL_OK ||
                 freexl_get_worksheet_name(info.get(), i, &name) != FREEXL_OK || !name)
                 damaged(QStringLiteral("无法读取工作表区域"));
-            if (qint64(rows) * cols > limits.maxCells)
+            area += qint64(rows) * cols;
+            if (area > limits.maxCells)
                 tooLarge(QStringLiteral("工作表 %1 的区域有 %2 行 %3 列")
                              .arg(QString::fromUtf8(name))
                              .arg(rows)

@@ -50,7 +50,7 @@ struct TWorkbookLimits {
     qint64 maxFileBytes = 256ll << 20;   // the file itself
     qint64 maxPartBytes = 128ll << 20;   // one decompressed part of an .xlsx
     qint64 maxTotalBytes = 512ll << 20;  // all decompressed parts together
-    qint64 maxCells = 4'000'000;         // per sheet, also the used range's area
+    qint64 maxCells = 4'000'000;         // all sheets together; also any used range's area
     qint64 maxSharedStrings = 2'000'000; // distinct strings of an .xlsx
     int maxSheets = 1024;
 };

@@ -261,6 +261,16 @@ private Q_SLOTS:
         QTest::newRow("more cells than allowed")
             << xlsx(dir, "<row r=\"1\"><c><v>1</v></c><c><v>1</v></c><c><v>1</v></c><c><v>1</v></c></row>")
             << qint64(3) << "单元格超过 3 个";
+        QTest::newRow("more cells than allowed, over two sheets")
+            << makeZip(dir,
+                       {{"xl/workbook.xml", "<workbook xmlns:r=\"r\"><sheets><sheet name=\"a\" r:id=\"1\"/>"
+                                            "<sheet name=\"b\" r:id=\"1\"/></sheets></workbook>"},
+                        {"xl/_rels/workbook.xml.rels",
+                         "<Relationships><Relationship Id=\"1\" Type=\"x/worksheet\" Target=\"s.xml\"/>"
+                         "</Relationships>"},
+                        {"xl/s.xml", "<worksheet><sheetData><row><c><v>1</v></c><c><v>1</v></c></row>"
+                                     "</sheetData></worksheet>"}})
+            << qint64(3) << "单元格超过 3 个";
         QTest::newRow("no workbook part")
             << makeZip(dir, {{"a.txt", "x"}}) << qint64(1000) << "缺少 xl/workbook.xml";
         // A protected package: a compound document holding "EncryptedPackage".
