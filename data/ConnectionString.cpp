@@ -29,7 +29,7 @@ bool isSqlServerProvider(const QString& p) {
            p.compare(QLatin1String("MSSQL"), Qt::CaseInsensitive) == 0;
 }
 
-// The OLE DB providers that read workbooks (the Jet and ACE engines).
+// Provider names under which connection strings name a workbook.
 bool isWorkbookProvider(const QString& p) {
     return p.startsWith(QLatin1String("Microsoft.Jet.OLEDB"), Qt::CaseInsensitive) ||
            p.startsWith(QLatin1String("Microsoft.ACE.OLEDB"), Qt::CaseInsensitive);
@@ -198,8 +198,8 @@ TConnectionInfo ResolveConnectionString(const QString& text) {
     }
 
     if (isWorkbookProvider(provider)) {
-        // The engine also opens its own database files; only workbooks are
-        // served here, recognised by the "Excel n.n" item.
+        // These providers also name desktop database files; only workbooks
+        // are served here, recognised by the "Excel n.n" item.
         bool excel = false;
         for (const auto& [k, v] : ParseConnectionString(extended)) {
             if (k.startsWith(QLatin1String("Excel"), Qt::CaseInsensitive))
