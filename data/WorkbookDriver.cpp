@@ -5,6 +5,7 @@
 #include "util/Exceptions.h"
 
 #include <QSet>
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <sqlite3.h>
@@ -197,8 +198,22 @@ void TWorkbookDriver::Load() {
         // a name: the first sheet keeps it.
         if (tableKeys.contains(table.toLower())) continue;
         tableKeys.insert(table.toLower());
-        m_tables << table;
         CreateTable(table, sheet);
+        // A name with blanks or punctuation is listed in single quotes,
+        // "'My Sheet$'", and answers to both spellings.
+        const bool plain = std::all_of(sheet.name.cbegin(), sheet.name.cend(),
+                                       [](QChar c) { return c.isLetterOrNumber() || c == u'_'; });
+        if (plain) {
+            m_tables << table;
+        } else {
+            const QString quoted = QLatin1Char('\'') + table + QLatin1Char('\'');
+            m_tables << quoted;
+            if (!tableKeys.contains(quoted.toLower())) {
+                tableKeys.insert(quoted.toLower());
+                exec(db, QStringLiteral("CREATE VIEW ") + quoteIdent(quoted) +
+                             QStringLiteral(" AS SELECT * FROM ") + quoteIdent(table));
+            }
+        }
     }
     exec(db, QStringLiteral("COMMIT"));
     // From here on the database refuses every change, whatever the statement.

@@ -8,7 +8,9 @@
 // The first row of the sheet's used range names the columns; without that
 // header row, or where a header cell is empty, columns are named F1, F2, ...
 // (by position). A name given twice gets a number appended. Dots in names
-// become "#". A range of a sheet is a table too: "[Sheet1$A3:F100]" (its
+// become "#". A sheet whose name holds blanks or punctuation is also the
+// table "'My Sheet$'" (quoted), the spelling the table list gives for it.
+// A range of a sheet is a table too: "[Sheet1$A3:F100]" (its
 // first row the header) or whole columns "[Sheet1$B:D]".
 //
 // A column's type follows its values: numbers FLOAT, dates DATETIME, logical

@@ -45,9 +45,14 @@ QString doubleQuoted(const QString& name) {
     return QLatin1Char('"') + n + QLatin1Char('"');
 }
 
+// The listed name for name; a sheet's name also matches its quoted listing
+// ("'My Sheet$'").
 QString findIn(const QStringList& names, const QString& name) {
     for (const QString& n : names)
-        if (n.compare(name, Qt::CaseInsensitive) == 0) return n;
+        if (n.compare(name, Qt::CaseInsensitive) == 0 ||
+            (n.size() > 2 && n.startsWith(QLatin1Char('\'')) && n.endsWith(QLatin1Char('\'')) &&
+             n.mid(1, n.size() - 2).compare(name, Qt::CaseInsensitive) == 0))
+            return n;
     return {};
 }
 
