@@ -35,12 +35,12 @@ private Q_SLOTS:
         m_db = m_dir.filePath(QStringLiteral("t.db"));
         QCOMPARE(lnqRun({QStringLiteral("init-db"), m_db}).exitCode, 0);
         QCOMPARE(sql(QStringLiteral("create table Narrow (客户编码 nvarchar(20))")).exitCode, 0);
-        // A workbook whose second sheet has a Chinese name, a text longer
+        // A workbook whose second sheet has a Chinese name with a blank, a text longer
         // than 255 characters and a column mixing numbers and text.
         m_xlsx = m_dir.filePath(QStringLiteral("供应商.xlsx"));
         lxw_workbook* wb = workbook_new(QFile::encodeName(m_xlsx).constData());
         workbook_add_worksheet(wb, "Sheet1");
-        lxw_worksheet* ws = workbook_add_worksheet(wb, "供应商");
+        lxw_worksheet* ws = workbook_add_worksheet(wb, "供应商 2024");
         worksheet_write_string(ws, 0, 0, "编码", nullptr);
         worksheet_write_string(ws, 0, 1, "名称", nullptr);
         worksheet_write_string(ws, 0, 2, "说明", nullptr);
@@ -67,7 +67,7 @@ private Q_SLOTS:
                                              "K003\t020-87654321\t\n";
         QTest::newRow("xlsx, sheet by name, mixed column as text")
             << QStringList{QStringLiteral("--from"), QStringLiteral("XLSX"), QStringLiteral("--sheet"),
-                           QStringLiteral("供应商")}
+                           QStringLiteral("供应商 2024")}
             << "供应商"
             << "2\n"
             << "编码, 名称, len(说明) n"
