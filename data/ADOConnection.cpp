@@ -3,6 +3,7 @@
 #include "data/ConnectionString.h"
 #include "data/OdbcDriver.h"
 #include "data/SqliteDriver.h"
+#include "data/WorkbookDriver.h"
 #include "util/Exceptions.h"
 
 namespace lnq {
@@ -40,6 +41,9 @@ void TADOConnection::Open() {
     d->info = ResolveConnectionString(d->connectionString);
     if (d->info.kind == TConnectionInfo::Kind::Embedded)
         d->driver = std::make_unique<TSqliteDriver>(d->info.file, d->info.busyTimeout);
+    else if (d->info.kind == TConnectionInfo::Kind::Workbook)
+        d->driver = std::make_unique<TWorkbookDriver>(
+            d->info.file, TWorkbookOptions{d->info.workbookHeader, d->info.workbookMixedAsText});
     else
         d->driver = std::make_unique<TOdbcDriver>(d->info.odbc, d->info.loginTimeout);
     d->driver->SetObserver(d->observer);
@@ -107,6 +111,11 @@ void TADOConnection::Execute(const QString& sql) {
 TUpdateResult TADOConnection::ApplyUpdate(const TUpdateRequest& request) {
     Open();
     return guarded(*d->driver, d->level, [&] { return d->driver->ApplyUpdate(request); });
+}
+
+QStringList TADOConnection::GetTableNames() {
+    Open();
+    return d->driver->TableNames();
 }
 
 bool TADOConnection::ReturnsRows(const QString& sql) {

@@ -12,7 +12,11 @@
 //      -> ODBC (FreeTDS) to that server and database;
 //  "Provider=SQLite; Data Source=PATH" or a bare file path -> embedded file,
 //      created on demand (empty: the schema is the caller's, see
-//      data/SampleDatabase.h).
+//      data/SampleDatabase.h);
+//  "Provider=Microsoft.Jet.OLEDB.4.0;Data Source= 'FILE';Extended Properties=
+//      "Excel 8.0;HDR=YES;IMEX=1"" (or the ACE provider, Excel 12.0) -> the
+//      workbook FILE (.xls or .xlsx) as a read-only database of one table per
+//      sheet, "[Sheet1$]" (data/WorkbookDriver.h).
 // The mapping to ODBC (server, port, instance, integrated security, charset)
 // is described in data/ConnectionString.h. Without "Persist Security Info=True"
 // ConnectionString() no longer shows the password once connected.
@@ -70,6 +74,8 @@ public:
     // Embedded only: a script in SQLite's own dialect (schema files), not
     // translated. EDatabaseError on the ODBC driver.
     void ExecuteNative(const QString& sql);
+    // The user tables (one per sheet, "Sheet1$", for a workbook).
+    QStringList GetTableNames();
     // Embedded only: the database file.
     QString DatabaseFile() const;
 

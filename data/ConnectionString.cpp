@@ -29,6 +29,12 @@ bool isSqlServerProvider(const QString& p) {
            p.compare(QLatin1String("MSSQL"), Qt::CaseInsensitive) == 0;
 }
 
+// Provider names under which connection strings name a workbook.
+bool isWorkbookProvider(const QString& p) {
+    return p.startsWith(QLatin1String("Microsoft.Jet.OLEDB"), Qt::CaseInsensitive) ||
+           p.startsWith(QLatin1String("Microsoft.ACE.OLEDB"), Qt::CaseInsensitive);
+}
+
 struct ServerAddress {
     QString host;
     QString instance;
@@ -156,7 +162,7 @@ TConnectionInfo ResolveConnectionString(const QString& text) {
     }
 
     const auto pairs = ParseConnectionString(trimmed);
-    QString provider, dataSource, catalog, user, password, driver, tdsVersion, charset, app, wsid;
+    QString provider, dataSource, catalog, user, password, driver, tdsVersion, charset, app, wsid, extended;
     bool integrated = false;
     for (const auto& [k, v] : pairs) {
         if (keyIs(k, {"Provider"}))
@@ -187,6 +193,28 @@ TConnectionInfo ResolveConnectionString(const QString& text) {
             app = v;
         else if (keyIs(k, {"Workstation ID", "WSID"}))
             wsid = v;
+        else if (keyIs(k, {"Extended Properties"}))
+            extended = v;
+    }
+
+    if (isWorkbookProvider(provider)) {
+        // These providers also name desktop database files; only workbooks
+        // are served here, recognised by the "Excel n.n" item.
+        bool excel = false;
+        for (const auto& [k, v] : ParseConnectionString(extended)) {
+            if (k.startsWith(QLatin1String("Excel"), Qt::CaseInsensitive))
+                excel = true;
+            else if (keyIs(k, {"HDR"}))
+                info.workbookHeader = v.isEmpty() || truthy(v);
+            else if (keyIs(k, {"IMEX"}))
+                info.workbookMixedAsText = v.trimmed() == QLatin1String("1");
+        }
+        if (!excel) throw EDatabaseError(QStringLiteral("不支持的数据库提供程序: ") + provider);
+        if (dataSource.isEmpty())
+            throw EDatabaseError(QStringLiteral("连接字符串没有指定数据库文件 (Data Source)"));
+        info.kind = TConnectionInfo::Kind::Workbook;
+        info.file = dataSource;
+        return info;
     }
 
     if (!driver.isEmpty()) {

@@ -7,6 +7,9 @@
 //  "Provider=SQLOLEDB;Password=…;User ID=…;Data Source=(local);Initial Catalog=…"
 //                                                               -> SQL Server (FreeTDS ODBC)
 //  "Driver={…};…" (a ready ODBC string)                         -> passed to ODBC as is
+//  "Provider=Microsoft.Jet.OLEDB.4.0;Data Source= 'FILE';Extended Properties="Excel 8.0;HDR=YES;IMEX=1""
+//      (also Microsoft.ACE.OLEDB.12.0 with "Excel 12.0 Xml" and the like)
+//                                                               -> a workbook, read-only
 //
 // SQL Server goes through unixODBC's FreeTDS driver with a DSN-less string:
 //   DRIVER={FreeTDS};SERVER=host;PORT=1433;DATABASE=db;UID=u;PWD=p;TDS_Version=7.4;ClientCharset=UTF-8
@@ -27,13 +30,18 @@
 namespace lnq {
 
 struct TConnectionInfo {
-    enum class Kind { Embedded, SqlServer };
+    enum class Kind { Embedded, SqlServer, Workbook };
     Kind kind = Kind::Embedded;
     QString file;           // embedded: database file path
     QString odbc;           // SQL Server: the ODBC connection string
     int loginTimeout = 0;   // seconds, 0 = driver default ("Connect Timeout")
     int busyTimeout = 5000; // embedded: ms to wait for another connection's lock ("Busy Timeout")
     bool persistSecurityInfo = false;
+    // Workbook: the first row names the columns ("HDR=YES", the default;
+    // "HDR=NO" names them F1, F2, ...); "IMEX=1" reads columns that mix
+    // numbers, dates and text as text.
+    bool workbookHeader = true;
+    bool workbookMixedAsText = false;
 };
 
 // "key=value;key=value" into pairs in order of appearance. Keys are trimmed

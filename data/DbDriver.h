@@ -5,6 +5,7 @@
 #include "data/DataSet.h"
 
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 namespace lnq {
@@ -30,6 +31,8 @@ public:
     // Whether the database still has a transaction open (a failed statement
     // may have rolled it back by itself).
     virtual bool TransactionActive() = 0;
+    // The user tables of the database, in the database's order.
+    virtual QStringList TableNames() = 0;
 
     void SetObserver(Observer observer) { m_observer = std::move(observer); }
 

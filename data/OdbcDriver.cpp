@@ -489,4 +489,8 @@ bool TOdbcDriver::TransactionActive() {
     return false;
 }
 
+QStringList TOdbcDriver::TableNames() {
+    return Db().tables(QSql::Tables);
+}
+
 } // namespace lnq

@@ -37,6 +37,7 @@ public:
     void CommitTransaction(int level) override;
     void RollbackTransaction(int level) override;
     bool TransactionActive() override;
+    QStringList TableNames() override;
 
 private:
     QSqlDatabase Db() const;

@@ -228,7 +228,8 @@ bool ParseSqliteDateTime(const char* s, int n, TDateTime& value) {
 // ---------------------------------------------------------------------------
 
 TSqliteDriver::TSqliteDriver(const QString& file, int busyTimeoutMs) : m_file(file) {
-    const QByteArray path = QFileInfo(file).absoluteFilePath().toUtf8();
+    const QByteArray path =
+        file == QLatin1String(":memory:") ? file.toUtf8() : QFileInfo(file).absoluteFilePath().toUtf8();
     const int rc =
         sqlite3_open_v2(path.constData(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     if (rc != SQLITE_OK) {
@@ -640,6 +641,23 @@ void TSqliteDriver::RollbackTransaction(int level) {
 
 bool TSqliteDriver::TransactionActive() {
     return m_db && !sqlite3_get_autocommit(m_db);
+}
+
+QStringList TSqliteDriver::TableNames() {
+    QStringList names;
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(
+            m_db,
+            "SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' "
+            "ESCAPE '\\' ORDER BY rowid",
+            -1, &stmt, nullptr) != SQLITE_OK)
+        Fail();
+    int rc = SQLITE_ROW;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW)
+        names << utf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
+    sqlite3_finalize(stmt);
+    if (rc != SQLITE_DONE) Fail();
+    return names;
 }
 
 } // namespace lnq

@@ -27,6 +27,7 @@ class TSqliteDriver : public TDbDriver {
 public:
     // Opens (creating when missing) the file; EDatabaseError with SQLite's
     // message and the path when it cannot be opened or is not a database.
+    // ":memory:" opens a private database that lives in memory.
     TSqliteDriver(const QString& file, int busyTimeoutMs = 5000);
     ~TSqliteDriver() override;
 
@@ -38,6 +39,7 @@ public:
     void CommitTransaction(int level) override;
     void RollbackTransaction(int level) override;
     bool TransactionActive() override;
+    QStringList TableNames() override;
 
     // A script in SQLite's own dialect (schema files), bypassing translation.
     void ExecuteNative(const QString& sql);
