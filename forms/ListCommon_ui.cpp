@@ -375,7 +375,11 @@ void TListCommonfm::PrepareFields() {
         const qsizetype again = m_searchFields.indexOf(chosen);
         m_searchField->setCurrentIndex(again >= 0 ? int(again) : (captions.isEmpty() ? -1 : 0));
     }
+    // A reload that keeps the field keeps the operator the user chose.
+    const QString op = m_opType->currentText();
     SearchFieldChanged();
+    if (m_searchFields.value(m_searchField->currentIndex()) == chosen && m_opType->findText(op) >= 0)
+        m_opType->setCurrentIndex(m_opType->findText(op));
 }
 
 // ------------------------------------------------------------ record change
