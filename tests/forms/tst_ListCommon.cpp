@@ -8,6 +8,7 @@
 #include "common/WidgetDriver.h"
 #include "data/Plat_adodatabasese.h"
 #include "data/Plat_dataenvironment.h"
+#include "data/SampleDatabase.h"
 #include "filter/Ctrl_FilterFrame.h"
 #include "filter/ViewStream.h"
 #include "forms/ListCommon_ui.h"
@@ -67,27 +68,29 @@ public:
     void AddRecentItem(const char*, const char*, const char*) override {}
 };
 
-class SaleListfm : public TListCommonfm {
+// Orders with their lines, or customers (no lines, no confirmation).
+class TestListfm : public TListCommonfm {
 public:
-    SaleListfm(std::shared_ptr<IConnection> c, IServicesInterface* s, QString target)
-        : TListCommonfm(std::move(c), s), m_target(std::move(target)) {}
+    TestListfm(std::shared_ptr<IConnection> c, IServicesInterface* s, QString target, bool customers)
+        : TListCommonfm(std::move(c), s), m_target(std::move(target)), m_customers(customers) {}
     int confirmSteps = 0;
 
 protected:
-    QString ListTable() const override { return QStringLiteral("Sal_SaleMain"); }
-    QString ListKeyField() const override { return QStringLiteral("iNo"); }
-    QString DetailTable() const override { return QStringLiteral("Sal_SaleDetail"); }
+    QString ListTable() const override { return m_customers ? "Cust_CustomersMain" : "Sal_SaleMain"; }
+    QString ListKeyField() const override { return m_customers ? "iCustomerNo" : "iNo"; }
+    QString DetailTable() const override { return m_customers ? "" : "Sal_SaleDetail"; }
     QString DetailKeyField() const override { return QStringLiteral("iMasterNo"); }
     QString LinkTarget() const override { return QStringLiteral("SaleOrder"); }
     QString ConfirmTarget() const override { return m_target; }
     QString ConfirmStateField() const override { return QStringLiteral("vConfirmState"); }
     QString ConfirmUserField() const override { return QStringLiteral("vConfirmUser"); }
     QString ConfirmDateField() const override { return QStringLiteral("dConfirmDate"); }
-    QString ViewExt() const override { return QStringLiteral(".SAL"); }
+    QString ViewExt() const override { return m_customers ? ".CUS" : ".SAL"; }
     void DoConfirmData() override { ++confirmSteps; }
 
 private:
     QString m_target;
+    bool m_customers;
 };
 
 QToolButton* button(QWidget* form, const QString& caption) {
@@ -113,8 +116,9 @@ class tst_ListCommon : public QObject {
     Services m_services;
     QStringList m_messages; // caption|text of every message the forms showed
 
-    std::unique_ptr<SaleListfm> open(const QString& target = QStringLiteral("MASTER")) {
-        auto form = std::make_unique<SaleListfm>(m_conn, &m_services, target);
+    std::unique_ptr<TestListfm> open(const QString& target = QStringLiteral("MASTER"),
+                                     bool customers = false) {
+        auto form = std::make_unique<TestListfm>(m_conn, &m_services, target, customers);
         form->OnMessage = [this](const QString& text, const QString& caption, int) {
             m_messages << caption + QLatin1Char('|') + text;
             return 1;
@@ -170,6 +174,17 @@ private Q_SLOTS:
         QVERIFY(form->DataWebBrowser()->PageHtml().contains(QStringLiteral("单据编号")));
         QVERIFY(!form->DataWebBrowser()->PageHtml().contains(QStringLiteral("允许用户")));
         QVERIFY(m_messages.isEmpty());
+    }
+
+    void customerPropertyPage() {
+        auto form = open(QString(), true);
+        QVERIFY(!form->TabSheetDetail()->isVisibleTo(form.get()));
+        QVERIFY(!button(form.get(), QStringLiteral("审核"))->isVisibleTo(form.get()));
+        const QString key = form->ListDataSet().FieldByName(QStringLiteral("iCustomerNo")).AsString();
+        const QString page = form->DataWebBrowser()->PageHtml();
+        QVERIFY(page.contains(QStringLiteral("<b>基本信息</b>")));
+        QVERIFY(page.contains(QStringLiteral("app://ShowContactDetail?iCustomerNo=") + key +
+                              QStringLiteral("&")));
     }
 
     void confirmButtonsFollowState_data() {
@@ -327,6 +342,34 @@ private Q_SLOTS:
         QVERIFY(m_messages.first().startsWith(QStringLiteral("错误提示|")));
         QCOMPARE(keys(form->ListDataSet()), before);
         QCOMPARE(form->LNQDBGridList()->model()->rowCount(), 101);
+    }
+
+    // With LNQ_SCREENSHOT_DIR set: the order list with a view open, saved as
+    // list-form.png.
+    void screenshot() {
+        const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
+        if (dir.isEmpty()) QSKIP("LNQ_SCREENSHOT_DIR not set");
+        // A sample of the usual size, without the rows the other cases add.
+        TADOConnection ado;
+        SampleDatabase::Options options;
+        options.customers = 300;
+        options.products = 100;
+        options.sales = 400;
+        SampleDatabase::CreateSample(m_dir.filePath(QStringLiteral("shot.db")), options);
+        ado.SetConnectionString(m_dir.filePath(QStringLiteral("shot.db")));
+        ado.Open();
+        auto conn = std::make_shared<UserConnection>(ado);
+        TestListfm form0(conn, &m_services, QStringLiteral("MASTER"), false);
+        TestListfm* form = &form0;
+        form->setWindowTitle(QStringLiteral("销售单"));
+        form->show();
+        form->FormCreate();
+        form->resize(1180, 640);
+        form->FilterFrame()->OpenFilter(QStringLiteral("常用视图\\未审核销售单"));
+        pickComboText(child<QComboBox>(form, "ComboBoxSearchField"), QStringLiteral("业务员"));
+        QVERIFY(QTest::qWaitForWindowExposed(form));
+        QTest::qWait(200);
+        QVERIFY(form->grab().save(dir + QStringLiteral("/list-form.png")));
     }
 };
 
