@@ -284,7 +284,7 @@ void TListCommonfm::FormCreate() {
     // a database without one shows field names.
     Guarded([this] { TDataEnvironment::GetInstance(m_connection->MyConnection()); });
     // Each list keeps its own column layouts, whatever window hosts it.
-    const QString layoutBase = QString::fromLatin1(metaObject()->className()) + QStringLiteral(".st_");
+    const QString layoutBase = objectName() + QStringLiteral(".st_");
     m_gridList->SetFormatFileName(layoutBase + ListTable());
     m_gridDetail->SetFormatFileName(layoutBase + DetailTable() + QStringLiteral("_Detail"));
 
