@@ -17,6 +17,7 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSignalBlocker>
@@ -100,7 +101,10 @@ TListCommonfm::TListCommonfm(std::shared_ptr<IConnection> connection, IServicesI
 }
 
 TListCommonfm::~TListCommonfm() {
-    // The grids go before the datasets they show.
+    // Nothing may reach the record change steps while the form goes; the
+    // grids go before the datasets they show.
+    m_sourceMain->SetDataSet(nullptr);
+    m_sourceDetail->SetDataSet(nullptr);
     delete m_splitter;
     m_splitter = nullptr;
 }
@@ -268,8 +272,22 @@ void TListCommonfm::BuildUi() {
     connect(m_gridList, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
         if (m_gridList->RecordOfGridRow(index.row()) >= 0) SpeedButtonEditClick();
     });
+    m_gridList->installEventFilter(this);
     OpTypeChanged();
     UpdateConfirmButtons(nullptr, QString());
+}
+
+bool TListCommonfm::eventFilter(QObject* watched, QEvent* event) {
+    // Enter on a row of the list opens it, as a double click does.
+    if (watched == m_gridList && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter) && !m_gridList->EditorMode() &&
+            !CurrentKeyText().isEmpty()) {
+            SpeedButtonEditClick();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 // ------------------------------------------------------------ creation
