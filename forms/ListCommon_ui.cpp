@@ -20,7 +20,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QSet>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QTabWidget>
@@ -659,42 +658,11 @@ void TListCommonfm::SetConfirmState(bool confirm) {
 // ------------------------------------------------------------ selection
 
 void TListCommonfm::SelectAll() {
-    Guarded([this] { SelectRows(false); });
+    Guarded([this] { m_gridList->SelectedRows().SelectAll(); });
 }
 
 void TListCommonfm::InvertSelection() {
-    Guarded([this] { SelectRows(true); });
-}
-
-void TListCommonfm::SelectRows(bool invert) {
-    TDataSet& ds = *m_listData;
-    if (!ds.Active() || ds.IsEmpty()) return;
-    TBookmarkList& selected = m_gridList->SelectedRows();
-    // The rows selected before, read once; the selection is then built anew
-    // in row order.
-    QSet<qint64> before;
-    if (invert)
-        for (int i = 0; i < selected.Count(); ++i)
-            before.insert(selected.Items(i).record);
-    ds.CheckBrowseMode();
-    const TBookmark here = ds.GetBookmark();
-    // The walk over the rows is no record change: the steps stay quiet.
-    m_loadingList = true;
-    ds.DisableControls();
-    try {
-        selected.Clear();
-        for (ds.First();; ds.Next()) {
-            if (!invert || !before.contains(ds.GetBookmark().record)) selected.SetCurrentRowSelected(true);
-            if (ds.CurrentRow() + 1 >= ds.RecordCount()) break;
-        }
-        if (ds.BookmarkValid(here)) ds.GotoBookmark(here);
-    } catch (...) {
-        ds.EnableControls();
-        m_loadingList = false;
-        throw;
-    }
-    ds.EnableControls();
-    m_loadingList = false;
+    Guarded([this] { m_gridList->SelectedRows().InvertSelection(); });
 }
 
 // ------------------------------------------------------------ plumbing

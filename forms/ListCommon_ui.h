@@ -174,8 +174,6 @@ private:
     void UpdateConfirmButtons(TDataSet* dataSet, const QString& target);
     void SetConfirmState(bool confirm);
     void ApplySignMode();
-    // Selects every row of the list, or inverts the selection row by row.
-    void SelectRows(bool invert);
     void SearchFieldChanged();
     void OpTypeChanged();
     int Message(const QString& text, const QString& caption, int flags);
