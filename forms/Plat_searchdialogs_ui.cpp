@@ -201,8 +201,7 @@ QString TUtils_SearchDialogs::GoodsNameSql(const QString& condition) {
 QString TUtils_SearchDialogs::ProductListSql(const QString& condition, const QString& goodsNo) {
     QString sql = kProductListSql + QStringLiteral(" WHERE 1=1 ");
     if (!condition.trimmed().isEmpty())
-        sql += startsWithJoiner(condition) ? QStringLiteral(" ") + condition
-                                           : QStringLiteral(" AND ") + condition;
+        sql += startsWithJoiner(condition) ? condition : QStringLiteral(" AND ") + condition;
     if (goodsNo != QStringLiteral("-1") && !goodsNo.trimmed().isEmpty())
         sql += QStringLiteral(" AND iGoodsNo=") + goodsNo;
     return sql;
