@@ -285,6 +285,23 @@ private Q_SLOTS:
         QCOMPARE(kinds.split(u',', Qt::SkipEmptyParts).size(), 6);
     }
 
+    // "全选" after a quick search marks the rows shown, not the hidden ones.
+    void selectAllAfterASearch() {
+        QStringList shown;
+        drive([&](TPLAT_Searchfm& f) {
+            QTest::keyClicks(f.EditValue(), "bj");
+            TDataSet& ds = *f.DataSet();
+            for (int r = 0; r < ds.RecordCount(); ++r)
+                shown << ds.DisplayTextAt(r, ds.FieldByName("编号").Index());
+            click(&f, "BitBtnAll");
+            click(&f, "BitBtnOK");
+        });
+        QString nos;
+        QCOMPARE(TUtils_SearchDialogs::ShowMultCustomerListDialog(*m_conn, nos), 1);
+        QVERIFY(shown.size() > 1);
+        QCOMPARE(nos, shown.join(',') + ',');
+    }
+
     void doubleClickChooses() {
         drive([](TPLAT_Searchfm& f) {
             TLNQDBGrid* g = f.LNQDBGrid();
