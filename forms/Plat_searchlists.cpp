@@ -217,7 +217,13 @@ void TQuickSearchText::SetText(const QString& text) {
 
 bool TQuickSearchText::Matches(const QString& value) const {
     if (m_text.isEmpty() || value.contains(m_text, Qt::CaseInsensitive)) return true;
-    return !m_initials.isEmpty() && TUtils_Convert::StrToPY(value).contains(m_initials);
+    if (m_initials.isEmpty()) return false;
+    auto it = m_initialsOf.constFind(value);
+    if (it == m_initialsOf.constEnd()) {
+        if (m_initialsOf.size() >= kCacheLimit) m_initialsOf.clear();
+        it = m_initialsOf.insert(value, TUtils_Convert::StrToPY(value));
+    }
+    return it->contains(m_initials);
 }
 
 } // namespace lnq
