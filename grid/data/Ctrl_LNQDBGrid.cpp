@@ -1392,18 +1392,39 @@ void TLNQCustomDBGrid::refreshSelectedRows() {
         ds->State() != TDataSetState::dsBrowse)
         return;
     m_refreshingSelection = true;
-    m_bookmarks->Refresh();
     const TBookmark here = ds->GetBookmark();
     ds->DisableControls();
-    for (int i = 0; i < m_bookmarks->Count(); ++i) {
-        const TBookmark& b = m_bookmarks->Items(i);
-        if (!ds->BookmarkValid(b)) continue;
-        try {
-            ds->GotoBookmark(b);
-            m_selectedRows.insert(ds->CurrentRow());
-        } catch (const Exception&) {
-            // filtered out of the view: not drawn
+    // Finding one record in a sorted or filtered view means searching it, so
+    // many bookmarks (a whole list selected) are found in one pass over the
+    // view instead; bookmarks of records no longer in the view are dropped.
+    constexpr int kVisitLimit = 16;
+    if (m_bookmarks->Count() <= kVisitLimit) {
+        m_bookmarks->Refresh();
+        for (int i = 0; i < m_bookmarks->Count(); ++i) {
+            const TBookmark& b = m_bookmarks->Items(i);
+            if (!ds->BookmarkValid(b)) continue;
+            try {
+                ds->GotoBookmark(b);
+                m_selectedRows.insert(ds->CurrentRow());
+            } catch (const Exception&) {
+                // filtered out of the view: not drawn
+            }
         }
+    } else {
+        QSet<qint64> wanted;
+        wanted.reserve(m_bookmarks->Count());
+        for (const TBookmark& b : m_bookmarks->m_items)
+            wanted.insert(b.record);
+        QSet<qint64> found;
+        for (ds->First(); !ds->Eof(); ds->Next()) {
+            const qint64 record = ds->GetBookmark().record;
+            if (wanted.contains(record)) {
+                found.insert(record);
+                m_selectedRows.insert(ds->CurrentRow());
+            }
+        }
+        std::erase_if(m_bookmarks->m_items,
+                      [&found](const TBookmark& b) { return !found.contains(b.record); });
     }
     if (here.isValid() && ds->BookmarkValid(here)) ds->GotoBookmark(here);
     ds->EnableControls();

@@ -405,6 +405,7 @@ public:
     bool IsSelected(const TBookmark& bookmark) const { return IndexOf(bookmark) >= 0; }
 
 private:
+    friend class TLNQCustomDBGrid; // finds many bookmarks in one pass
     TLNQCustomDBGrid& m_grid;
     std::vector<TBookmark> m_items;
 };
