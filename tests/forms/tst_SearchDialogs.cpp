@@ -294,6 +294,8 @@ private Q_SLOTS:
             for (int r = 0; r < ds.RecordCount(); ++r)
                 shown << ds.DisplayTextAt(r, ds.FieldByName("编号").Index());
             click(&f, "BitBtnAll");
+            if (const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR"); !dir.isEmpty())
+                f.grab().save(dir + "/search-dialog-multi.png");
             click(&f, "BitBtnOK");
         });
         QString nos;
