@@ -1,4 +1,4 @@
-// lnq lookup end to end: the lists, their query texts, and their rows narrowed
+// lnq lookup-list end to end: the lists, their query texts, and their rows narrowed
 // by text or pinyin initials on the sample database.
 
 #include "common/TestMain.h"
@@ -9,7 +9,7 @@
 
 using lnqtest::runTool;
 
-class TestLnqLookup : public QObject {
+class TestLnqLookupList : public QObject {
     Q_OBJECT
 private:
     QTemporaryDir m_dir;
@@ -23,7 +23,7 @@ private Q_SLOTS:
     }
 
     void listsEveryMember() {
-        const auto r = runTool({"lookup", "--list"});
+        const auto r = runTool({"lookup-list", "--list"});
         QCOMPARE(r.exitCode, 0);
         const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 18);
@@ -55,7 +55,7 @@ private Q_SLOTS:
     void queryTexts() {
         QFETCH(QStringList, args);
         QFETCH(QString, sql);
-        const auto r = runTool(QStringList{"lookup", "--sql"} + args);
+        const auto r = runTool(QStringList{"lookup-list", "--sql"} + args);
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out, sql + "\n");
     }
@@ -74,7 +74,7 @@ private Q_SLOTS:
         QFETCH(QStringList, args);
         QFETCH(int, column);
         QFETCH(QString, text);
-        const auto r = runTool(QStringList{"lookup", "--db", m_db} + args);
+        const auto r = runTool(QStringList{"lookup-list", "--db", m_db} + args);
         QCOMPARE(r.exitCode, 0);
         QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
         QVERIFY(lines.size() > 1);
@@ -105,7 +105,7 @@ private Q_SLOTS:
         QFETCH(QStringList, args);
         QFETCH(int, exitCode);
         QFETCH(QString, message);
-        QStringList all{"lookup"};
+        QStringList all{"lookup-list"};
         if (exitCode == 1 && !args.contains("--sql")) all << "--db" << m_db;
         const auto r = runTool(all + args);
         QCOMPARE(r.exitCode, exitCode);
@@ -114,5 +114,5 @@ private Q_SLOTS:
     }
 };
 
-LNQ_TEST_MAIN_CORE(TestLnqLookup)
-#include "tst_lnq_lookup.moc"
+LNQ_TEST_MAIN_CORE(TestLnqLookupList)
+#include "tst_lnq_lookuplist.moc"

@@ -1,7 +1,7 @@
 // The lookup lists of the lookup dialogs, for scripts:
-//   lnq lookup --list                          every list: member, choice, columns handed back
-//   lnq lookup MEMBER --sql [shaping options]  the query text the dialog sends
-//   lnq lookup MEMBER --db PATH [--search TEXT] [--field TITLE] [shaping options]
+//   lnq lookup-list --list                          every list: member, choice, columns handed back
+//   lnq lookup-list MEMBER --sql [shaping options]  the query text the dialog sends
+//   lnq lookup-list MEMBER --db PATH [--search TEXT] [--field TITLE] [shaping options]
 //                                              the rows the dialog shows, narrowed as its
 //                                              quick search narrows them (text or pinyin
 //                                              initials), as tab-separated text
@@ -27,9 +27,9 @@ QString cell(const lnq::TField& f) {
     return text;
 }
 
-int lookup(const QStringList& args, Io& io) {
+int lookupList(const QStringList& args, Io& io) {
     const QString usage =
-        QStringLiteral("usage: lnq lookup --list | MEMBER (--sql | --db PATH [--search TEXT] "
+        QStringLiteral("usage: lnq lookup-list --list | MEMBER (--sql | --db PATH [--search TEXT] "
                        "[--field TITLE]) [--condition TEXT] [--goods NO] [--packages yes|no]\n");
     if (args == QStringList{QStringLiteral("--list")}) {
         for (const lnq::TSearchList& l : lnq::TSearchLists::Lists())
@@ -47,7 +47,7 @@ int lookup(const QStringList& args, Io& io) {
                                       QStringLiteral("--field"), QStringLiteral("--condition"),
                                       QStringLiteral("--goods"), QStringLiteral("--packages")},
                                      options, positional, error)) {
-        io.err << "lnq lookup: " << error << '\n' << usage;
+        io.err << "lnq lookup-list: " << error << '\n' << usage;
         return 2;
     }
     if (positional.size() != 1 || (!sqlOnly && !options.contains(QStringLiteral("--db")))) {
@@ -56,13 +56,13 @@ int lookup(const QStringList& args, Io& io) {
     }
     const lnq::TSearchList* list = lnq::TSearchLists::Find(positional.first());
     if (!list) {
-        io.err << "lnq lookup: no lookup list \"" << positional.first()
-               << "\" (lnq lookup --list names them)\n";
+        io.err << "lnq lookup-list: no lookup list \"" << positional.first()
+               << "\" (lnq lookup-list --list names them)\n";
         return 1;
     }
     const QString packages = options.value(QStringLiteral("--packages"), QStringLiteral("yes"));
     if (packages != QLatin1String("yes") && packages != QLatin1String("no")) {
-        io.err << "lnq lookup: --packages takes yes or no\n";
+        io.err << "lnq lookup-list: --packages takes yes or no\n";
         return 2;
     }
     const QString sql = lnq::TSearchLists::Sql(list->member, options.value(QStringLiteral("--condition")),
@@ -84,7 +84,7 @@ int lookup(const QStringList& args, Io& io) {
     if (options.contains(QStringLiteral("--field"))) {
         column = int(names.indexOf(options.value(QStringLiteral("--field"))));
         if (column < 0) {
-            io.err << "lnq lookup: the list has no column \"" << options.value(QStringLiteral("--field"))
+            io.err << "lnq lookup-list: the list has no column \"" << options.value(QStringLiteral("--field"))
                    << "\"\n";
             return 1;
         }
@@ -106,12 +106,12 @@ int lookup(const QStringList& args, Io& io) {
     return 0;
 }
 
-const lnqtool::Registrar lookupCommand(
-    {QStringLiteral("lookup"),
+const lnqtool::Registrar lookupListCommand(
+    {QStringLiteral("lookup-list"),
      QStringLiteral(
-         "lookup --list | MEMBER (--sql | --db PATH [--search TEXT] [--field TITLE]) [--condition TEXT] "
+         "lookup-list --list | MEMBER (--sql | --db PATH [--search TEXT] [--field TITLE]) [--condition TEXT] "
          "[--goods NO] [--packages yes|no]  the lookup dialogs' lists: their query texts, or their rows "
          "narrowed by text or pinyin initials (\"bjhx\") as the dialogs' quick search does"),
-     lookup});
+     lookupList});
 
 } // namespace
