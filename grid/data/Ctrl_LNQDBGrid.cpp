@@ -824,35 +824,6 @@ void TBookmarkList::Clear() {
     m_grid.RefreshCells();
 }
 
-void TBookmarkList::SelectAll() {
-    TDataSet* ds = m_grid.DataSet();
-    if (!ds || !ds->Active() || ds->IsEmpty()) return;
-    ds->CheckBrowseMode();
-    // A set of the records held already keeps this linear in the view's size.
-    QSet<qint64> held;
-    held.reserve(qsizetype(m_items.size()));
-    for (const TBookmark& b : m_items)
-        held.insert(b.record);
-    const TBookmark here = ds->GetBookmark();
-    ds->DisableControls();
-    try {
-        for (ds->First(); !ds->Eof(); ds->Next()) {
-            const TBookmark b = ds->GetBookmark();
-            if (!held.contains(b.record)) {
-                held.insert(b.record);
-                m_items.push_back(b);
-            }
-            m_grid.m_selectedRows.insert(ds->CurrentRow());
-        }
-        if (ds->BookmarkValid(here)) ds->GotoBookmark(here);
-    } catch (...) {
-        ds->EnableControls();
-        throw;
-    }
-    ds->EnableControls();
-    m_grid.RefreshCells();
-}
-
 void TBookmarkList::Delete() {
     TDataSet* ds = m_grid.DataSet();
     if (!ds) return;
@@ -1392,39 +1363,18 @@ void TLNQCustomDBGrid::refreshSelectedRows() {
         ds->State() != TDataSetState::dsBrowse)
         return;
     m_refreshingSelection = true;
+    m_bookmarks->Refresh();
     const TBookmark here = ds->GetBookmark();
     ds->DisableControls();
-    // Finding one record in a sorted or filtered view means searching it, so
-    // many bookmarks (a whole list selected) are found in one pass over the
-    // view instead; bookmarks of records no longer in the view are dropped.
-    constexpr int kVisitLimit = 16;
-    if (m_bookmarks->Count() <= kVisitLimit) {
-        m_bookmarks->Refresh();
-        for (int i = 0; i < m_bookmarks->Count(); ++i) {
-            const TBookmark& b = m_bookmarks->Items(i);
-            if (!ds->BookmarkValid(b)) continue;
-            try {
-                ds->GotoBookmark(b);
-                m_selectedRows.insert(ds->CurrentRow());
-            } catch (const Exception&) {
-                // filtered out of the view: not drawn
-            }
+    for (int i = 0; i < m_bookmarks->Count(); ++i) {
+        const TBookmark& b = m_bookmarks->Items(i);
+        if (!ds->BookmarkValid(b)) continue;
+        try {
+            ds->GotoBookmark(b);
+            m_selectedRows.insert(ds->CurrentRow());
+        } catch (const Exception&) {
+            // filtered out of the view: not drawn
         }
-    } else {
-        QSet<qint64> wanted;
-        wanted.reserve(m_bookmarks->Count());
-        for (const TBookmark& b : m_bookmarks->m_items)
-            wanted.insert(b.record);
-        QSet<qint64> found;
-        for (ds->First(); !ds->Eof(); ds->Next()) {
-            const qint64 record = ds->GetBookmark().record;
-            if (wanted.contains(record)) {
-                found.insert(record);
-                m_selectedRows.insert(ds->CurrentRow());
-            }
-        }
-        std::erase_if(m_bookmarks->m_items,
-                      [&found](const TBookmark& b) { return !found.contains(b.record); });
     }
     if (here.isValid() && ds->BookmarkValid(here)) ds->GotoBookmark(here);
     ds->EnableControls();

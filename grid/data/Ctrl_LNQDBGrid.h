@@ -390,9 +390,6 @@ public:
     int Count() const { return int(m_items.size()); }
     const TBookmark& Items(int index) const { return m_items.at(size_t(index)); }
     void Clear();
-    // Selects every record of the dataset's view, in view order, after the
-    // ones selected already; the cursor stays where it was.
-    void SelectAll();
     // Deletes the selected records from the dataset and empties the list.
     void Delete();
     // Whether the bookmark is selected; index receives its position.
@@ -405,7 +402,6 @@ public:
     bool IsSelected(const TBookmark& bookmark) const { return IndexOf(bookmark) >= 0; }
 
 private:
-    friend class TLNQCustomDBGrid; // finds many bookmarks in one pass
     TLNQCustomDBGrid& m_grid;
     std::vector<TBookmark> m_items;
 };
