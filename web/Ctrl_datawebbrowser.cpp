@@ -79,6 +79,12 @@ void TLNQDataWebBrowser::CommShowDataSet(const TDataSet& dataSet, const QString&
     OutPutDataWeb();
 }
 
+void TLNQDataWebBrowser::CommShowDataSet(const TDataSet& dataSet, const TCaptionMap& captions) {
+    m_page.InitFieldsCaptions(captions);
+    if (!m_page.CollectRecord(dataSet)) return;
+    OutPutDataWeb();
+}
+
 void TLNQDataWebBrowser::OutPutDataWeb() {
     LoadHtml(m_page.RecordPage());
 }

@@ -48,6 +48,10 @@ public:
     // given, else none) and shows its page; a closed or empty dataset leaves
     // the page unchanged.
     void CommShowDataSet(const TDataSet& dataSet, const QString& layoutName = QString());
+    // The same with a caption map given (a grid's titles): fields the map
+    // does not name show under their field names, unless mapped to
+    // "NotVisible".
+    void CommShowDataSet(const TDataSet& dataSet, const TCaptionMap& captions);
     // Shows the record page of the items collected so far.
     void OutPutDataWeb();
     // Shows the property page of a property dataset.

@@ -879,6 +879,48 @@ void TBookmarkList::SetCurrentRowSelected(bool on) {
     m_grid.RefreshCells();
 }
 
+void TBookmarkList::SelectAll() {
+    selectViewRecords(false);
+}
+
+void TBookmarkList::InvertSelection() {
+    selectViewRecords(true);
+}
+
+void TBookmarkList::selectViewRecords(bool invert) {
+    TDataSet* ds = m_grid.DataSet();
+    if (!ds || !ds->Active() || ds->IsEmpty()) return;
+    ds->CheckBrowseMode();
+    // Membership by record number: a list search per record would make
+    // selecting a long view quadratic.
+    QSet<qint64> before;
+    if (invert)
+        for (const TBookmark& b : m_items)
+            before.insert(b.record);
+    std::vector<TBookmark> items;
+    QSet<int> rows;
+    const TBookmark here = ds->GetBookmark();
+    ds->DisableControls();
+    try {
+        for (ds->First();; ds->Next()) {
+            const TBookmark b = ds->GetBookmark();
+            if (!invert || !before.contains(b.record)) {
+                items.push_back(b);
+                rows.insert(ds->CurrentRow());
+            }
+            if (ds->Eof() || ds->CurrentRow() + 1 >= ds->RecordCount()) break;
+        }
+        if (here.isValid() && ds->BookmarkValid(here)) ds->GotoBookmark(here);
+    } catch (...) {
+        ds->EnableControls();
+        throw;
+    }
+    m_items = std::move(items);
+    m_grid.m_selectedRows = std::move(rows);
+    ds->EnableControls();
+    m_grid.RefreshCells();
+}
+
 // ============================================================ the grid
 
 TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
