@@ -381,6 +381,9 @@ public:
     // The sum of FloatAt over every record of the current view, in one pass
     // over the column (the footer totals of a filtered list).
     double SumFloat(int field) const;
+    // The same for several fields in one pass over the view (an unknown
+    // field sums to 0).
+    std::vector<double> SumFloats(const std::vector<int>& fields) const;
     int CurrentRow() const; // 0-based position of the cursor in the view (-1 empty)
 
     // Views repaint once when controls are re-enabled.

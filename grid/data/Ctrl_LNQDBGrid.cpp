@@ -2273,21 +2273,28 @@ void TLNQCustomDBGrid::AutoCalculate(int ACol, const QString& OldValue, const QS
         }
     }
     // Full path: the dataset's current view is exactly what the user sees
-    // (filter applied), read by position without a copy.
+    // (filter applied), read by position without a copy; every sum column
+    // is added up in the same pass over the view.
     const int records = ds->RecordCount();
+    std::vector<TColumn*> sumColumns;
+    std::vector<int> sumFields;
     for (int i = first; i <= last; ++i) {
         TColumn* c = m_columns->Items(i);
         TColumn* found = m_columns->ColumnOfField(c->FieldName());
         // A match at grid position 0 (where the indicator sits) counts as none.
-        if (!found || GridColOf(found) == 0 || found->CalcMode() == ccUser) continue;
+        if (!found || found->CalcMode() == ccUser || GridColOf(found) == 0) continue;
         if (found->CalcMode() == ccCount) {
             found->SetTailCaption(QString::number(records));
             continue;
         }
-        const TField* f = found->Field();
-        if (!f) continue;
-        found->SetTailCaption(formatTotal(*found, SumVisible(*ds, f->Index())));
+        if (const TField* f = found->Field()) {
+            sumColumns.push_back(found);
+            sumFields.push_back(f->Index());
+        }
     }
+    const std::vector<double> totals = ds->SumFloats(sumFields);
+    for (size_t k = 0; k < sumColumns.size(); ++k)
+        sumColumns[k]->SetTailCaption(formatTotal(*sumColumns[k], totals[k]));
     m_columns->EndUpdate();
 }
 
