@@ -1580,6 +1580,11 @@ bool TDataSet::BookmarkValid(const TBookmark& bookmark) const {
     return d->active && bookmark.isValid() && d->positionOf(bookmark.record) >= 0;
 }
 
+TBookmark TDataSet::BookmarkAt(int row) const {
+    if (!d->active || row < 0 || row >= d->viewSize()) return {};
+    return TBookmark{d->recAt(row)};
+}
+
 // ---------------------------------------------------------------------------
 // Editing
 

@@ -338,6 +338,9 @@ public:
     TBookmark GetBookmark() const;
     void GotoBookmark(const TBookmark& bookmark); // EDatabaseError when gone
     bool BookmarkValid(const TBookmark& bookmark) const;
+    // The bookmark of the record at a 0-based view position, without moving
+    // (invalid when out of range or inactive).
+    TBookmark BookmarkAt(int row) const;
 
     // Editing. Post writes through the dataset's resolver (ADO datasets post
     // to their database; a client dataset keeps the change in memory).

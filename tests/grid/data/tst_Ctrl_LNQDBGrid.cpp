@@ -120,6 +120,15 @@ void press(QWidget* fallback, Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoMo
     QTest::keyClick(w ? w : fallback, key, mods);
 }
 
+// The IDs of the picked records, sorted, read without moving the cursor.
+QStringList selectedIds(const Fixture& f) {
+    QStringList out;
+    for (int row = 0; row < f.ds.RecordCount(); ++row)
+        if (f.g.SelectedRows().IsSelected(f.ds.BookmarkAt(row))) out << f.ds.ValueAt(row, 0).toString();
+    out.sort();
+    return out;
+}
+
 } // namespace
 
 class tst_Ctrl_LNQDBGrid : public QObject {
@@ -610,6 +619,65 @@ private Q_SLOTS:
         f.g.DeleteRecord();
         QCOMPARE(f.column("ID"), (QStringList{"2", "4"}));
         QCOMPARE(f.g.SelectedRows().Count(), 0);
+    }
+
+    // Mouse and keys under dgMultiSelect, as in lists: "c" click, "C" Ctrl+click,
+    // "S" Shift+click, "X" Ctrl+Shift+click on the record's row; "sd" / "su"
+    // Shift+Down / Up, "d" Down.
+    void multiSelectRanges_data() {
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QStringList>("ids");
+        QTest::newRow("shift-click range") << QStringList{"c1", "S3"} << QStringList{"1", "2", "3"};
+        QTest::newRow("range upwards") << QStringList{"c4", "S2"} << QStringList{"2", "3", "4"};
+        QTest::newRow("ctrl-click removes") << QStringList{"c1", "S3", "C2"} << QStringList{"1", "3"};
+        QTest::newRow("ctrl-shift adds a range")
+            << QStringList{"C1", "C3", "X4"} << QStringList{"1", "3", "4"};
+        QTest::newRow("shift range replaces") << QStringList{"C1", "C4", "S3"} << QStringList{"3", "4"};
+        QTest::newRow("plain click clears") << QStringList{"c1", "S3", "c2"} << QStringList{};
+        QTest::newRow("shift+down extends") << QStringList{"c1", "sd", "sd"} << QStringList{"1", "2", "3"};
+        QTest::newRow("shift+up shrinks") << QStringList{"c1", "sd", "sd", "su"} << QStringList{"1", "2"};
+        QTest::newRow("down clears") << QStringList{"c1", "sd", "d"} << QStringList{};
+        QTest::newRow("anchor after keys") << QStringList{"c2", "d", "S1"} << QStringList{"1", "2", "3"};
+    }
+    void multiSelectRanges() {
+        QFETCH(QStringList, steps);
+        QFETCH(QStringList, ids);
+        Fixture f;
+        f.g.SetDBOptions(f.g.DBOptions() | TDBGridOption::dgMultiSelect);
+        f.g.setFocus();
+        const int col = f.g.GridColOf(f.col("vName"));
+        for (const QString& step : steps) {
+            if (step == u"sd" || step == u"su" || step == u"d") {
+                press(&f.g, step.endsWith(u'u') ? Qt::Key_Up : Qt::Key_Down,
+                      step.startsWith(u's') ? Qt::ShiftModifier : Qt::NoModifier);
+                continue;
+            }
+            const Qt::KeyboardModifiers mods = step[0] == u'C'   ? Qt::ControlModifier
+                                               : step[0] == u'S' ? Qt::ShiftModifier
+                                               : step[0] == u'X' ? Qt::ControlModifier | Qt::ShiftModifier
+                                                                 : Qt::KeyboardModifiers();
+            QTest::mouseClick(f.g.viewport(), Qt::LeftButton, mods,
+                              f.g.CellRect(col, step.mid(1).toInt()).center());
+        }
+        QCOMPARE(selectedIds(f), ids);
+        QCOMPARE(f.g.SelectedRows().Count(), ids.size());
+        QVERIFY(f.errors.isEmpty());
+    }
+
+    // The picked records stay picked when the rows are re-sorted, and leave
+    // the selection when a filter hides them.
+    void multiSelectFollowsRecords() {
+        Fixture f;
+        f.g.SetDBOptions(f.g.DBOptions() | TDBGridOption::dgMultiSelect);
+        const int col = f.g.GridColOf(f.col("vName"));
+        QTest::mouseClick(f.g.viewport(), Qt::LeftButton, {}, f.g.CellRect(col, 2).center());
+        QTest::mouseClick(f.g.viewport(), Qt::LeftButton, Qt::ShiftModifier, f.g.CellRect(col, 4).center());
+        f.g.TitleSort(f.col("Amount"));
+        QCOMPARE(f.column("ID"), (QStringList{"3", "1", "4", "2"}));
+        QCOMPARE(selectedIds(f), (QStringList{"2", "3", "4"}));
+        f.g.AddFilter(QStringLiteral("vName"), QStringLiteral("等于"), QStringLiteral("张三"));
+        QCOMPARE(selectedIds(f), QStringList{"4"});
+        QCOMPARE(f.g.SelectedRows().Count(), 1);
     }
 
     void columnsSaveAndLoad() {
