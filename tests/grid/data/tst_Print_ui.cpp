@@ -4,6 +4,7 @@
 // template menu.
 
 #include "MessageBoxWatch.h"
+#include "common/DataSetHelpers.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/ZipRead.h"
@@ -193,6 +194,41 @@ private Q_SLOTS:
         QVERIFY(html.startsWith(QStringLiteral("<table><tr><td align=center Colspan=5>")));
         QVERIFY(html.indexOf(QStringLiteral("KH000060")) < html.indexOf(QStringLiteral("KH000059")));
         QFile::remove(file);
+    }
+
+    // The file holds every record; the clipboard at most 20000, and a longer
+    // export says so once.
+    void longExportCapsTheClipboard_data() {
+        QTest::addColumn<int>("rows");
+        QTest::newRow("at the limit") << kClipboardHtmlRows;
+        QTest::newRow("over the limit") << kClipboardHtmlRows + 1;
+    }
+    void longExportCapsTheClipboard() {
+        QFETCH(int, rows);
+        TClientDataSet ds;
+        TRecordSetBuilder& b = ds.BeginLoad({lnqtest::fieldDef("vNo", TFieldType::ftString, 10)});
+        for (int r = 0; r < rows; ++r) {
+            b.SetText(0, QStringLiteral("N%1").arg(r));
+            b.EndRow();
+        }
+        ds.EndLoad();
+        TGridReportSource s;
+        s.DataSet = &ds;
+        s.FormCaption = QStringLiteral("长表");
+        s.Columns = {{QStringLiteral("vNo"), QStringLiteral("编号"), 80}};
+        lnqtest::MessageBoxWatch boxes;
+        UrlCatcher catcher;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &catcher, "open");
+        const QString file = GridExportToExcel(s);
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+        QCOMPARE(lnqtest::zipMember(file, "xl/worksheets/sheet1.xml").count("<row "),
+                 rows + 2); // title, header, data
+        QFile::remove(file);
+        const QString html = QGuiApplication::clipboard()->mimeData()->html();
+        QCOMPARE(html.count(QStringLiteral("<tr><td>")), kClipboardHtmlRows);
+        QVERIFY(html.endsWith(QStringLiteral("<tr><td>N19999</td></tr></table>")));
+        QCOMPARE(boxes.texts,
+                 rows > kClipboardHtmlRows ? QStringList{kClipboardHtmlLimitText} : QStringList());
     }
 
     void templateMenu() {
