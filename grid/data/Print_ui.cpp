@@ -55,6 +55,7 @@ ReportPtr createReport(TInstallDll& dll) {
         information(kLibraryFailed);
         return nullptr;
     }
+    ShareHostClock(dll.Handle());
     ReportPtr report(reinterpret_cast<TCreateReportEx>(entry)());
     if (!report) information(kLibraryFailed);
     return report;
