@@ -866,6 +866,55 @@ private Q_SLOTS:
         QCOMPARE(f.column("vName").at(2).right(2), QStringLiteral("赵六"));
     }
 
+    // An input method in full-width mode commits straight to the grid (no
+    // editor open, no composition first): the cell's editor opens with the
+    // text, filtered by the column's kind, and Enter stores it; a drop-down
+    // column takes the name from its list as a choice.
+    void inputMethodIntoEveryKindOfCell_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("commit");
+        QTest::addColumn<bool>("editor");
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("text") << "vName"
+                              << "李雷" << true << "李雷";
+        QTest::newRow("number, full-width") << "Amount"
+                                            << "１２．５元" << true << "12.5";
+        QTest::newRow("drop-down name") << "Code"
+                                        << "转账" << false << "02";
+        QTest::newRow("drop-down start of a name") << "Code"
+                                                   << "现" << false << "01";
+    }
+    void inputMethodIntoEveryKindOfCell() {
+        QFETCH(QString, field);
+        QFETCH(QString, commit);
+        QFETCH(bool, editor);
+        QFETCH(QString, stored);
+        Fixture f;
+        TColumn* amount = f.col("Amount");
+        amount->SetDataTypePro(dpDecimal);
+        amount->SetDataWidth(10);
+        amount->SetDataDec(2);
+        TColumn* code = f.col("Code");
+        code->SetPopComboBoxAllowed(true);
+        code->SetPopListValues({"01", "02"});
+        code->SetPopListStrings({"现金", "转账"});
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col(field)), 2);
+        QInputMethodEvent event;
+        event.setCommitString(commit);
+        QWidget* w = QApplication::focusWidget();
+        QApplication::sendEvent(w ? w : &f.g, &event);
+        QCOMPARE(f.g.EditorMode(), editor);
+        QCOMPARE(f.g.Row(), 2); // the text searched no rows
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Up);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QVERIFY(f.ds.Locate(QStringLiteral("ID"), 2));
+        QCOMPARE(f.ds.FieldByName(field).AsString(), stored);
+    }
+
     void hooksAndEvents() {
         TClientDataSet ds;
         load(ds, sample());
