@@ -824,6 +824,17 @@ private Q_SLOTS:
         g.FocusCell(g.GridColOf(cols.ColumnOfField("vCustomerName")), 3);
         const QString out = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
         if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid.png")));
+        // Records 2 to 5 picked with a click and a Shift+click, the city
+        // column moved before the province.
+        g.SetDBOptions(g.DBOptions() | TDBGridOption::dgMultiSelect);
+        const int nameCol = g.GridColOf(cols.ColumnOfField("vCustomerName"));
+        QTest::mouseClick(g.viewport(), Qt::LeftButton, {}, g.CellRect(nameCol, 2).center());
+        QTest::mouseClick(g.viewport(), Qt::LeftButton, Qt::ShiftModifier, g.CellRect(nameCol, 5).center());
+        QCOMPARE(g.SelectedRows().Count(), 4);
+        g.MoveColumn(g.GridColOf(cols.ColumnOfField("vCity")), g.GridColOf(cols.ColumnOfField("vProvince")));
+        QCOMPARE(cols.IndexOf(cols.ColumnOfField("vCity")) + 1,
+                 cols.IndexOf(cols.ColumnOfField("vProvince")));
+        if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid-multiselect.png")));
         TDataEnvironment::FreeInstance();
     }
 
