@@ -719,6 +719,8 @@ void TGridDataLink::SetDataSet(TDataSet* dataSet) {
         m_grid.autoSaveFormat(false);
         m_wasActive = false;
     }
+    // A sort the grid made belongs to the dataset it was made on.
+    if (m_dataSet != dataSet) m_grid.m_gridSort.reset();
     m_dataSet = dataSet;
     m_lastFields.clear();
     if (dataSet) {
