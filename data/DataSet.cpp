@@ -1990,115 +1990,46 @@ double TDataSet::SumFloat(int field) const {
     return SumFloats({field}).front();
 }
 
-namespace {
-
-// Sums M floating-point columns together over recs[from, to): one record
-// number per row and the M loads in flight at once. Each total still adds
-// its rows in view order.
-template <int M>
-void sumReals(const qint64* recs, int from, int to, const double* const* values, const quint64* const* nulls,
-              double* totals) {
-    double t[M];
-    for (int k = 0; k < M; ++k)
-        t[k] = totals[k];
-    for (int i = from; i < to; ++i) {
-        const qint64 r = recs[i];
-        const size_t word = static_cast<size_t>(r >> 6);
-        const int bit = static_cast<int>(r & 63);
-        for (int k = 0; k < M; ++k) {
-            const bool null = (nulls[k][word] >> bit) & 1u;
-            const double v = values[k][r];
-            t[k] += null ? 0.0 : v;
-        }
-    }
-    for (int k = 0; k < M; ++k)
-        totals[k] = t[k];
-}
-
-} // namespace
-
 std::vector<double> TDataSet::SumFloats(const std::vector<int>& fields) const {
     std::vector<double> totals(fields.size(), 0.0);
     if (!d->active) return totals;
     const int n = d->viewSize();
     // The record in edit holds its values in the edit buffer.
     const int editRow = d->editBuf && d->state == TDataSetState::dsEdit ? d->cur : -1;
-    auto column = [&](size_t k) -> const TStoreColumn* {
-        const int field = fields[k];
-        return field >= 0 && field < FieldCount() ? &d->store->cols[static_cast<size_t>(field)] : nullptr;
-    };
-    // Floating-point columns are summed side by side; the others one by one.
-    std::vector<size_t> reals, others;
-    std::vector<const double*> realValues;
-    std::vector<const quint64*> realNulls;
-    for (size_t k = 0; k < fields.size(); ++k) {
-        const TStoreColumn* c = column(k);
-        if (!c) continue;
-        if (c->kind == TStorageKind::Float || c->kind == TStorageKind::DateTime) {
-            reals.push_back(k);
-            realValues.push_back(c->reals.data());
-            realNulls.push_back(c->nulls.data());
-        } else {
-            others.push_back(k);
-        }
-    }
     // The view is walked in blocks: the record numbers of a block are read
-    // once and every column is summed over them.
+    // once and every column is summed over them, so the columns' loads
+    // overlap and the view is not re-read per column. Each total still adds
+    // the rows in view order.
     constexpr int kBlock = 256;
     std::array<qint64, kBlock> recs{};
-    auto sumRealsRange = [&](int from, int to) {
-        for (size_t g = 0; g < reals.size(); g += 4) {
-            const size_t m = std::min<size_t>(4, reals.size() - g);
-            double acc[4] = {};
-            for (size_t q = 0; q < m; ++q)
-                acc[q] = totals[reals[g + q]];
-            const double* const* v = realValues.data() + g;
-            const quint64* const* z = realNulls.data() + g;
-            switch (m) {
-            case 1:
-                sumReals<1>(recs.data(), from, to, v, z, acc);
-                break;
-            case 2:
-                sumReals<2>(recs.data(), from, to, v, z, acc);
-                break;
-            case 3:
-                sumReals<3>(recs.data(), from, to, v, z, acc);
-                break;
-            default:
-                sumReals<4>(recs.data(), from, to, v, z, acc);
-                break;
-            }
-            for (size_t q = 0; q < m; ++q)
-                totals[reals[g + q]] = acc[q];
-        }
-    };
     for (int start = 0; start < n; start += kBlock) {
         const int len = std::min(kBlock, n - start);
         for (int i = 0; i < len; ++i)
             recs[size_t(i)] = d->recAt(start + i);
         const int editAt = editRow >= start && editRow < start + len ? editRow - start : len;
-        sumRealsRange(0, editAt);
-        if (editAt < len) {
-            for (size_t k : reals)
-                totals[k] += Fields(fields[k]).AsFloat();
-            sumRealsRange(editAt + 1, len);
-        }
-        for (size_t k : others) {
+        for (size_t k = 0; k < fields.size(); ++k) {
             const int field = fields[k];
-            const TStoreColumn& c = *column(k);
+            if (field < 0 || field >= FieldCount()) continue;
+            const TStoreColumn& c = d->store->cols[static_cast<size_t>(field)];
+            const quint64* nulls = c.nulls.data();
             double t = totals[k];
+            auto sumBy = [&](const auto* values, int from, int to) {
+                for (int i = from; i < to; ++i) {
+                    const qint64 r = recs[size_t(i)];
+                    const bool null = (nulls[r >> 6] >> (r & 63)) & 1u;
+                    const double v = static_cast<double>(values[r]);
+                    t += null ? 0.0 : v;
+                }
+            };
             auto sumRange = [&](int from, int to) {
-                if (c.kind == TStorageKind::Integer || c.kind == TStorageKind::Boolean) {
-                    for (int i = from; i < to; ++i) {
-                        const qint64 r = recs[size_t(i)];
-                        const double v = static_cast<double>(c.ints[static_cast<size_t>(r)]);
-                        t += c.isNull(r) ? 0.0 : v;
-                    }
-                } else {
+                if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
+                    sumBy(c.reals.data(), from, to);
+                else if (c.kind == TStorageKind::Integer || c.kind == TStorageKind::Boolean)
+                    sumBy(c.ints.data(), from, to);
+                else
                     for (int i = from; i < to; ++i)
                         if (!c.isNull(recs[size_t(i)]))
                             t += cell::toFloat(c, recs[size_t(i)], Fields(field).FieldName());
-                }
             };
             sumRange(0, editAt);
             if (editAt < len) {
