@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QPointer>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <exception>
@@ -1579,6 +1580,11 @@ bool TDataSet::BookmarkValid(const TBookmark& bookmark) const {
     return d->active && bookmark.isValid() && d->positionOf(bookmark.record) >= 0;
 }
 
+TBookmark TDataSet::BookmarkAt(int row) const {
+    if (!d->active || row < 0 || row >= d->viewSize()) return {};
+    return TBookmark{d->recAt(row)};
+}
+
 // ---------------------------------------------------------------------------
 // Editing
 
@@ -1981,30 +1987,59 @@ double TDataSet::FloatAt(int row, int field) const {
 }
 
 double TDataSet::SumFloat(int field) const {
-    if (!d->active || field < 0 || field >= FieldCount()) return 0;
+    return SumFloats({field}).front();
+}
+
+std::vector<double> TDataSet::SumFloats(const std::vector<int>& fields) const {
+    std::vector<double> totals(fields.size(), 0.0);
+    if (!d->active) return totals;
     const int n = d->viewSize();
-    const TStoreColumn& c = d->store->cols[static_cast<size_t>(field)];
     // The record in edit holds its values in the edit buffer.
     const int editRow = d->editBuf && d->state == TDataSetState::dsEdit ? d->cur : -1;
-    double total = 0;
-    auto sumBy = [&](auto value) {
-        for (int row = 0; row < n; ++row) {
-            if (row == editRow) {
-                total += Fields(field).AsFloat();
-                continue;
+    // The view is walked in blocks: the record numbers of a block are read
+    // once and every column is summed over them, so the columns' loads
+    // overlap and the view is not re-read per column. Each total still adds
+    // the rows in view order.
+    constexpr int kBlock = 256;
+    std::array<qint64, kBlock> recs{};
+    for (int start = 0; start < n; start += kBlock) {
+        const int len = std::min(kBlock, n - start);
+        for (int i = 0; i < len; ++i)
+            recs[size_t(i)] = d->recAt(start + i);
+        const int editAt = editRow >= start && editRow < start + len ? editRow - start : len;
+        for (size_t k = 0; k < fields.size(); ++k) {
+            const int field = fields[k];
+            if (field < 0 || field >= FieldCount()) continue;
+            const TStoreColumn& c = d->store->cols[static_cast<size_t>(field)];
+            const quint64* nulls = c.nulls.data();
+            double t = totals[k];
+            auto sumBy = [&](const auto* values, int from, int to) {
+                for (int i = from; i < to; ++i) {
+                    const qint64 r = recs[size_t(i)];
+                    const bool null = (nulls[r >> 6] >> (r & 63)) & 1u;
+                    const double v = static_cast<double>(values[r]);
+                    t += null ? 0.0 : v;
+                }
+            };
+            auto sumRange = [&](int from, int to) {
+                if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
+                    sumBy(c.reals.data(), from, to);
+                else if (c.kind == TStorageKind::Integer || c.kind == TStorageKind::Boolean)
+                    sumBy(c.ints.data(), from, to);
+                else
+                    for (int i = from; i < to; ++i)
+                        if (!c.isNull(recs[size_t(i)]))
+                            t += cell::toFloat(c, recs[size_t(i)], Fields(field).FieldName());
+            };
+            sumRange(0, editAt);
+            if (editAt < len) {
+                t += Fields(field).AsFloat();
+                sumRange(editAt + 1, len);
             }
-            const qint64 r = d->recAt(row);
-            if (!c.isNull(r)) total += value(static_cast<size_t>(r));
+            totals[k] = t;
         }
-    };
-    if (c.kind == TStorageKind::Float || c.kind == TStorageKind::DateTime)
-        sumBy([&](size_t r) { return c.reals[r]; });
-    else if (c.kind == TStorageKind::Integer || c.kind == TStorageKind::Boolean)
-        sumBy([&](size_t r) { return static_cast<double>(c.ints[r]); });
-    else
-        for (int row = 0; row < n; ++row)
-            total += FloatAt(row, field);
-    return total;
+    }
+    return totals;
 }
 
 bool TDataSet::IsNullAt(int row, int field) const {

@@ -338,6 +338,9 @@ public:
     TBookmark GetBookmark() const;
     void GotoBookmark(const TBookmark& bookmark); // EDatabaseError when gone
     bool BookmarkValid(const TBookmark& bookmark) const;
+    // The bookmark of the record at a 0-based view position, without moving
+    // (invalid when out of range or inactive).
+    TBookmark BookmarkAt(int row) const;
 
     // Editing. Post writes through the dataset's resolver (ADO datasets post
     // to their database; a client dataset keeps the change in memory).
@@ -381,6 +384,9 @@ public:
     // The sum of FloatAt over every record of the current view, in one pass
     // over the column (the footer totals of a filtered list).
     double SumFloat(int field) const;
+    // The same for several fields in one pass over the view (an unknown
+    // field sums to 0).
+    std::vector<double> SumFloats(const std::vector<int>& fields) const;
     int CurrentRow() const; // 0-based position of the cursor in the view (-1 empty)
 
     // Views repaint once when controls are re-enabled.

@@ -240,3 +240,7 @@ private:
 extern "C" Q_DECL_EXPORT lnq::IReport* CreateReportEx() {
     return new lnq::TKxReport; // reference count 1, released by the caller
 }
+
+extern "C" Q_DECL_EXPORT void FollowHostClock(lnq::Clock::TNowFunction hostNow) {
+    lnq::Clock::followClock(hostNow);
+}

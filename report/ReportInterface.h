@@ -30,7 +30,10 @@
 // Provider references are borrowed: valid for the duration of the call that
 // receives them; the library never keeps one beyond it.
 
+#include "util/Clock.h"
+
 #include <QByteArray>
+#include <QLibrary>
 #include <QString>
 #include <algorithm>
 #include <cstdint>
@@ -139,6 +142,17 @@ protected:
 
 extern "C" {
 using TCreateReportEx = IReport* (*)();
+// A second, optional entry "FollowHostClock": the host hands over its clock,
+// so that dates the library prints are the host's (see Clock::followClock).
+using TFollowHostClock = void (*)(Clock::TNowFunction hostNow);
+}
+
+// Called by a host right after loading a report library: a library that
+// offers "FollowHostClock" reads the host's clock from then on.
+inline void ShareHostClock(QLibrary* library) {
+    if (!library) return;
+    if (auto follow = reinterpret_cast<TFollowHostClock>(library->resolve("FollowHostClock")))
+        follow(&Clock::now);
 }
 
 // Calls a buffer-filling operation, growing the buffer until the text fits

@@ -12,6 +12,7 @@ struct State {
     std::mutex mutex;
     bool loaded = false;
     std::optional<QDateTime> fixed;
+    std::atomic<TNowFunction> host{nullptr};
 };
 
 State& state() {
@@ -40,6 +41,7 @@ std::optional<QDateTime> parseEnvironment() {
 
 QDateTime now() {
     State& s = state();
+    if (const TNowFunction host = s.host.load(); host && host != &now) return host();
     std::lock_guard lock(s.mutex);
     if (!s.loaded) {
         s.fixed = parseEnvironment();
@@ -64,6 +66,10 @@ void reloadEnvironment() {
     std::lock_guard lock(s.mutex);
     s.fixed = parseEnvironment();
     s.loaded = true;
+}
+
+void followClock(TNowFunction hostNow) {
+    state().host.store(hostNow);
 }
 
 } // namespace lnq::Clock

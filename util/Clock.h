@@ -22,4 +22,11 @@ void setFixedNow(std::optional<QDateTime> moment);
 // Re-read LNQ_NOW (for tools and tests that set the variable at run time).
 void reloadEnvironment();
 
+// A plug-in library carries its own copy of this module. When its host hands
+// over its now() here, every now() and today() of the library asks the
+// host's clock, so a moment fixed in the host (setFixedNow, LNQ_NOW) holds
+// inside the library too. nullptr goes back to the module's own clock.
+using TNowFunction = QDateTime (*)();
+void followClock(TNowFunction hostNow);
+
 } // namespace lnq::Clock

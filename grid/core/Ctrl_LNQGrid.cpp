@@ -1865,12 +1865,31 @@ void TLNQCustomGrid::inputMethodEvent(QInputMethodEvent* event) {
     // Input methods in full-width mode commit without composing first, and a
     // composition may start while the grid itself has the focus: either way
     // the text opens the editor, as a typed key does, and goes into it there
-    // (through the editor's key filter). Pop-up and check-box columns keep
-    // the view's handling, which ends in edit().
+    // (through the editor's key filter). Check-box columns keep the view's
+    // handling, which ends in edit().
     const bool carriesText = !event->commitString().isEmpty() || !event->preeditString().isEmpty();
     const int c = Col();
     const int r = Row();
     const TGridCol* col = CurrentGridCol();
+    if (carriesText && CanEditCell(c, r) && !(col && col->CheckBox()) && IsPopupColumn(c)) {
+        // A drop-down column takes a committed name from its list (the first
+        // entry starting with it) as a choice from the list would; any other
+        // commit opens the pop-up, as a typed key does. A composition in
+        // progress is left to the input method, and the text never goes on
+        // to search the rows.
+        const QString text = event->commitString().trimmed();
+        if (!text.isEmpty()) {
+            const TPopupColumnInfo info = PopupColumn();
+            const auto match = std::find_if(info.ListStrings.begin(), info.ListStrings.end(),
+                                            [&](const QString& s) { return s.startsWith(text); });
+            if (info.ComboAllowed && match != info.ListStrings.end())
+                PopupWriteText(*match);
+            else
+                PopEnter();
+        }
+        event->accept();
+        return;
+    }
     if (carriesText && CanEditCell(c, r) && !(col && col->CheckBox()) && !IsPopupColumn(c)) {
         if (!EditorMode()) ShowEditor();
         if (EditorMode()) {

@@ -719,6 +719,8 @@ void TGridDataLink::SetDataSet(TDataSet* dataSet) {
         m_grid.autoSaveFormat(false);
         m_wasActive = false;
     }
+    // A sort the grid made belongs to the dataset it was made on.
+    if (m_dataSet != dataSet) m_grid.m_gridSort.reset();
     m_dataSet = dataSet;
     m_lastFields.clear();
     if (dataSet) {
@@ -759,7 +761,10 @@ void TGridDataLink::ActiveChanged() {
     if (m_grid.m_columns->State() == csDefault) m_grid.m_columns->RebuildColumns();
     LayoutChanged();
     // Every layout of the columns from an active dataset reads the layout file.
-    if (m_wasActive) m_grid.autoLoadFormat();
+    if (m_wasActive) {
+        m_grid.autoLoadFormat();
+        m_grid.guarded([this] { m_grid.followSortAfterReload(); });
+    }
 }
 
 void TGridDataLink::DataSetChanged() {
@@ -769,8 +774,9 @@ void TGridDataLink::DataSetChanged() {
         return;
     }
     if (active && m_dataSet->State() != TDataSetState::dsInsert) m_grid.m_insertRow = -1;
-    if (m_grid.m_refreshingSelection) return;
-    m_grid.refreshSelectedRows();
+    // Rows may have moved: a shift-range starts again from the current record.
+    m_grid.m_anchorRow = -1;
+    m_grid.m_bookmarks->Refresh();
     m_grid.syncRows();
 }
 
@@ -820,16 +826,21 @@ void TGridDataLink::UpdateData() {
 
 void TBookmarkList::Clear() {
     m_items.clear();
-    m_grid.m_selectedRows.clear();
+    m_set.clear();
     m_grid.RefreshCells();
 }
 
 void TBookmarkList::Delete() {
     TDataSet* ds = m_grid.DataSet();
     if (!ds) return;
+    Refresh();
+    // The list is emptied first: every delete tells the grid the view changed.
+    std::vector<TBookmark> doomed;
+    doomed.swap(m_items);
+    m_set.clear();
     ds->DisableControls();
     try {
-        for (const TBookmark& b : m_items)
+        for (const TBookmark& b : doomed)
             if (ds->BookmarkValid(b)) {
                 ds->GotoBookmark(b);
                 ds->Delete();
@@ -838,7 +849,6 @@ void TBookmarkList::Delete() {
         ds->EnableControls();
         throw;
     }
-    m_items.clear();
     ds->EnableControls();
 }
 
@@ -848,76 +858,92 @@ bool TBookmarkList::Find(const TBookmark& bookmark, int& index) const {
 }
 
 int TBookmarkList::IndexOf(const TBookmark& bookmark) const {
-    for (size_t i = 0; i < m_items.size(); ++i)
-        if (m_items[i] == bookmark) return int(i);
-    return -1;
+    if (!m_set.contains(bookmark.record)) return -1;
+    const auto it = std::find(m_items.begin(), m_items.end(), bookmark);
+    return it == m_items.end() ? -1 : int(it - m_items.begin());
 }
 
 bool TBookmarkList::Refresh() {
-    TDataSet* ds = m_grid.DataSet();
-    const size_t before = m_items.size();
-    std::erase_if(m_items, [ds](const TBookmark& b) { return !ds || !ds->BookmarkValid(b); });
-    return m_items.size() != before;
+    if (m_items.empty()) return false;
+    const TDataSet* ds = m_grid.DataSet();
+    // One walk over the view finds every selected record still in it.
+    QSet<qint64> live;
+    if (ds && ds->Active()) {
+        const int n = ds->RecordCount();
+        for (int row = 0; row < n && live.size() < m_set.size(); ++row) {
+            const qint64 r = ds->BookmarkAt(row).record;
+            if (m_set.contains(r)) live.insert(r);
+        }
+    }
+    if (live.size() == m_set.size()) return false;
+    std::erase_if(m_items, [&live](const TBookmark& b) { return !live.contains(b.record); });
+    m_set = std::move(live);
+    return true;
 }
 
 bool TBookmarkList::CurrentRowSelected() const {
     const TDataSet* ds = m_grid.DataSet();
-    return ds && ds->Active() && !ds->IsEmpty() && IndexOf(ds->GetBookmark()) >= 0;
+    return ds && ds->Active() && !ds->IsEmpty() && IsSelected(ds->GetBookmark());
+}
+
+bool TBookmarkList::insert(const TBookmark& bookmark) {
+    if (!bookmark.isValid() || m_set.contains(bookmark.record)) return false;
+    m_set.insert(bookmark.record);
+    m_items.push_back(bookmark);
+    return true;
 }
 
 void TBookmarkList::SetCurrentRowSelected(bool on) {
     const TDataSet* ds = m_grid.DataSet();
     if (!ds || !ds->Active() || ds->IsEmpty()) return;
     const TBookmark b = ds->GetBookmark();
-    const int i = IndexOf(b);
-    if (on && i < 0) m_items.push_back(b);
-    if (!on && i >= 0) m_items.erase(m_items.begin() + i);
-    if (on)
-        m_grid.m_selectedRows.insert(ds->CurrentRow());
-    else
-        m_grid.m_selectedRows.remove(ds->CurrentRow());
+    if (on) {
+        insert(b);
+    } else if (const int i = IndexOf(b); i >= 0) {
+        m_items.erase(m_items.begin() + i);
+        m_set.remove(b.record);
+    }
+    m_grid.RefreshCells();
+}
+
+void TBookmarkList::SelectRange(int first, int last, bool add) {
+    const TDataSet* ds = m_grid.DataSet();
+    if (!add) {
+        m_items.clear();
+        m_set.clear();
+    }
+    if (ds && ds->Active() && ds->RecordCount() > 0) {
+        const int n = ds->RecordCount();
+        const int from = std::clamp(std::min(first, last), 0, n - 1);
+        const int to = std::clamp(std::max(first, last), 0, n - 1);
+        m_items.reserve(m_items.size() + size_t(to - from + 1));
+        for (int row = from; row <= to; ++row)
+            insert(ds->BookmarkAt(row));
+    }
     m_grid.RefreshCells();
 }
 
 void TBookmarkList::SelectAll() {
-    selectViewRecords(false);
-}
-
-void TBookmarkList::InvertSelection() {
-    selectViewRecords(true);
-}
-
-void TBookmarkList::selectViewRecords(bool invert) {
     TDataSet* ds = m_grid.DataSet();
     if (!ds || !ds->Active() || ds->IsEmpty()) return;
     ds->CheckBrowseMode();
-    // Membership by record number: a list search per record would make
-    // selecting a long view quadratic.
-    QSet<qint64> before;
-    if (invert)
-        for (const TBookmark& b : m_items)
-            before.insert(b.record);
-    std::vector<TBookmark> items;
-    QSet<int> rows;
-    const TBookmark here = ds->GetBookmark();
-    ds->DisableControls();
-    try {
-        for (ds->First();; ds->Next()) {
-            const TBookmark b = ds->GetBookmark();
-            if (!invert || !before.contains(b.record)) {
-                items.push_back(b);
-                rows.insert(ds->CurrentRow());
-            }
-            if (ds->Eof() || ds->CurrentRow() + 1 >= ds->RecordCount()) break;
-        }
-        if (here.isValid() && ds->BookmarkValid(here)) ds->GotoBookmark(here);
-    } catch (...) {
-        ds->EnableControls();
-        throw;
+    SelectRange(0, ds->RecordCount() - 1, false);
+}
+
+void TBookmarkList::InvertSelection() {
+    TDataSet* ds = m_grid.DataSet();
+    if (!ds || !ds->Active() || ds->IsEmpty()) return;
+    ds->CheckBrowseMode();
+    // One walk over the view by position: the selected records are dropped,
+    // the others added in view order.
+    const QSet<qint64> before = std::move(m_set);
+    m_set.clear();
+    m_items.clear();
+    const int n = ds->RecordCount();
+    for (int row = 0; row < n; ++row) {
+        const TBookmark b = ds->BookmarkAt(row);
+        if (!before.contains(b.record)) insert(b);
     }
-    m_items = std::move(items);
-    m_grid.m_selectedRows = std::move(rows);
-    ds->EnableControls();
     m_grid.RefreshCells();
 }
 
@@ -973,6 +999,18 @@ TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
         TColumn* c = SelectedColumn();
         if (OnDBLoadButtonClick) OnDBLoadButtonClick(this, c);
         Q_EMIT OnEditButtonClick(this, c);
+    });
+    // A title dragged to another place (or MoveColumn called by the host):
+    // the cells have moved, the column collection follows, and the moved
+    // order is kept across reloads (and reaches the layout file at its next
+    // save point).
+    connect(this, &TLNQCustomGrid::OnColumnMoved, this, [this](TLNQCustomGrid*, int from, int to) {
+        const int f = from - m_indicatorOffset, t = to - m_indicatorOffset;
+        if (f < 0 || t < 0 || f >= m_columns->Count() || t >= m_columns->Count()) return;
+        m_columns->BeginUpdate();
+        m_columns->SetState(csCustomized);
+        m_columns->Move(f, t);
+        m_columns->EndUpdate();
     });
     SetDBOptions(m_dbOptions);
     CreateRuntimePopupMenu(nullptr);
@@ -1116,7 +1154,9 @@ void TLNQCustomDBGrid::SetDBOptions(TLNQDBGridOptions o) {
     auto set = [&](TGridOption bit, bool on) { g.setFlag(bit, on); };
     set(TGridOption::goEditing, o.testFlag(TDBGridOption::dgEditing));
     set(TGridOption::goAlwaysShowEditor, o.testFlag(TDBGridOption::dgAlwaysShowEditor));
+    // dgColumnResize lets the user size the columns and drag titles to move them.
     set(TGridOption::goColSizing, o.testFlag(TDBGridOption::dgColumnResize));
+    set(TGridOption::goColMoving, o.testFlag(TDBGridOption::dgColumnResize));
     set(TGridOption::goVertLine, o.testFlag(TDBGridOption::dgColLines));
     set(TGridOption::goHorzLine, o.testFlag(TDBGridOption::dgRowLines));
     set(TGridOption::goTabs, o.testFlag(TDBGridOption::dgTabs));
@@ -1329,8 +1369,8 @@ void TLNQCustomDBGrid::DrawCell(QPainter& painter, const QRect& rect, int col, i
     if (col < m_indicatorOffset) {
         QString name;
         const int rec = RecordOfGridRow(row);
-        const bool selected = active && m_dbOptions.testFlag(TDBGridOption::dgMultiSelect) && rec >= 0 &&
-                              m_bookmarks->Count() > 0 && rowSelected(rec);
+        const bool selected =
+            active && m_dbOptions.testFlag(TDBGridOption::dgMultiSelect) && rec >= 0 && rowSelected(rec);
         if (current) {
             const TDataSetState s = ds->State();
             name = s == TDataSetState::dsInsert ? QStringLiteral("RWDBINSERT")
@@ -1360,7 +1400,14 @@ void TLNQCustomDBGrid::drawDataCell(QPainter& painter, const QRect& rect, int co
     const bool highlighted =
         state.testFlag(TGridDrawStateFlag::gdSelected) &&
         (!state.testFlag(TGridDrawStateFlag::gdFocused) || m_dbOptions.testFlag(TDBGridOption::dgRowSelect));
-    if (!highlighted) {
+    // Records picked under multi-select show in the highlight colours.
+    const int rec = RecordOfGridRow(row);
+    const bool picked =
+        !highlighted && m_dbOptions.testFlag(TDBGridOption::dgMultiSelect) && rec >= 0 && rowSelected(rec);
+    if (picked) {
+        painter.fillRect(rect, m_highlight);
+        painter.setPen(m_highlightText);
+    } else if (!highlighted) {
         QColor ground;
         if (column->ColColor() != 0) ground = TColorToQColor(column->ColColor());
         if (current && OnDrawCellColor) {
@@ -1392,35 +1439,8 @@ void TLNQCustomDBGrid::drawDataCell(QPainter& painter, const QRect& rect, int co
 }
 
 bool TLNQCustomDBGrid::rowSelected(int viewRow) const {
-    return m_selectedRows.contains(viewRow);
-}
-
-void TLNQCustomDBGrid::refreshSelectedRows() {
-    // Bookmarks name stored records; their view rows change with every sort
-    // and filter. They are found again by visiting them (browse state only,
-    // the cursor is put back).
-    m_selectedRows.clear();
-    TDataSet* ds = DataSet();
-    if (!ds || !ds->Active() || m_bookmarks->Count() == 0 || m_refreshingSelection ||
-        ds->State() != TDataSetState::dsBrowse)
-        return;
-    m_refreshingSelection = true;
-    m_bookmarks->Refresh();
-    const TBookmark here = ds->GetBookmark();
-    ds->DisableControls();
-    for (int i = 0; i < m_bookmarks->Count(); ++i) {
-        const TBookmark& b = m_bookmarks->Items(i);
-        if (!ds->BookmarkValid(b)) continue;
-        try {
-            ds->GotoBookmark(b);
-            m_selectedRows.insert(ds->CurrentRow());
-        } catch (const Exception&) {
-            // filtered out of the view: not drawn
-        }
-    }
-    if (here.isValid() && ds->BookmarkValid(here)) ds->GotoBookmark(here);
-    ds->EnableControls();
-    m_refreshingSelection = false;
+    const TDataSet* ds = DataSet();
+    return ds && m_bookmarks->Count() > 0 && m_bookmarks->IsSelected(ds->BookmarkAt(viewRow));
 }
 
 void TLNQCustomDBGrid::wheelEvent(QWheelEvent* event) {
@@ -1598,6 +1618,22 @@ void TLNQCustomDBGrid::keyPressEvent(QKeyEvent* event) {
             event->accept();
             return;
         }
+        // Vertical moves under multi-select: with Shift the selection runs
+        // from the anchor to the new record; without, it is dropped.
+        const bool vertical = event->key() == Qt::Key_Up || event->key() == Qt::Key_Down ||
+                              event->key() == Qt::Key_PageUp || event->key() == Qt::Key_PageDown;
+        if (vertical && multiSelect() && (mods == Qt::ShiftModifier || mods == Qt::NoModifier)) {
+            const int before = ds->CurrentRow();
+            TLNQCustomGrid::keyPressEvent(event);
+            if (!multiSelect()) return;
+            if (mods == Qt::ShiftModifier) {
+                selectToCurrent(m_anchorRow >= 0 ? m_anchorRow : before, false);
+            } else {
+                if (m_bookmarks->Count() > 0) m_bookmarks->Clear();
+                m_anchorRow = -1;
+            }
+            return;
+        }
         if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && !AutoNext() &&
             (ds->State() == TDataSetState::dsEdit || ds->State() == TDataSetState::dsInsert)) {
             // Enter on a row being edited stores it.
@@ -1617,13 +1653,43 @@ void TLNQCustomDBGrid::toggleCurrentSelection() {
     const TDataSet* ds = DataSet();
     if (!ds || !ds->Active() || ds->IsEmpty()) return;
     m_bookmarks->SetCurrentRowSelected(!m_bookmarks->CurrentRowSelected());
+    m_anchorRow = ds->CurrentRow();
+}
+
+bool TLNQCustomDBGrid::multiSelect() const {
+    const TDataSet* ds = DataSet();
+    return m_dbOptions.testFlag(TDBGridOption::dgMultiSelect) && ds && ds->Active() && !ds->IsEmpty() &&
+           ds->State() == TDataSetState::dsBrowse;
+}
+
+void TLNQCustomDBGrid::selectToCurrent(int anchorRow, bool add) {
+    const int current = DataSet()->CurrentRow();
+    m_anchorRow = anchorRow >= 0 ? anchorRow : current;
+    m_bookmarks->SelectRange(m_anchorRow, current, add);
 }
 
 void TLNQCustomDBGrid::mousePressEvent(QMouseEvent* event) {
+    const TDataSet* ds = DataSet();
+    const int before = ds && ds->Active() ? ds->CurrentRow() : -1;
     TLNQCustomGrid::mousePressEvent(event);
-    if (event->button() == Qt::LeftButton && (event->modifiers() & Qt::ControlModifier) &&
-        m_dbOptions.testFlag(TDBGridOption::dgMultiSelect))
-        toggleCurrentSelection();
+    // Multi-select as in lists: a click selects nothing and sets the anchor,
+    // Ctrl+click adds or removes its record, Shift+click selects from the
+    // anchor to the clicked record (Ctrl+Shift+click adds that range).
+    if (event->button() == Qt::LeftButton && multiSelect()) {
+        const QModelIndex at = indexAt(event->position().toPoint());
+        if (at.isValid() && RecordOfGridRow(at.row()) >= 0) {
+            const Qt::KeyboardModifiers mods = event->modifiers();
+            if (mods & Qt::ShiftModifier) {
+                selectToCurrent(m_anchorRow >= 0 ? m_anchorRow : before, mods & Qt::ControlModifier);
+            } else {
+                if (mods & Qt::ControlModifier)
+                    toggleCurrentSelection();
+                else if (m_bookmarks->Count() > 0)
+                    m_bookmarks->Clear();
+                m_anchorRow = DataSet()->CurrentRow();
+            }
+        }
+    }
     if (event->button() == Qt::LeftButton) Q_EMIT OnCellClick(this, SelectedColumn());
 }
 
@@ -2010,9 +2076,11 @@ void TLNQCustomDBGrid::TitleSort(TColumn* column) {
         if (ado->Sort().contains(QLatin1String("ASC"))) {
             ado->SetSort(field + QStringLiteral(" DESC"));
             markColumn(column, kUp);
+            rememberSort(field, kUp);
         } else {
             ado->SetSort(field + QStringLiteral(" ASC"));
             markColumn(column, kDown);
+            rememberSort(field, kDown);
         }
     } else if (TClientDataSet* cds = clientDataSet()) {
         cds->IndexDefs().clear();
@@ -2020,10 +2088,12 @@ void TLNQCustomDBGrid::TitleSort(TColumn* column) {
             cds->AddIndex(QStringLiteral("IXA") + field, field);
             cds->SetIndexName(QStringLiteral("IXA") + field);
             markColumn(column, kUp);
+            rememberSort(field, kUp);
         } else {
             cds->AddIndex(QStringLiteral("IXD") + field, field, TIndexOption::ixDescending);
             cds->SetIndexName(QStringLiteral("IXD") + field);
             markColumn(column, kDown);
+            rememberSort(field, kDown);
         }
     }
     InitDBGrid();
@@ -2041,9 +2111,11 @@ void TLNQCustomDBGrid::menuSort(bool ascending) {
         if (wasAsc) {
             ado->SetSort(field + QStringLiteral(" DESC"));
             markColumn(column, kUp);
+            rememberSort(field, kUp);
         } else {
             ado->SetSort(field + QStringLiteral(" ASC"));
             markColumn(column, kDown);
+            rememberSort(field, kDown);
         }
     } else if (TClientDataSet* cds = clientDataSet()) {
         cds->IndexDefs().clear();
@@ -2052,13 +2124,56 @@ void TLNQCustomDBGrid::menuSort(bool ascending) {
             cds->AddIndex(QStringLiteral("IXD") + field, field, TIndexOption::ixDescending);
             cds->SetIndexName(QStringLiteral("IXD") + field);
             markColumn(column, kDown);
+            rememberSort(field, kDown);
         } else {
             cds->AddIndex(QStringLiteral("IXA") + field, field);
             cds->SetIndexName(QStringLiteral("IXA") + field);
             markColumn(column, kUp);
+            rememberSort(field, kUp);
         }
     }
     InitDBGrid();
+}
+
+void TLNQCustomDBGrid::rememberSort(const QString& field, const QString& mark) {
+    GridSort sort{field, mark, {}, {}};
+    if (const TCustomADODataSet* ado = adoDataSet()) {
+        sort.adoSort = ado->Sort();
+    } else if (TClientDataSet* cds = clientDataSet()) {
+        for (const TIndexDef& def : cds->IndexDefs())
+            if (def.Name == cds->IndexName()) sort.index = def;
+    }
+    m_gridSort = sort;
+}
+
+void TLNQCustomDBGrid::followSortAfterReload() {
+    if (!m_gridSort) return;
+    const GridSort sort = *m_gridSort;
+    TDataSet* ds = DataSet();
+    TColumn* column = m_columns->ColumnOfField(sort.field);
+    TCustomADODataSet* ado = adoDataSet();
+    TClientDataSet* cds = ado ? nullptr : clientDataSet();
+    const bool keep = m_permenentIndex && column && ds && ds->FindField(sort.field);
+    if (!keep) {
+        // The records come back in their own order: the grid's sort goes
+        // (a sort the host set on the dataset itself stays).
+        m_gridSort.reset();
+        if (ado && ado->Sort() == sort.adoSort) ado->SetSort(QString());
+        if (cds && !sort.index.Name.isEmpty() && cds->IndexName() == sort.index.Name) {
+            cds->SetIndexName(QString());
+            cds->DeleteIndex(sort.index.Name);
+        }
+        stripAllMarks();
+        return;
+    }
+    if (ado && ado->Sort() != sort.adoSort) ado->SetSort(sort.adoSort);
+    if (cds && !sort.index.Name.isEmpty() && cds->IndexName() != sort.index.Name) {
+        cds->IndexDefs().clear();
+        cds->AddIndex(sort.index.Name, sort.index.Fields, sort.index.Options, sort.index.DescFields);
+        cds->SetIndexName(sort.index.Name);
+    }
+    stripAllMarks();
+    markColumn(column, sort.mark);
 }
 
 void TLNQCustomDBGrid::ASC_Sort() {
@@ -2070,6 +2185,7 @@ void TLNQCustomDBGrid::DESC_Sort() {
 }
 
 void TLNQCustomDBGrid::Cancel_Sort() {
+    m_gridSort.reset();
     stripAllMarks();
     InitDBGrid();
     if (TCustomADODataSet* ado = adoDataSet()) {
@@ -2315,21 +2431,28 @@ void TLNQCustomDBGrid::AutoCalculate(int ACol, const QString& OldValue, const QS
         }
     }
     // Full path: the dataset's current view is exactly what the user sees
-    // (filter applied), read by position without a copy.
+    // (filter applied), read by position without a copy; every sum column
+    // is added up in the same pass over the view.
     const int records = ds->RecordCount();
+    std::vector<TColumn*> sumColumns;
+    std::vector<int> sumFields;
     for (int i = first; i <= last; ++i) {
         TColumn* c = m_columns->Items(i);
         TColumn* found = m_columns->ColumnOfField(c->FieldName());
         // A match at grid position 0 (where the indicator sits) counts as none.
-        if (!found || GridColOf(found) == 0 || found->CalcMode() == ccUser) continue;
+        if (!found || found->CalcMode() == ccUser || GridColOf(found) == 0) continue;
         if (found->CalcMode() == ccCount) {
             found->SetTailCaption(QString::number(records));
             continue;
         }
-        const TField* f = found->Field();
-        if (!f) continue;
-        found->SetTailCaption(formatTotal(*found, SumVisible(*ds, f->Index())));
+        if (const TField* f = found->Field()) {
+            sumColumns.push_back(found);
+            sumFields.push_back(f->Index());
+        }
     }
+    const std::vector<double> totals = ds->SumFloats(sumFields);
+    for (size_t k = 0; k < sumColumns.size(); ++k)
+        sumColumns[k]->SetTailCaption(formatTotal(*sumColumns[k], totals[k]));
     m_columns->EndUpdate();
 }
 

@@ -60,6 +60,7 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <QMenu>
@@ -384,6 +385,8 @@ private:
 };
 
 // Selected records under dgMultiSelect, by bookmark, in selection order.
+// Membership is answered from a set, so drawing and range selections cost
+// what the rows involved cost, not the number already selected.
 class TBookmarkList {
 public:
     explicit TBookmarkList(TLNQCustomDBGrid& grid) : m_grid(grid) {}
@@ -395,21 +398,26 @@ public:
     // Whether the bookmark is selected; index receives its position.
     bool Find(const TBookmark& bookmark, int& index) const;
     int IndexOf(const TBookmark& bookmark) const;
-    // Drops bookmarks of records that are gone; true when any was dropped.
+    // Drops bookmarks of records that are no longer in the dataset's view
+    // (deleted or filtered out); true when any was dropped.
     bool Refresh();
     bool CurrentRowSelected() const;
     void SetCurrentRowSelected(bool on);
-    bool IsSelected(const TBookmark& bookmark) const { return IndexOf(bookmark) >= 0; }
+    bool IsSelected(const TBookmark& bookmark) const { return m_set.contains(bookmark.record); }
+    // Selects the records at view positions first..last (either order);
+    // replaces the selection unless `add`.
+    void SelectRange(int first, int last, bool add);
     // Every record of the view selected, in view order; and every record's
-    // selection inverted (the selected ones first dropped, the others added
-    // in view order). One pass over the view, the cursor put back.
+    // selection inverted (the selected ones dropped, the others added in
+    // view order). One pass over the view; the cursor stays.
     void SelectAll();
     void InvertSelection();
 
 private:
-    void selectViewRecords(bool invert);
+    bool insert(const TBookmark& bookmark);
     TLNQCustomDBGrid& m_grid;
     std::vector<TBookmark> m_items;
+    QSet<qint64> m_set;
 };
 
 class TLNQCustomDBGrid : public TLNQCustomGrid, public TFilterSetupSource {
@@ -458,6 +466,10 @@ public:
     void SetHighLightColor(const QColor& c);
     QColor HighlightTextColor() const { return m_highlightText; }
     void SetHighlightTextColor(const QColor& c);
+    // Keep the grid's sort (title click or menu) when the dataset's records
+    // are loaded again: set, a reopened or re-queried dataset comes back in
+    // the same order with the column still marked; clear (the default), it
+    // comes back in its own order and the mark goes.
     bool PermenentIndex() const { return m_permenentIndex; }
     void SetPermenentIndex(bool on) { m_permenentIndex = on; }
     bool PopAllowUpdown() const { return m_popAllowUpdown; }
@@ -649,7 +661,11 @@ private:
     void pushTail(const TColumn& column);
     void stripAllMarks();
     void markColumn(TColumn* column, const QString& mark);
-    void postSort();
+    // PermenentIndex: the sort the grid itself made (title click or menu) is
+    // remembered; when the dataset's records are loaded again it is applied
+    // again (flag set) or dropped with its mark (flag clear).
+    void rememberSort(const QString& field, const QString& mark);
+    void followSortAfterReload();
     void quickFilter(const QString& op, const QString& value, bool checkNull);
     QString titleText(const TColumn& column) const;
     TCustomADODataSet* adoDataSet() const;
@@ -662,7 +678,10 @@ private:
     void reportError(const QString& message);
     bool rowSelected(int viewRow) const;
     void toggleCurrentSelection();
-    void refreshSelectedRows();
+    // Multi-select by mouse and keys: the range runs from the anchor (the
+    // record last clicked or toggled) to the current record.
+    bool multiSelect() const;
+    void selectToCurrent(int anchorRow, bool add);
     void print(TPrintType kind);
     TLayoutContext layoutContext() const;
     // The save and load points under coAutoFormat; errors are reported, not raised.
@@ -683,6 +702,13 @@ private:
     QColor m_highlight;
     QColor m_highlightText;
     bool m_permenentIndex = false;
+    struct GridSort {
+        QString field;
+        QString mark;
+        QString adoSort; // the Sort text of an ADO dataset
+        TIndexDef index; // the index of a client dataset
+    };
+    std::optional<GridSort> m_gridSort;
     bool m_popAllowUpdown = false;
     int m_defColorPerRows = 1;
     QColor m_defColor;
@@ -699,11 +725,10 @@ private:
     bool m_movingCursor = false;
     bool m_appending = false;
     bool m_filterInstalled = false;
-    bool m_refreshingSelection = false;
     bool m_loadingFormat = false;
     bool m_destroying = false;
     QPointer<QMenu> m_userMenu;
-    QSet<int> m_selectedRows; // view rows of the bookmarks, for drawing
+    int m_anchorRow = -1; // view row where a shift-selection starts; -1 for the current one
 };
 
 // The grid's columns seen through the layout rules: index 0 is the first

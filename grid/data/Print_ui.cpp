@@ -55,6 +55,7 @@ ReportPtr createReport(TInstallDll& dll) {
         information(kLibraryFailed);
         return nullptr;
     }
+    ShareHostClock(dll.Handle());
     ReportPtr report(reinterpret_cast<TCreateReportEx>(entry)());
     if (!report) information(kLibraryFailed);
     return report;
@@ -202,17 +203,18 @@ QString GridExportToExcel(const TGridReportSource& source, QWidget* parent) {
         return QString();
     }
     progress.setValue(100);
-    if (cloned->RecordCount() <= kClipboardHtmlRows)
-        QGuiApplication::clipboard()->setMimeData(
-            HtmlClipboardData(*cloned, source.Columns, source.FormCaption).release());
+    const bool capped = cloned->RecordCount() > kClipboardHtmlRows;
+    QGuiApplication::clipboard()->setMimeData(
+        HtmlClipboardData(*cloned, source.Columns, source.FormCaption, kClipboardHtmlRows).release());
     if (!QDesktopServices::openUrl(QUrl::fromLocalFile(file)))
         QMessageBox::critical(parent, QStringLiteral("错误提示"), kNoSpreadsheet);
+    if (capped) QMessageBox::information(parent, QStringLiteral("提示"), kClipboardHtmlLimitText);
     return file;
 }
 
 std::unique_ptr<QMimeData> HtmlClipboardData(TDataSet& data, const TExportColumns& columns,
-                                             const QString& formCaption) {
-    const QString html = HtmlExportText(data, columns, formCaption);
+                                             const QString& formCaption, qint64 maxRows) {
+    const QString html = HtmlExportText(data, columns, formCaption, maxRows);
     auto mime = std::make_unique<QMimeData>();
     mime->setHtml(html);
     mime->setText(html);

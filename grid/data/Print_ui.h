@@ -81,17 +81,23 @@ int GridPrint(const TGridReportSource& source, TPrintType printType,
 
 // "导出到EXCEL": writes the rows (private copy, current order) to an .xlsx in
 // the temporary folder with a progress window that can cancel, puts the HTML
-// text on the clipboard (up to kClipboardHtmlRows rows), and opens the file
+// text on the clipboard, and opens the file
 // with the desktop's spreadsheet program; when none opens it, the error
 // "系统中的Microsoft Excel软件没有安装或安装不正确！". Returns the file written
 // ("" when nothing was written).
+// The clipboard holds at most kClipboardHtmlRows records (the file holds
+// all): a longer export puts the title, the header and the first
+// kClipboardHtmlRows records there and then tells the user so with
+// kClipboardHtmlLimitText ("提示", information).
 constexpr int kClipboardHtmlRows = 20000;
+inline const QString kClipboardHtmlLimitText =
+    QStringLiteral("导出的数据超过20000行，剪贴板中只有前20000行，全部数据在EXCEL文件中。");
 QString GridExportToExcel(const TGridReportSource& source, QWidget* parent = nullptr);
 
-// The clipboard content of an export: the HTML text as text/html and as
-// plain text.
+// The clipboard content of an export: the HTML text (of the first maxRows
+// records when maxRows >= 0) as text/html and as plain text.
 std::unique_ptr<QMimeData> HtmlClipboardData(TDataSet& data, const TExportColumns& columns,
-                                             const QString& formCaption);
+                                             const QString& formCaption, qint64 maxRows = -1);
 // "复制": the field's text (AsString) to the clipboard; nothing without a field.
 void CopyToClipBoard(const TField* selectedField);
 

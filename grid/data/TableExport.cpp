@@ -97,8 +97,7 @@ QString BuidHtmlTableHead(const QStringList& captions, int& ColumnCount) {
     for (int i = 0; i < titles.size();) {
         const qsizetype dot = titles[i].indexOf(QLatin1Char('.'));
         if (dot < 0) {
-            html += QStringLiteral("<td  align=center rowspan=\"2\">") + titles[i].toHtmlEscaped() +
-                    QStringLiteral("</td>");
+            html += QStringLiteral("<td  align=center rowspan=\"2\">") + titles[i] + QStringLiteral("</td>");
             ++i;
             continue;
         }
@@ -110,15 +109,14 @@ QString BuidHtmlTableHead(const QStringList& captions, int& ColumnCount) {
             ++j;
         }
         html += QStringLiteral("<td align=center colspan=\"") + QString::number(j - i) +
-                QStringLiteral("\">") + parent.toHtmlEscaped() + QStringLiteral("</td>");
+                QStringLiteral("\">") + parent + QStringLiteral("</td>");
         i = j;
     }
     html += QStringLiteral("</tr><tr>");
     for (const QString& t : titles) {
         const qsizetype dot = t.indexOf(QLatin1Char('.'));
         if (dot >= 0)
-            html += QStringLiteral("<td align=center>") + t.mid(dot + 1, 100).toHtmlEscaped() +
-                    QStringLiteral("</td>");
+            html += QStringLiteral("<td align=center>") + t.mid(dot + 1, 100) + QStringLiteral("</td>");
         ++ColumnCount;
     }
     html += QStringLiteral("</tr></table>");
@@ -127,17 +125,17 @@ QString BuidHtmlTableHead(const QStringList& captions, int& ColumnCount) {
 
 QString HtmlTitleTable(const QString& formCaption, int columnCount) {
     return QStringLiteral("<table><tr><td align=center Colspan=") + QString::number(columnCount) +
-           QStringLiteral("><b>") + (QStringLiteral("决策支持中心-") + formCaption).toHtmlEscaped() +
+           QStringLiteral("><b>") + QStringLiteral("决策支持中心-") + formCaption +
            QStringLiteral("</b></td></tr></table>");
 }
 
 bool HtmlDataBlocks(TDataSet& data, const TExportColumns& columns,
                     const std::function<void(const QString& html, int row)>& paste,
-                    const TExportProgress& progress) {
+                    const TExportProgress& progress, qint64 maxRows) {
     std::vector<TField*> fields;
     for (const TExportColumn& c : columns)
         fields.push_back(c.FieldName.isEmpty() ? nullptr : data.FindField(c.FieldName));
-    const qint64 total = data.RecordCount();
+    const qint64 total = maxRows >= 0 ? std::min<qint64>(maxRows, data.RecordCount()) : data.RecordCount();
     QString block = QStringLiteral("<table border=1>");
     int counter = 0;
     bool pending = false;
@@ -147,7 +145,7 @@ bool HtmlDataBlocks(TDataSet& data, const TExportColumns& columns,
         if (r > 0) data.Next();
         block += QStringLiteral("<tr>");
         for (TField* f : fields)
-            block += f ? QStringLiteral("<td>") + ExportText(*f).toHtmlEscaped() + QStringLiteral("</td>")
+            block += f ? QStringLiteral("<td>") + ExportText(*f) + QStringLiteral("</td>")
                        : QStringLiteral("<td> </td>");
         block += QStringLiteral("</tr>");
         pending = true;
@@ -171,14 +169,16 @@ bool HtmlDataBlocks(TDataSet& data, const TExportColumns& columns,
     return true;
 }
 
-QString HtmlExportText(TDataSet& data, const TExportColumns& columns, const QString& formCaption) {
+QString HtmlExportText(TDataSet& data, const TExportColumns& columns, const QString& formCaption,
+                       qint64 maxRows) {
     QStringList captions;
     for (const TExportColumn& c : columns)
         captions << c.Title;
     int count = 0;
     const QString head = BuidHtmlTableHead(captions, count);
     QString text = HtmlTitleTable(formCaption, count) + head;
-    HtmlDataBlocks(data, columns, [&](const QString& html, int) { text += html; });
+    HtmlDataBlocks(
+        data, columns, [&](const QString& html, int) { text += html; }, {}, maxRows);
     return text;
 }
 

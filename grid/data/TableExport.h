@@ -51,12 +51,16 @@ QString BuidHtmlTableHead(const QStringList& captions, int& ColumnCount);
 QString HtmlTitleTable(const QString& formCaption, int columnCount);
 // The data tables: one call of paste(html, row) per block of 200 records
 // (and the rest), row being where the block goes in the sheet:
-// ((counter - 2) div 200) * 200 + 2. Returns false when cancelled.
+// ((counter - 2) div 200) * 200 + 2. Values go in as their text, unescaped,
+// as the header and title do. Only the first maxRows records when
+// maxRows >= 0. Returns false when cancelled.
 bool HtmlDataBlocks(TDataSet& data, const TExportColumns& columns,
                     const std::function<void(const QString& html, int row)>& paste,
-                    const TExportProgress& progress = {});
-// Title, header and every data block as one text (what the clipboard gets).
-QString HtmlExportText(TDataSet& data, const TExportColumns& columns, const QString& formCaption);
+                    const TExportProgress& progress = {}, qint64 maxRows = -1);
+// Title, header and every data block (of the first maxRows records when
+// maxRows >= 0) as one text (what the clipboard gets).
+QString HtmlExportText(TDataSet& data, const TExportColumns& columns, const QString& formCaption,
+                       qint64 maxRows = -1);
 
 // Writes the rows of data (its current view, in order) to an .xlsx file:
 // title row "决策支持中心-" + formCaption merged across the columns, the

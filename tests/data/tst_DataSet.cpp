@@ -123,6 +123,7 @@ private Q_SLOTS:
     void typedFields();
     void nullReadsAsDefaults();
     void sumFloatFollowsTheView();
+    void sumFloatsAcrossBlocks();
     void badTextRaisesConvertError();
     void fieldLookup();
     void builderFillsAndConverts();
@@ -287,6 +288,42 @@ void TestDataSet::sumFloatFollowsTheView() {
     QCOMPARE(ds.SumFloat(3), 103.0);
     QCOMPARE(ds.SumFloat(3), loopSum(3));
     QCOMPARE(ds.SumFloat(99), 0.0);
+}
+
+// Several columns summed in one pass give each column's row-by-row sum,
+// beyond one block of the pass, with nulls, a filter, a text column of
+// numbers and the record in edit in a later block.
+void TestDataSet::sumFloatsAcrossBlocks() {
+    TClientDataSet ds;
+    TRecordSetBuilder& b = ds.BeginLoad(
+        {def("F", TFieldType::ftFloat), def("I", TFieldType::ftInteger), def("S", TFieldType::ftString, 10)});
+    for (int r = 0; r < 1000; ++r) {
+        if (r % 7 == 0)
+            b.SetNull(0);
+        else
+            b.SetFloat(0, r * 0.1);
+        b.SetInteger(1, r);
+        b.SetText(2, QString::number(r % 13));
+        b.EndRow();
+    }
+    ds.EndLoad();
+    ds.SetOnFilterRecord(
+        [](TDataSet& d, bool& accept) { accept = d.FieldByName(QStringLiteral("I")).AsInteger() % 3 != 1; });
+    ds.SetFiltered(true);
+    ds.SetRecNo(400);
+    ds.Edit();
+    ds.FieldByName(QStringLiteral("F")).SetAsFloat(5000);
+    ds.FieldByName(QStringLiteral("I")).SetAsInteger(-7);
+    const std::vector<double> sums = ds.SumFloats({0, 1, 2, 42});
+    QCOMPARE(sums.size(), size_t(4));
+    for (int field = 0; field < 3; ++field) {
+        double t = 0;
+        for (int r = 0; r < ds.RecordCount(); ++r)
+            t += ds.FloatAt(r, field);
+        QCOMPARE(sums[size_t(field)], t);
+        QCOMPARE(ds.SumFloat(field), t);
+    }
+    QCOMPARE(sums[3], 0.0);
 }
 
 void TestDataSet::nullReadsAsDefaults() {

@@ -83,6 +83,7 @@ int printPdf(lnq::TDataSet& data, const lnq::TExportColumns& columns, const QStr
             if (r) r->Release();
         }
     };
+    lnq::ShareHostClock(dll.Handle());
     std::unique_ptr<lnq::IReport, Release> report(reinterpret_cast<lnq::TCreateReportEx>(entry)());
     void* ex = nullptr;
     if (!report || report->QueryInterface("IReportEx", &ex) != 0) {

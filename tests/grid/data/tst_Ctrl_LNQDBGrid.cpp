@@ -120,6 +120,15 @@ void press(QWidget* fallback, Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoMo
     QTest::keyClick(w ? w : fallback, key, mods);
 }
 
+// The IDs of the picked records, sorted, read without moving the cursor.
+QStringList selectedIds(const Fixture& f) {
+    QStringList out;
+    for (int row = 0; row < f.ds.RecordCount(); ++row)
+        if (f.g.SelectedRows().IsSelected(f.ds.BookmarkAt(row))) out << f.ds.ValueAt(row, 0).toString();
+    out.sort();
+    return out;
+}
+
 } // namespace
 
 class tst_Ctrl_LNQDBGrid : public QObject {
@@ -612,6 +621,65 @@ private Q_SLOTS:
         QCOMPARE(f.g.SelectedRows().Count(), 0);
     }
 
+    // Mouse and keys under dgMultiSelect, as in lists: "c" click, "C" Ctrl+click,
+    // "S" Shift+click, "X" Ctrl+Shift+click on the record's row; "sd" / "su"
+    // Shift+Down / Up, "d" Down.
+    void multiSelectRanges_data() {
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QStringList>("ids");
+        QTest::newRow("shift-click range") << QStringList{"c1", "S3"} << QStringList{"1", "2", "3"};
+        QTest::newRow("range upwards") << QStringList{"c4", "S2"} << QStringList{"2", "3", "4"};
+        QTest::newRow("ctrl-click removes") << QStringList{"c1", "S3", "C2"} << QStringList{"1", "3"};
+        QTest::newRow("ctrl-shift adds a range")
+            << QStringList{"C1", "C3", "X4"} << QStringList{"1", "3", "4"};
+        QTest::newRow("shift range replaces") << QStringList{"C1", "C4", "S3"} << QStringList{"3", "4"};
+        QTest::newRow("plain click clears") << QStringList{"c1", "S3", "c2"} << QStringList{};
+        QTest::newRow("shift+down extends") << QStringList{"c1", "sd", "sd"} << QStringList{"1", "2", "3"};
+        QTest::newRow("shift+up shrinks") << QStringList{"c1", "sd", "sd", "su"} << QStringList{"1", "2"};
+        QTest::newRow("down clears") << QStringList{"c1", "sd", "d"} << QStringList{};
+        QTest::newRow("anchor after keys") << QStringList{"c2", "d", "S1"} << QStringList{"1", "2", "3"};
+    }
+    void multiSelectRanges() {
+        QFETCH(QStringList, steps);
+        QFETCH(QStringList, ids);
+        Fixture f;
+        f.g.SetDBOptions(f.g.DBOptions() | TDBGridOption::dgMultiSelect);
+        f.g.setFocus();
+        const int col = f.g.GridColOf(f.col("vName"));
+        for (const QString& step : steps) {
+            if (step == u"sd" || step == u"su" || step == u"d") {
+                press(&f.g, step.endsWith(u'u') ? Qt::Key_Up : Qt::Key_Down,
+                      step.startsWith(u's') ? Qt::ShiftModifier : Qt::NoModifier);
+                continue;
+            }
+            const Qt::KeyboardModifiers mods = step[0] == u'C'   ? Qt::ControlModifier
+                                               : step[0] == u'S' ? Qt::ShiftModifier
+                                               : step[0] == u'X' ? Qt::ControlModifier | Qt::ShiftModifier
+                                                                 : Qt::KeyboardModifiers();
+            QTest::mouseClick(f.g.viewport(), Qt::LeftButton, mods,
+                              f.g.CellRect(col, step.mid(1).toInt()).center());
+        }
+        QCOMPARE(selectedIds(f), ids);
+        QCOMPARE(f.g.SelectedRows().Count(), ids.size());
+        QVERIFY(f.errors.isEmpty());
+    }
+
+    // The picked records stay picked when the rows are re-sorted, and leave
+    // the selection when a filter hides them.
+    void multiSelectFollowsRecords() {
+        Fixture f;
+        f.g.SetDBOptions(f.g.DBOptions() | TDBGridOption::dgMultiSelect);
+        const int col = f.g.GridColOf(f.col("vName"));
+        QTest::mouseClick(f.g.viewport(), Qt::LeftButton, {}, f.g.CellRect(col, 2).center());
+        QTest::mouseClick(f.g.viewport(), Qt::LeftButton, Qt::ShiftModifier, f.g.CellRect(col, 4).center());
+        f.g.TitleSort(f.col("Amount"));
+        QCOMPARE(f.column("ID"), (QStringList{"3", "1", "4", "2"}));
+        QCOMPARE(selectedIds(f), (QStringList{"2", "3", "4"}));
+        f.g.AddFilter(QStringLiteral("vName"), QStringLiteral("等于"), QStringLiteral("张三"));
+        QCOMPARE(selectedIds(f), QStringList{"4"});
+        QCOMPARE(f.g.SelectedRows().Count(), 1);
+    }
+
     void columnsSaveAndLoad() {
         Fixture f;
         f.col("vName")->Title().SetCaption(QStringLiteral("客户.名称"));
@@ -756,6 +824,17 @@ private Q_SLOTS:
         g.FocusCell(g.GridColOf(cols.ColumnOfField("vCustomerName")), 3);
         const QString out = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
         if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid.png")));
+        // Records 2 to 5 picked with a click and a Shift+click, the city
+        // column moved before the province.
+        g.SetDBOptions(g.DBOptions() | TDBGridOption::dgMultiSelect);
+        const int nameCol = g.GridColOf(cols.ColumnOfField("vCustomerName"));
+        QTest::mouseClick(g.viewport(), Qt::LeftButton, {}, g.CellRect(nameCol, 2).center());
+        QTest::mouseClick(g.viewport(), Qt::LeftButton, Qt::ShiftModifier, g.CellRect(nameCol, 5).center());
+        QCOMPARE(g.SelectedRows().Count(), 4);
+        g.MoveColumn(g.GridColOf(cols.ColumnOfField("vCity")), g.GridColOf(cols.ColumnOfField("vProvince")));
+        QCOMPARE(cols.IndexOf(cols.ColumnOfField("vCity")) + 1,
+                 cols.IndexOf(cols.ColumnOfField("vProvince")));
+        if (!out.isEmpty()) QVERIFY(g.grab().save(out + QStringLiteral("/data-grid-multiselect.png")));
         TDataEnvironment::FreeInstance();
     }
 
@@ -796,6 +875,55 @@ private Q_SLOTS:
         press(&f.g, Qt::Key_Up);
         QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
         QCOMPARE(f.column("vName").at(2).right(2), QStringLiteral("赵六"));
+    }
+
+    // An input method in full-width mode commits straight to the grid (no
+    // editor open, no composition first): the cell's editor opens with the
+    // text, filtered by the column's kind, and Enter stores it; a drop-down
+    // column takes the name from its list as a choice.
+    void inputMethodIntoEveryKindOfCell_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("commit");
+        QTest::addColumn<bool>("editor");
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("text") << "vName"
+                              << "李雷" << true << "李雷";
+        QTest::newRow("number, full-width") << "Amount"
+                                            << "１２．５元" << true << "12.5";
+        QTest::newRow("drop-down name") << "Code"
+                                        << "转账" << false << "02";
+        QTest::newRow("drop-down start of a name") << "Code"
+                                                   << "现" << false << "01";
+    }
+    void inputMethodIntoEveryKindOfCell() {
+        QFETCH(QString, field);
+        QFETCH(QString, commit);
+        QFETCH(bool, editor);
+        QFETCH(QString, stored);
+        Fixture f;
+        TColumn* amount = f.col("Amount");
+        amount->SetDataTypePro(dpDecimal);
+        amount->SetDataWidth(10);
+        amount->SetDataDec(2);
+        TColumn* code = f.col("Code");
+        code->SetPopComboBoxAllowed(true);
+        code->SetPopListValues({"01", "02"});
+        code->SetPopListStrings({"现金", "转账"});
+        f.g.activateWindow();
+        (void)QTest::qWaitForWindowActive(&f.g);
+        f.g.setFocus();
+        f.g.FocusCell(f.g.GridColOf(f.col(field)), 2);
+        QInputMethodEvent event;
+        event.setCommitString(commit);
+        QWidget* w = QApplication::focusWidget();
+        QApplication::sendEvent(w ? w : &f.g, &event);
+        QCOMPARE(f.g.EditorMode(), editor);
+        QCOMPARE(f.g.Row(), 2); // the text searched no rows
+        press(&f.g, Qt::Key_Return);
+        press(&f.g, Qt::Key_Up);
+        QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
+        QVERIFY(f.ds.Locate(QStringLiteral("ID"), 2));
+        QCOMPARE(f.ds.FieldByName(field).AsString(), stored);
     }
 
     void hooksAndEvents() {

@@ -19,6 +19,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
+#include <QHeaderView>
 #include <QMenu>
 #include <QProcess>
 #include <QRegularExpression>
@@ -307,6 +308,87 @@ private Q_SLOTS:
         QCOMPARE(web.Page().FieldsCaptions().size(), 4);
         QCOMPARE(web.Page().FieldsCaptions().at(0).first, QStringLiteral("vCustomerNo"));
         QFile::remove(file);
+    }
+
+    // A title dragged onto another column moves the column: the collection
+    // follows, the order survives a reload and reaches the layout file.
+    void columnDraggedByItsTitle() {
+        reopen();
+        const QString name = QStringLiteral("drag_test");
+        const QString file = LayoutFileName(name, QString(), QString());
+        QFile::remove(file);
+        const QStringList moved{"vCustomerNo", "mCreditLimit", "vCustomerName", "bIsAgent", "vCustomersKind"};
+        {
+            Screen s(&m_customers, true, name);
+            QVERIFY(QTest::qWaitForWindowExposed(&s.form));
+            QHeaderView* header = s.g->horizontalHeader();
+            auto titleAt = [&](const QString& field) {
+                const int gc = s.g->GridColOf(s.col(field));
+                return QPoint(header->sectionViewportPosition(gc) + header->sectionSize(gc) / 2,
+                              header->height() - 6);
+            };
+            const QPoint from = titleAt(QStringLiteral("vCustomerName"));
+            const QPoint to = titleAt(QStringLiteral("mCreditLimit"));
+            QWidget* w = header->viewport();
+            QTest::mousePress(w, Qt::LeftButton, {}, from);
+            for (int i = 1; i <= 4; ++i) {
+                const QPoint p = from + (to - from) * i / 4;
+                QMouseEvent move(QEvent::MouseMove, p, w->mapToGlobal(p), Qt::NoButton, Qt::LeftButton,
+                                 Qt::NoModifier);
+                QApplication::sendEvent(w, &move);
+            }
+            QTest::mouseRelease(w, Qt::LeftButton, {}, to);
+            QStringList fields;
+            for (int i = 0; i < s.g->Columns().Count(); ++i)
+                fields << s.g->Columns()[i]->FieldName();
+            QCOMPARE(fields, moved);
+            QCOMPARE(s.g->Columns().State(), csCustomized);
+            QCOMPARE(s.shown(QStringLiteral("vCustomerName")).first(), m_customers.ValueAt(0, 1).toString());
+            QCOMPARE(s.g->CellModel().Cell(3, 1), m_customers.ValueAt(0, 1).toString());
+            // Reloaded (closing is a save point), the columns keep their order.
+            reopen();
+            QCOMPARE(s.g->Columns()[1]->FieldName(), QStringLiteral("mCreditLimit"));
+            QVERIFY(QFile::exists(file));
+        }
+        QStringList saved;
+        for (const TLayoutEntry& e : LoadLayoutFile(file))
+            saved << e.FieldName;
+        QCOMPARE(saved, moved);
+        QFile::remove(file);
+    }
+
+    // PermenentIndex: a title sort survives a re-query (order and mark) when
+    // set, and is dropped with its mark when clear; a sort the host set on
+    // the dataset itself is left alone.
+    void permenentIndexAcrossReloads_data() {
+        QTest::addColumn<bool>("permanent");
+        QTest::newRow("kept") << true;
+        QTest::newRow("dropped") << false;
+    }
+    void permenentIndexAcrossReloads() {
+        QFETCH(bool, permanent);
+        reopen();
+        Screen s(&m_customers);
+        s.g->SetPermenentIndex(permanent);
+        TColumn* name = s.col(QStringLiteral("vCustomerName"));
+        const QString plain = name->Title().Caption();
+        s.g->TitleClick(name);
+        QCOMPARE(m_customers.Sort(), QStringLiteral("vCustomerName ASC"));
+        const QStringList sorted = s.shown(QStringLiteral("vCustomerName"));
+        m_customers.Requery();
+        name = s.col(QStringLiteral("vCustomerName"));
+        QCOMPARE(m_customers.Sort(), permanent ? QStringLiteral("vCustomerName ASC") : QString());
+        QCOMPARE(name->Title().Caption().contains(QStringLiteral("↓")), permanent);
+        QCOMPARE(s.shown(QStringLiteral("vCustomerName")) == sorted, permanent);
+        m_customers.Close();
+        m_customers.Open();
+        QCOMPARE(m_customers.Sort(), permanent ? QStringLiteral("vCustomerName ASC") : QString());
+        // After "取消排序" nothing is re-applied; the host's own sort stays.
+        s.choose(QStringLiteral("vCustomerName"), 1, QStringLiteral("取消排序"));
+        m_customers.SetSort(QStringLiteral("mCreditLimit DESC"));
+        m_customers.Requery();
+        QCOMPARE(m_customers.Sort(), QStringLiteral("mCreditLimit DESC"));
+        QCOMPARE(s.col(QStringLiteral("vCustomerName"))->Title().Caption(), plain);
     }
 
     void recordCardAndViewerFromTheGrid() {

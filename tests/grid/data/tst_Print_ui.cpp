@@ -4,6 +4,7 @@
 // template menu.
 
 #include "MessageBoxWatch.h"
+#include "common/DataSetHelpers.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/ZipRead.h"
@@ -12,6 +13,7 @@
 #include "data/SampleDatabase.h"
 #include "grid/data/Print_ui.h"
 #include "report/ReportTemplate.h"
+#include "util/Clock.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -145,17 +147,19 @@ private Q_SLOTS:
         t.PageHeader = QStringLiteral("操作员：[主:操作员]  日期：[日期]");
         SaveReportTemplateFile(m_dir.filePath(QStringLiteral("p.RPT")), t);
         const QString pdf = m_dir.filePath(QStringLiteral("customers.pdf"));
-        QCOMPARE(GridPrint(source(QStringLiteral("p.RPT")), TPrintType::ptPrint,
-                           {{"OutputFile", pdf}, {"Unattended", "1"}}),
-                 0);
+        // The library prints the host's date: a moment fixed here holds there.
+        Clock::setFixedNow(QDateTime(QDate(2021, 3, 4), QTime(9, 30)));
+        const int printed = GridPrint(source(QStringLiteral("p.RPT")), TPrintType::ptPrint,
+                                      {{"OutputFile", pdf}, {"Unattended", "1"}});
+        Clock::setFixedNow(std::nullopt);
+        QCOMPARE(printed, 0);
         if (qEnvironmentVariableIsSet("LNQ_REPORT_PDF_OUT")) {
             QFile::remove(qEnvironmentVariable("LNQ_REPORT_PDF_OUT"));
             QFile::copy(pdf, qEnvironmentVariable("LNQ_REPORT_PDF_OUT"));
         }
         const QString text = pdfText(pdf);
         QVERIFY2(has(text, QStringLiteral("客户列表")), qPrintable(text.left(400)));
-        QVERIFY(
-            has(text, QStringLiteral("操作员：张三 日期：") + QDate::currentDate().toString(u"yyyy-MM-dd")));
+        QVERIFY(has(text, QStringLiteral("操作员：张三 日期：2021-03-04")));
         QVERIFY(has(text, QStringLiteral("第1页 共2页")));
         QVERIFY(has(text, QStringLiteral("第2页 共2页")));
         // The header is on both pages; the total closes the last.
@@ -193,6 +197,41 @@ private Q_SLOTS:
         QVERIFY(html.startsWith(QStringLiteral("<table><tr><td align=center Colspan=5>")));
         QVERIFY(html.indexOf(QStringLiteral("KH000060")) < html.indexOf(QStringLiteral("KH000059")));
         QFile::remove(file);
+    }
+
+    // The file holds every record; the clipboard at most 20000, and a longer
+    // export says so once.
+    void longExportCapsTheClipboard_data() {
+        QTest::addColumn<int>("rows");
+        QTest::newRow("at the limit") << kClipboardHtmlRows;
+        QTest::newRow("over the limit") << kClipboardHtmlRows + 1;
+    }
+    void longExportCapsTheClipboard() {
+        QFETCH(int, rows);
+        TClientDataSet ds;
+        TRecordSetBuilder& b = ds.BeginLoad({lnqtest::fieldDef("vNo", TFieldType::ftString, 10)});
+        for (int r = 0; r < rows; ++r) {
+            b.SetText(0, QStringLiteral("N%1").arg(r));
+            b.EndRow();
+        }
+        ds.EndLoad();
+        TGridReportSource s;
+        s.DataSet = &ds;
+        s.FormCaption = QStringLiteral("长表");
+        s.Columns = {{QStringLiteral("vNo"), QStringLiteral("编号"), 80}};
+        lnqtest::MessageBoxWatch boxes;
+        UrlCatcher catcher;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &catcher, "open");
+        const QString file = GridExportToExcel(s);
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+        QCOMPARE(lnqtest::zipMember(file, "xl/worksheets/sheet1.xml").count("<row "),
+                 rows + 2); // title, header, data
+        QFile::remove(file);
+        const QString html = QGuiApplication::clipboard()->mimeData()->html();
+        QCOMPARE(html.count(QStringLiteral("<tr><td>")), kClipboardHtmlRows);
+        QVERIFY(html.endsWith(QStringLiteral("<tr><td>N19999</td></tr></table>")));
+        QCOMPARE(boxes.texts,
+                 rows > kClipboardHtmlRows ? QStringList{kClipboardHtmlLimitText} : QStringList());
     }
 
     void templateMenu() {
