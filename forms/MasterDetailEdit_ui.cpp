@@ -93,6 +93,7 @@ void TMasterDetailEditfm::buildUi() {
     layout->setContentsMargins(4, 4, 4, 4);
 
     auto* bar = new QHBoxLayout;
+    m_toolBar = bar;
     // The operations report their outcome themselves; the buttons drop it.
     const auto add = [&](const char* name, const QString& caption, std::function<void()> run) {
         auto* b = new QToolButton(this);
@@ -154,6 +155,21 @@ void TMasterDetailEditfm::buildUi() {
     footer->addStretch(1);
     footer->addWidget(m_auditLabel);
     layout->addWidget(m_footerPanel);
+}
+
+QToolButton* TMasterDetailEditfm::AddToolButton(const QString& objectName, const QString& caption,
+                                                bool editing) {
+    auto* b = new QToolButton(this);
+    b->setObjectName(objectName);
+    b->setText(caption);
+    b->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    b->setAutoRaise(true);
+    b->setFocusPolicy(Qt::NoFocus);
+    // Before the stretch and the state text at the end.
+    m_toolBar->insertWidget(m_toolBar->count() - 2, b);
+    if (editing) m_editingButtons.emplace_back(b);
+    updateState();
+    return b;
 }
 
 QToolButton* TMasterDetailEditfm::Button(const QString& objectName) const {
@@ -382,6 +398,8 @@ void TMasterDetailEditfm::updateState() {
     enable("SpeedButtonUnDoConfirm", canConfirm && confirmed);
     enable("SpeedButtonAddLine", !confirmed);
     enable("SpeedButtonDeleteLine", !confirmed);
+    for (const QPointer<QToolButton>& b : m_editingButtons)
+        if (b) b->setEnabled(!confirmed);
 
     m_grid->SetGridReadOnly(confirmed);
     for (const TBinding& b : m_bindings) {
@@ -414,9 +432,10 @@ void TMasterDetailEditfm::updateState() {
         const QDateTime when =
             timeField.isEmpty() ? QDateTime() : m_master.value(upper(timeField)).toDateTime();
         if (user.isEmpty() && !when.isValid()) return;
-        QString text = caption + QStringLiteral("：") + user;
-        if (when.isValid()) text += QLatin1Char(' ') + when.toString(format);
-        audit << text;
+        QStringList parts;
+        if (!user.isEmpty()) parts << user;
+        if (when.isValid()) parts << when.toString(format);
+        audit << caption + QStringLiteral("：") + parts.join(QLatin1Char(' '));
     };
     part(QStringLiteral("制单"), CreateUserField(), CreateTimeField(), QStringLiteral("yyyy-MM-dd HH:mm"));
     part(QStringLiteral("修改"), ModifyUserField(), ModifyTimeField(), QStringLiteral("yyyy-MM-dd HH:mm"));
@@ -850,6 +869,12 @@ void TMasterDetailEditfm::ensureTrailingLine() {
     if (last >= 1 && !lineHasData(last)) return;
     m_grid->SetRowCount(m_grid->RowCount() + 1);
     m_grid->SetRowHeights(m_grid->RowCount() - 1, m_grid->RowsHeight());
+}
+
+void TMasterDetailEditfm::DetailLinesChanged() {
+    ensureTrailingLine();
+    recalcTotals();
+    MarkModified();
 }
 
 void TMasterDetailEditfm::cellEdited(int col, int row) {

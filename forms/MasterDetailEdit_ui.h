@@ -39,6 +39,7 @@ class QCheckBox;
 class QComboBox;
 class QDateTimeEdit;
 class QGridLayout;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QMimeData;
@@ -117,6 +118,7 @@ public:
     QWidget* HeaderPanel() const { return m_headerPanel; }
     QWidget* FooterPanel() const { return m_footerPanel; }
     IConnection& Connection() const { return *m_connection; }
+    std::shared_ptr<IConnection> ConnectionPtr() const { return m_connection; }
     IServicesInterface* Services() const { return m_services; }
     QToolButton* Button(const QString& objectName) const;
 
@@ -135,6 +137,12 @@ public:
     // A caption and an editor in the header panel's grid.
     void AddHeaderEditor(const QString& caption, QWidget* editor, int row, int column, int columnSpan = 1);
     void MarkModified();
+    // A button of the deriving form on the toolbar (before the state text);
+    // an editing button is disabled while the document is confirmed.
+    QToolButton* AddToolButton(const QString& objectName, const QString& caption, bool editing);
+    // Cells changed by the program (a product put on a line): keeps an empty
+    // line at the end, recomputes the totals and marks the document modified.
+    void DetailLinesChanged();
 
     // The deriving form's word for confirmation ("确认" after FormCreate).
     QString ConfirmWord;
@@ -247,6 +255,8 @@ private:
     QMap<QString, QString> m_masterNames; // upper-case -> field name as the table spells it
     std::vector<TBinding> m_bindings;
 
+    QHBoxLayout* m_toolBar = nullptr;
+    std::vector<QPointer<QToolButton>> m_editingButtons;
     QWidget* m_headerPanel = nullptr;
     QGridLayout* m_headerLayout = nullptr;
     QWidget* m_footerPanel = nullptr;
