@@ -24,7 +24,8 @@
 // Messages go through OnMessageBox (TClientUtils::MsgBox unless replaced), so
 // hosts can theme them and tests can answer them.
 
-#include "data/DataSet.h"
+#include "data/FieldTypes.h"
+#include "forms/MasterDetailDoc.h"
 
 #include <QMap>
 #include <QPointer>
@@ -210,6 +211,8 @@ protected:
     virtual void DoConfirmData() {}
     virtual void UndoConfirmData() {}
 
+    // The settings above as one value (ConfirmWord included).
+    TMasterDetailSettings DocumentSettings() const;
     int ShowMessage(const QString& text, const QString& caption, int flags);
     // The confirming user is recorded by name (as the list form does); the
     // creating and editing users by code, the text authority conditions
@@ -229,19 +232,18 @@ private:
     void updateState();
     void setModified(bool modified);
     void clearDocument();
+    void startNewDocument();
     bool askSaveChanges();
     bool vetoed(bool virtualAnswer, const std::function<void(TMasterDetailEditfm&, bool&)>& event);
-    void loadRows(int key, TDataSet& master, TDataSet& lines);
-    void showDocument(TDataSet& master, TDataSet& lines);
-    void writeLines(int key);
+    bool reload(int key);
+    void showDocument(const TDocumentValues& master, const std::vector<TDocumentValues>& lines);
+    std::vector<TDocumentValues> gridLines() const;
     bool setConfirmation(bool confirm);
     bool lineHasData(int row) const;
     bool isDataColumn(int col) const;
     void recalcTotals();
     void cellEdited(int col, int row);
     void ensureTrailingLine();
-    QString masterSelect(int key) const;
-    QString linesSelect(int key) const;
     TBinding* bindingFor(const QString& field);
     const TBinding* bindingFor(const QString& field) const;
 
@@ -251,8 +253,9 @@ private:
     bool m_modified = false;
     bool m_loading = false;
     bool m_created = false;
-    QMap<QString, QVariant> m_master;     // field name (upper-case) -> value
-    QMap<QString, QString> m_masterNames; // upper-case -> field name as the table spells it
+    TDocumentValues m_master;                // field name (upper-case) -> value
+    QMap<QString, QString> m_masterNames;    // upper-case -> field name as the table spells it
+    QMap<QString, TFieldType> m_detailTypes; // detail field (upper-case) -> its type
     std::vector<TBinding> m_bindings;
 
     QHBoxLayout* m_toolBar = nullptr;
