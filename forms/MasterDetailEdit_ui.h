@@ -37,6 +37,7 @@
 #include <vector>
 
 class QCheckBox;
+class QCloseEvent;
 class QComboBox;
 class QDateTimeEdit;
 class QGridLayout;
@@ -214,6 +215,8 @@ protected:
     // The settings above as one value (ConfirmWord included).
     TMasterDetailSettings DocumentSettings() const;
     int ShowMessage(const QString& text, const QString& caption, int flags);
+    // Unsaved changes are offered for saving; "取消" keeps the form open.
+    void closeEvent(QCloseEvent* event) override;
     // The confirming user is recorded by name (as the list form does); the
     // creating and editing users by code, the text authority conditions
     // compare with ("vCreateUser= '[%用户代码%]'"), the name when there is no code.

@@ -385,16 +385,30 @@ private Q_SLOTS:
     void copyGivesTextAndHtmlWithTitles() {
         Fixture f;
         f.enterOrder("XS-T-6");
+        f.grid().SetRowCount(6);
+        f.typeCell("vProductName", 5, "Ink"); // empty rows before it are not lines
         f.click("SpeedButtonCopy");
         const QMimeData* data = QApplication::clipboard()->mimeData();
         QVERIFY(data->hasText() && data->hasHtml());
         const QStringList lines = data->text().split("\r\n", Qt::SkipEmptyParts);
         QCOMPARE(lines, (QStringList{"序号\t商品名称\t数量\t单价\t金额", "1\tA4\t3.00\t12.50\t37.50",
-                                     "2\tPen\t10.00\t2.00\t20.00"}));
+                                     "2\tPen\t10.00\t2.00\t20.00", "3\tInk\t\t\t"}));
         const QString html = data->html();
         QVERIFY(html.contains("<th>商品名称</th>"));
         QVERIFY(html.contains("<td>Pen</td>"));
         QVERIFY(html.contains("<td align=\"right\">37.50</td>"));
+    }
+
+    void closingAsksForUnsavedChanges() {
+        Fixture f;
+        QVERIFY(!f.form->Modified());
+        QTest::keyClicks(f.form->remark, "x");
+        f.answer = id::Cancel;
+        QVERIFY(!f.form->close());
+        QVERIFY(f.form->isVisible());
+        f.answer = id::No;
+        QVERIFY(f.form->close());
+        QCOMPARE(f.messages, QStringList(2, "单据已修改，是否保存？"));
     }
 };
 
