@@ -1,12 +1,11 @@
+#include "common/HostServices.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/WidgetDriver.h"
-#include "data/Plat_adodatabasese.h"
 #include "forms/MasterDetailEdit_ui.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Clock.h"
 #include "util/Plat_clientutils_ui.h"
-#include "util/Plat_servicesinterface.h"
 
 #include <QAbstractItemModelTester>
 #include <QClipboard>
@@ -15,41 +14,11 @@
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QToolButton>
-#include <cstring>
 
 using namespace lnq;
 using namespace lnqtest;
 
 namespace {
-
-class UserConnection : public TInterfacedADOConnection {
-public:
-    using TInterfacedADOConnection::TInterfacedADOConnection;
-    void GetCurrentUser(int& userNo, char* code, int& codeLen, char* name, int& nameLen) override {
-        userNo = 2;
-        const QByteArray c = Gbk::encode(QStringLiteral("zhangwei"));
-        const QByteArray n = Gbk::encode(QStringLiteral("张伟"));
-        std::memcpy(code, c.constData(), size_t(c.size()));
-        codeLen = int(c.size());
-        std::memcpy(name, n.constData(), size_t(n.size()));
-        nameLen = int(n.size());
-    }
-};
-
-class NoServices : public IServicesInterface {
-public:
-    void GetOptionValue(const char*, char*, int&) override {}
-    void GetOptionValueEx(const char*, const char*, char*, int&) override {}
-    void SetOptionValueEx(const char*, const char*, const char*) override {}
-    void GetReceiptNo(const char*, char*, int&) override {}
-    void GetReceiptNoSetting(const char*, char*, int&, char*, int&, char*, int&, char*, int&) override {}
-    void SetReceiptNoSetting(const char*, const char*, const char*, const char*, const char*) override {}
-    void GetImeName(char*, int&) override {}
-    void OpenAppLink(const char*) override {}
-    int GetRecentCount(const char*) override { return 0; }
-    bool GetRecentItem(const char*, int, char*, int&, char*, int&) override { return false; }
-    void AddRecentItem(const char*, const char*, const char*) override {}
-};
 
 // A small order form: plain edits in the header, five line columns.
 class OrderForm : public TMasterDetailEditfm {
@@ -119,7 +88,7 @@ struct Fixture {
     QTemporaryDir dir;
     TADOConnection ado;
     std::shared_ptr<UserConnection> conn;
-    NoServices services;
+    HostServices services;
     std::unique_ptr<OrderForm> form;
     QStringList messages;
     int answer = id::Yes;
