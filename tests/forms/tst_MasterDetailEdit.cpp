@@ -372,11 +372,18 @@ private Q_SLOTS:
         Fixture f;
         QVERIFY(!f.form->Modified());
         QTest::keyClicks(f.form->remark, "x");
+        // Through the class-level box this time.
+        f.form->OnMessageBox = {};
+        TMasterDetailEditfm::SetDefaultOnMessageBox([&f](const QString& text, const QString&, int) {
+            f.messages << text;
+            return f.answer;
+        });
         f.answer = id::Cancel;
         QVERIFY(!f.form->close());
         QVERIFY(f.form->isVisible());
         f.answer = id::No;
         QVERIFY(f.form->close());
+        TMasterDetailEditfm::SetDefaultOnMessageBox({});
         QCOMPARE(f.messages, QStringList(2, "单据已修改，是否保存？"));
     }
 };
