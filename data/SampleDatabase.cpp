@@ -161,6 +161,10 @@ const std::vector<Table>& businessTables() {
           {"vConfirmState", kText20, "审核状态"},
           {"vConfirmUser", kText50, "审核人"},
           {"dConfirmDate", "DATETIME", "审核日期"},
+          {"vCreateUser", kText50, "制单人"},
+          {"dCreateDate", "DATETIME", "制单时间"},
+          {"vModifyUser", kText50, "修改人"},
+          {"dModifyDate", "DATETIME", "修改时间"},
           {"vRemark", kText500, "备注"},
           {"bShare", "BIT NOT NULL DEFAULT 0", "共享", false},
           {"vAllowedUsers", kRights, "允许用户", false},
@@ -1014,8 +1018,8 @@ private:
     void sales() {
         Inserter main(m_db, "Sal_SaleMain",
                       {"vReceiptNo", "iCustomerNo", "vCustomerName", "dSaleDate", "mAmount", "vSeller",
-                       "vConfirmState", "vConfirmUser", "dConfirmDate", "vRemark", "bShare", "vAllowedUsers",
-                       "vAllowedGroups", "vDescription"});
+                       "vConfirmState", "vConfirmUser", "dConfirmDate", "vCreateUser", "dCreateDate",
+                       "vRemark", "bShare", "vAllowedUsers", "vAllowedGroups", "vDescription"});
         Inserter detail(m_db, "Sal_SaleDetail",
                         {"iMasterNo", "iProductNo", "vBarcode", "vProductName", "fQuantity", "mPrice",
                          "mAmount", "vConfirmState", "vConfirmUser", "dConfirmDate"});
@@ -1038,9 +1042,9 @@ private:
             const QVariant confirmUser = confirmed ? QVariant(QStringLiteral("赵敏")) : QVariant();
             const QVariant confirmDate =
                 confirmed ? QVariant(dateTime(std::min(day + m_rng.between(0, 3), 0))) : QVariant();
-            const qint64 master =
-                main.row({receipt, cust.first, cust.second, when, 0.0, seller, confirm, confirmUser,
-                          confirmDate, QVariant(), 0, QStringLiteral(","), QString(), QVariant()});
+            const qint64 master = main.row({receipt, cust.first, cust.second, when, 0.0, seller, confirm,
+                                            confirmUser, confirmDate, seller, when, QVariant(), 0,
+                                            QStringLiteral(","), QString(), QVariant()});
             m_sales.push_back({master, cust.first, receipt});
             double total = 0;
             const int lines = m_rng.between(1, 5);
