@@ -5,6 +5,7 @@
 #include "util/Clock.h"
 #include "util/Exceptions.h"
 #include "util/Gbk.h"
+#include "util/Plat_convert.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -64,6 +65,7 @@ const std::vector<Table>& businessTables() {
          {{"iCustomerNo", kKey, "客户编号"},
           {"vCustomerNo", "NVARCHAR(20) COLLATE ZH_CI NOT NULL", "客户编码"},
           {"vCustomerName", "NVARCHAR(80) COLLATE ZH_CI NOT NULL", "客户名称"},
+          {"vPYCode", kText50, "拼音码"},
           {"vCustomerNameEn", "NVARCHAR(120) COLLATE ZH_CI", nullptr},
           {"vProvince", kText20, "省份"},
           {"vCity", kText20, "城市"},
@@ -110,6 +112,7 @@ const std::vector<Table>& businessTables() {
          {{"iProductNo", kKey, "商品编号"},
           {"vBarcode", kText20, "商品条码"},
           {"vProductName", kText100, "商品名称"},
+          {"vPYCode", kText50, "拼音码"},
           {"vProductNameEn", kText50, "客户方编码"},
           {"vModel", kText50, "生产商编码"},
           {"vSpecification", kText50, "规格"},
@@ -158,6 +161,10 @@ const std::vector<Table>& businessTables() {
           {"vConfirmState", kText20, "审核状态"},
           {"vConfirmUser", kText50, "审核人"},
           {"dConfirmDate", "DATETIME", "审核日期"},
+          {"vCreateUser", kText50, "制单人"},
+          {"dCreateDate", "DATETIME", "制单时间"},
+          {"vModifyUser", kText50, "修改人"},
+          {"dModifyDate", "DATETIME", "修改时间"},
           {"vRemark", kText500, "备注"},
           {"bShare", "BIT NOT NULL DEFAULT 0", "共享", false},
           {"vAllowedUsers", kRights, "允许用户", false},
@@ -736,6 +743,14 @@ private:
         return QVariant(make());
     }
     static QVariant nullable(const QString& v, bool keep) { return keep ? QVariant(v) : QVariant(); }
+    // The pinyin code users type into lookups: the name's initials, letters
+    // and digits only (punctuation such as "（代理）"'s brackets gives no letter).
+    static QString pyCode(const QString& name) {
+        QString code;
+        for (const char c : TUtils_Convert::StrToPY(name))
+            if ((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) code += QLatin1Char(c);
+        return code;
+    }
 
     void users() {
         Inserter ins(m_db, "sys_Systemuser",
@@ -781,13 +796,13 @@ private:
 
     void customers() {
         Inserter ins(m_db, "Cust_CustomersMain",
-                     {"vCustomerNo",   "vCustomerName",  "vCustomerNameEn", "vProvince",
-                      "vCity",         "vAddress",       "vPostCode",       "vTel",
-                      "vFax",          "vMobile",        "vEmail",          "vWebSite",
-                      "vContact",      "vCustomersKind", "bIsAgent",        "bIsSupplier",
-                      "mCreditLimit",  "dcBalance",      "iEmployees",      "dCreateDate",
-                      "dLastVisit",    "vCreateUser",    "vRemark",         "bShare",
-                      "vAllowedUsers", "vAllowedGroups", "vDescription"});
+                     {"vCustomerNo", "vCustomerName", "vPYCode",        "vCustomerNameEn",
+                      "vProvince",   "vCity",         "vAddress",       "vPostCode",
+                      "vTel",        "vFax",          "vMobile",        "vEmail",
+                      "vWebSite",    "vContact",      "vCustomersKind", "bIsAgent",
+                      "bIsSupplier", "mCreditLimit",  "dcBalance",      "iEmployees",
+                      "dCreateDate", "dLastVisit",    "vCreateUser",    "vRemark",
+                      "bShare",      "vAllowedUsers", "vAllowedGroups", "vDescription"});
         QSet<QString> names;
         for (int i = 1; i <= m_opt.customers; ++i) {
             const Province& pr = i == 1 ? provinces().front() : weightedProvince();
@@ -861,6 +876,7 @@ private:
             ins.row(
                 {QStringLiteral("KH%1").arg(i, 6, 10, QLatin1Char('0')),
                  name,
+                 pyCode(name),
                  nullable(en, m_rng.percent(70)),
                  QString::fromUtf8(pr.name),
                  city,
@@ -925,9 +941,9 @@ private:
             types.row({QString::fromUtf8(t.type), QString::fromUtf8(t.type2)});
 
         Inserter ins(m_db, "St_Products",
-                     {"vBarcode", "vProductName", "vProductNameEn", "vModel", "vSpecification", "vUnit",
-                      "vProductType", "vProductType2", "iGoodsNo", "vGoodsName", "mCostPrice", "mSellPrice",
-                      "fSellCount", "fStorageCount", "bStop", "dCreateDate", "vRemark"});
+                     {"vBarcode", "vProductName", "vPYCode", "vProductNameEn", "vModel", "vSpecification",
+                      "vUnit", "vProductType", "vProductType2", "iGoodsNo", "vGoodsName", "mCostPrice",
+                      "mSellPrice", "fSellCount", "fStorageCount", "bStop", "dCreateDate", "vRemark"});
         QSet<QString> barcodes;
         for (int i = 1; i <= m_opt.products; ++i) {
             const ProductType& t = m_rng.pick(productTypes());
@@ -948,7 +964,7 @@ private:
             const double storage = m_rng.percent(8) ? 0.0 : m_rng.between(0, 2000);
             const double sellable = storage * m_rng.between(50, 100) / 100.0;
             const auto& sup = m_suppliers.empty() ? m_customers.front() : m_rng.pick(m_suppliers);
-            ins.row({barcode, name, QStringLiteral("C-%1").arg(i, 5, 10, QLatin1Char('0')),
+            ins.row({barcode, name, pyCode(name), QStringLiteral("C-%1").arg(i, 5, 10, QLatin1Char('0')),
                      maybe(75, [&] { return QStringLiteral("M") + m_rng.digits(6); }),
                      QString::fromUtf8(
                          t.specs[static_cast<size_t>(m_rng.below(static_cast<int>(t.specs.size())))]),
@@ -1002,8 +1018,8 @@ private:
     void sales() {
         Inserter main(m_db, "Sal_SaleMain",
                       {"vReceiptNo", "iCustomerNo", "vCustomerName", "dSaleDate", "mAmount", "vSeller",
-                       "vConfirmState", "vConfirmUser", "dConfirmDate", "vRemark", "bShare", "vAllowedUsers",
-                       "vAllowedGroups", "vDescription"});
+                       "vConfirmState", "vConfirmUser", "dConfirmDate", "vCreateUser", "dCreateDate",
+                       "vRemark", "bShare", "vAllowedUsers", "vAllowedGroups", "vDescription"});
         Inserter detail(m_db, "Sal_SaleDetail",
                         {"iMasterNo", "iProductNo", "vBarcode", "vProductName", "fQuantity", "mPrice",
                          "mAmount", "vConfirmState", "vConfirmUser", "dConfirmDate"});
@@ -1026,9 +1042,10 @@ private:
             const QVariant confirmUser = confirmed ? QVariant(QStringLiteral("赵敏")) : QVariant();
             const QVariant confirmDate =
                 confirmed ? QVariant(dateTime(std::min(day + m_rng.between(0, 3), 0))) : QVariant();
-            const qint64 master =
-                main.row({receipt, cust.first, cust.second, when, 0.0, seller, confirm, confirmUser,
-                          confirmDate, QVariant(), 0, QStringLiteral(","), QString(), QVariant()});
+            const qint64 master = main.row({receipt, cust.first, cust.second, when, 0.0, seller, confirm,
+                                            confirmUser, confirmDate, seller, when, QVariant(), 0,
+                                            QStringLiteral(","), QString(), QVariant()});
+            m_sales.push_back({master, cust.first, receipt});
             double total = 0;
             const int lines = m_rng.between(1, 5);
             for (int l = 0; l < lines; ++l) {
@@ -1108,6 +1125,30 @@ private:
                 account += QLatin1Char(' ') + m_rng.digits(4);
             prop("财务信息", "银行账号", account);
             prop("财务信息", "税号", QStringLiteral("91") + m_rng.digits(16));
+        }
+        // Orders carry a few terms of delivery and payment and links to their
+        // customer and to the order itself. No random draws here: the views
+        // written next keep their dates whatever the number of orders.
+        static const char* const delivery[] = {"送货上门", "客户自提", "快递", "物流托运"};
+        static const char* const payment[] = {"现金", "银行转账", "月结30天", "货到付款"};
+        static const char* const invoice[] = {"增值税专用发票", "增值税普通发票", "不开发票"};
+        const size_t orders = std::min<size_t>(200, m_sales.size());
+        for (size_t i = 0; i < orders; ++i) {
+            const SaleRef& sale = m_sales[i];
+            const QString key = QString::number(sale.no);
+            int order = 0;
+            auto prop = [&](const char* sub, const char* name, const QString& value,
+                            const QString& link = {}) {
+                ins.row({QStringLiteral("Sal_SaleMain"), key, QString::fromUtf8(sub), QString::fromUtf8(name),
+                         value, ++order, link.isEmpty() ? QVariant() : QVariant(link)});
+            };
+            prop("单据信息", "单据编号", sale.receipt,
+                 QStringLiteral("app://SaleOrder?Action=EDIT&KeyField=[iNo]"));
+            prop("单据信息", "客户", m_customers[static_cast<size_t>(sale.customer - 1)].second,
+                 QStringLiteral("app://Customer?KeyField=") + QString::number(sale.customer));
+            prop("交易条件", "交货方式", QString::fromUtf8(delivery[i % std::size(delivery)]));
+            prop("交易条件", "付款方式", QString::fromUtf8(payment[(i / 2) % std::size(payment)]));
+            prop("交易条件", "发票类型", QString::fromUtf8(invoice[(i / 3) % std::size(invoice)]));
         }
     }
 
@@ -1212,6 +1253,12 @@ private:
     std::vector<std::pair<int, QString>> m_customers;
     std::vector<std::pair<int, QString>> m_suppliers;
     std::vector<Product> m_products;
+    struct SaleRef {
+        qint64 no;
+        int customer;
+        QString receipt;
+    };
+    std::vector<SaleRef> m_sales;
 };
 
 } // namespace

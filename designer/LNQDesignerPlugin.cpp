@@ -1,5 +1,6 @@
 #include "designer/LNQDesignerPlugin.h"
 
+#include "forms/Ctrl_LNQSuperEdit.h"
 #include "grid/core/Ctrl_LNQMaskEdit.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "grid/data/Ctrl_DataView.h"
@@ -21,6 +22,7 @@ const TDesignerControl kControls[] = {
     {"lnq::TLNQStringGrid", "grid/core/Ctrl_LNQStringGrid.h", "字符串表格", make<TLNQStringGrid>},
     {"lnq::TLNQMaskEdit", "grid/core/Ctrl_LNQMaskEdit.h", "掩码编辑框", make<TLNQMaskEdit>},
     {"lnq::TLNQDBGrid", "grid/data/Ctrl_LNQDBGrid.h", "数据表格", make<TLNQDBGrid>},
+    {"lnq::TLNQSuperEdit", "forms/Ctrl_LNQSuperEdit.h", "查找编辑框", make<TLNQSuperEdit>},
     {"lnq::TLNQDataWebBrowser", "web/Ctrl_datawebbrowser.h", "数据网页浏览器", make<TLNQDataWebBrowser>},
     {"lnq::TDataView", "grid/data/Ctrl_DataView.h", "记录卡片", make<TDataView>},
 };

@@ -88,6 +88,15 @@ QPixmap makeDetail(qreal dpr) {
     return pm;
 }
 
+QPixmap makeDropDown(qreal dpr) {
+    QPixmap pm = blankPixmap(QSize(12, 12), dpr, Qt::transparent);
+    QPainter p(&pm);
+    p.setPen(Qt::NoPen);
+    p.setBrush(Qt::black);
+    p.drawPolygon(QPolygon({QPoint(2, 4), QPoint(10, 4), QPoint(6, 8)}));
+    return pm;
+}
+
 QPixmap makeLock(qreal dpr) {
     QPixmap pm = blankPixmap(QSize(10, 12), dpr, Qt::transparent);
     QPainter p(&pm);
@@ -123,6 +132,8 @@ QPixmap LnqBitmap(const QString& name) {
         make = makeThreeDots;
     else if (key == QLatin1String("DETAIL"))
         make = makeDetail;
+    else if (key == QLatin1String("DROPDOWN"))
+        make = makeDropDown;
     else if (key == QLatin1String("LOCK"))
         make = makeLock;
     if (!make) return QPixmap();

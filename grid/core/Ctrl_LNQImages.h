@@ -9,6 +9,8 @@
 //                     of a LoadButton grid cell, drawn as it stands;
 //   "DETAIL" 12 x 12  three dots on a transparent ground: the glyph of the
 //                     masked edit's "..." button;
+//   "DROPDOWN" 12 x 12 a downward triangle on a transparent ground: the glyph
+//                     of the lookup edit's button;
 //   "LOCK"   10 x 12  the lock mark of frozen grid columns (DrawLockGlyph at
 //                     the origin) on a transparent ground.
 // Names are matched ignoring ASCII case; an unknown name gives a null pixmap.

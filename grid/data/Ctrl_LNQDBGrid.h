@@ -390,6 +390,9 @@ public:
     int Count() const { return int(m_items.size()); }
     const TBookmark& Items(int index) const { return m_items.at(size_t(index)); }
     void Clear();
+    // Selects every record of the dataset's view, in view order, after the
+    // ones selected already; the cursor stays where it was.
+    void SelectAll();
     // Deletes the selected records from the dataset and empties the list.
     void Delete();
     // Whether the bookmark is selected; index receives its position.

@@ -6,6 +6,7 @@
 #include "util/Clock.h"
 #include "util/Exceptions.h"
 #include "util/Gbk.h"
+#include "util/Plat_convert.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
@@ -201,6 +202,57 @@ private Q_SLOTS:
         const auto ds = m_conn->ExecuteWithQuery(sql);
         QCOMPARE(ds->Fields(0).FieldName(), firstColumn);
         QVERIFY2(ds->RecordCount() >= minRows, qPrintable(QString::number(ds->RecordCount())));
+    }
+
+    // Lookups find names by their pinyin initials, in any letter case.
+    void pinyinCodes_data() {
+        QTest::addColumn<QString>("sql");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("first customer") << "select vPYCode from Cust_CustomersMain where iCustomerNo=1"
+                                        << "BJHXTDKJYXGS";
+        QTest::newRow("found by lower case")
+            << "select vCustomerName from Cust_CustomersMain where vPYCode like 'bjhx%'"
+            << "北京华信通达科技有限公司";
+        QTest::newRow("customers without code")
+            << "select count(*) from Cust_CustomersMain where vPYCode is null or vPYCode=''"
+            << "0";
+        QTest::newRow("products without code")
+            << "select count(*) from St_Products where vPYCode is null or vPYCode=''"
+            << "0";
+        QTest::newRow("codes are letters and digits")
+            << "select count(*) from Cust_CustomersMain where vPYCode like '%（%' or vPYCode like '% %'"
+            << "0";
+    }
+    void pinyinCodes() {
+        QFETCH(QString, sql);
+        QFETCH(QString, expected);
+        QCOMPARE(m_conn->ExecuteWithQuery(sql)->Fields(0).AsString(), expected);
+    }
+    void pinyinCodeMatchesTheName() {
+        const auto ds = m_conn->ExecuteWithQuery(
+            QStringLiteral("select top 50 vProductName, vPYCode from St_Products order by iProductNo desc"));
+        for (ds->First(); !ds->Eof(); ds->Next())
+            QCOMPARE(QString::fromLatin1(TUtils_Convert::StrToPY(ds->Fields(0).AsString())),
+                     ds->Fields(1).AsString());
+    }
+
+    void confirmationStatesAndOrderProperties() {
+        const auto states =
+            m_conn->ExecuteWithQuery(QStringLiteral("select vConfirmState, count(*) as n from Sal_SaleMain "
+                                                    "group by vConfirmState order by vConfirmState"));
+        QStringList seen;
+        for (states->First(); !states->Eof(); states->Next())
+            seen << states->Fields(0).AsString();
+        QVERIFY(seen.contains(QStringLiteral("已确认")));
+        QVERIFY(seen.contains(QStringLiteral("未确认")));
+        const auto props = m_conn->ExecuteWithQuery(QStringLiteral(
+            "select vPropertyValue, vAppLinkFormat from sys_properties where vTableName='Sal_SaleMain' "
+            "and vKeyField='3' order by iOrder"));
+        QCOMPARE(props->RecordCount(), 5);
+        const auto receipt =
+            m_conn->ExecuteWithQuery(QStringLiteral("select vReceiptNo from Sal_SaleMain where iNo=3"));
+        QCOMPARE(props->Fields(0).AsString(), receipt->Fields(0).AsString());
+        QCOMPARE(props->Fields(1).AsString(), QStringLiteral("app://SaleOrder?Action=EDIT&KeyField=[iNo]"));
     }
 
     void columnTypes_data() {

@@ -1,0 +1,296 @@
+#include "forms/Plat_searchdialogfm_ui.h"
+
+#include "data/DataSet.h"
+#include "grid/data/Ctrl_LNQDBGrid.h"
+#include "util/Exceptions.h"
+#include "util/Plat_convert.h"
+
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace lnq {
+
+namespace {
+
+// Column titles carry the sort mark of a title sort; the chooser shows the
+// plain title.
+QString plainTitle(QString title) {
+    title.remove(QChar(0x2191)); // ↑
+    title.remove(QChar(0x2193)); // ↓
+    return title;
+}
+
+bool isPinyinNeedle(const QString& text) {
+    if (text.isEmpty()) return false;
+    for (const QChar c : text)
+        if (!(c.isDigit() && c.unicode() < 128) && !(c.unicode() < 128 && c.isLetter())) return false;
+    return true;
+}
+
+} // namespace
+
+TPLAT_Searchfm::TPLAT_Searchfm(QWidget* parent) : QDialog(parent) {
+    setObjectName(QStringLiteral("PLAT_Searchfm"));
+    setWindowTitle(QStringLiteral("选择"));
+    setModal(true);
+    resize(640, 420);
+
+    auto* searchRow = new QHBoxLayout;
+    auto* fieldLabel = new QLabel(QStringLiteral("查找字段"), this);
+    m_fieldBox = new QComboBox(this);
+    m_fieldBox->setObjectName(QStringLiteral("ComboBoxField"));
+    m_fieldBox->setMinimumContentsLength(8);
+    fieldLabel->setBuddy(m_fieldBox);
+    auto* valueLabel = new QLabel(QStringLiteral("查找内容"), this);
+    m_edit = new QLineEdit(this);
+    m_edit->setObjectName(QStringLiteral("EditValue"));
+    m_edit->setClearButtonEnabled(true);
+    m_edit->setPlaceholderText(QStringLiteral("文字或拼音首字母"));
+    valueLabel->setBuddy(m_edit);
+    m_count = new QLabel(this);
+    m_count->setObjectName(QStringLiteral("LabelCount"));
+    searchRow->addWidget(fieldLabel);
+    searchRow->addWidget(m_fieldBox);
+    searchRow->addWidget(valueLabel);
+    searchRow->addWidget(m_edit, 1);
+    searchRow->addWidget(m_count);
+
+    m_grid = new TLNQDBGrid(this);
+    m_grid->setObjectName(QStringLiteral("LNQDBGrid"));
+    m_grid->SetControlOptions(TDBGridControlOption::coTitleSort | TDBGridControlOption::coMenuFilter |
+                              TDBGridControlOption::coMenuSort | TDBGridControlOption::coMenuCopy);
+    m_grid->installEventFilter(this);
+    m_edit->installEventFilter(this);
+
+    auto* buttons = new QHBoxLayout;
+    m_all = new QPushButton(QStringLiteral("全选"), this);
+    m_all->setObjectName(QStringLiteral("BitBtnAll"));
+    m_unAll = new QPushButton(QStringLiteral("清除"), this);
+    m_unAll->setObjectName(QStringLiteral("BitBtnUnAll"));
+    m_ok = new QPushButton(QStringLiteral("确定"), this);
+    m_ok->setObjectName(QStringLiteral("BitBtnOK"));
+    m_cancel = new QPushButton(QStringLiteral("取消"), this);
+    m_cancel->setObjectName(QStringLiteral("BitBtnCancel"));
+    for (QPushButton* b : {m_all, m_unAll, m_ok, m_cancel})
+        b->setAutoDefault(false);
+    m_ok->setDefault(true);
+    buttons->addWidget(m_all);
+    buttons->addWidget(m_unAll);
+    buttons->addStretch(1);
+    buttons->addWidget(m_ok);
+    buttons->addWidget(m_cancel);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(searchRow);
+    layout->addWidget(m_grid, 1);
+    layout->addLayout(buttons);
+
+    connect(m_all, &QPushButton::clicked, this, [this] { SelectAll(); });
+    connect(m_unAll, &QPushButton::clicked, this, [this] { UnSelectAll(); });
+    connect(m_ok, &QPushButton::clicked, this, [this] { accept(); });
+    connect(m_cancel, &QPushButton::clicked, this, [this] { reject(); });
+    connect(m_edit, &QLineEdit::textChanged, this, [this] { applySearch(); });
+    connect(m_fieldBox, &QComboBox::currentIndexChanged, this, [this] { applySearch(); });
+    connect(m_grid, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
+        // A double click on a record chooses it; one on the titles sorts.
+        if (index.row() >= 1 && m_dataSet && m_dataSet->Active() && !m_dataSet->IsEmpty()) accept();
+    });
+    SetMultiSelect(true);
+}
+
+TPLAT_Searchfm::~TPLAT_Searchfm() {
+    // The dataset outlives the form: its record filter must not call back.
+    SetDataSet(nullptr);
+}
+
+void TPLAT_Searchfm::SetDataSet(TDataSet* dataSet) {
+    if (m_dataSet == dataSet) return;
+    if (m_dataSet && m_filterInstalled) {
+        m_dataSet->SetOnFilterRecord(nullptr);
+        m_filterInstalled = false;
+    }
+    if (m_dataSet) disconnect(m_dataSet, nullptr, this, nullptr);
+    m_dataSet = dataSet;
+    m_grid->SetDataSet(dataSet);
+    if (dataSet) connect(dataSet, &TDataSet::dataSetChanged, this, [this] { updateCount(); });
+    updateCount();
+}
+
+TDataSet* TPLAT_Searchfm::DataSet() const {
+    return m_dataSet.data();
+}
+
+void TPLAT_Searchfm::SetMultiSelect(bool on) {
+    m_multiSelect = on;
+    TLNQDBGridOptions options = m_grid->DBOptions();
+    options &= ~TLNQDBGridOptions(TDBGridOption::dgEditing);
+    options |= TDBGridOption::dgRowSelect;
+    options |= TDBGridOption::dgAlwaysShowSelection;
+    options.setFlag(TDBGridOption::dgMultiSelect, on);
+    m_grid->SetDBOptions(options);
+    if (!on) m_grid->SelectedRows().Clear();
+    m_all->setVisible(on);
+    m_unAll->setVisible(on);
+}
+
+void TPLAT_Searchfm::UpdateFieldName() {
+    const QSignalBlocker block(m_fieldBox);
+    m_fieldBox->clear();
+    int chosen = -1;
+    int containing = -1;
+    const TLNQDBGridColumns& columns = m_grid->Columns();
+    for (int i = 0; i < columns.Count(); ++i) {
+        const TColumn* column = columns.Items(i);
+        if (!column->Visible() || column->FieldName().isEmpty()) continue;
+        const QString title = plainTitle(column->Title().Caption());
+        m_fieldBox->addItem(title, column->FieldName());
+        const int at = m_fieldBox->count() - 1;
+        if (chosen < 0 && title == QStringLiteral("名称")) chosen = at;
+        if (containing < 0 && title.contains(QStringLiteral("名称"))) containing = at;
+    }
+    // Lists without a "名称" column search their first name-like column.
+    if (chosen < 0) chosen = containing >= 0 ? containing : (m_fieldBox->count() > 0 ? 0 : -1);
+    m_fieldBox->setCurrentIndex(chosen);
+    {
+        const QSignalBlocker blockEdit(m_edit);
+        m_edit->clear();
+    }
+    applySearch();
+}
+
+QString TPLAT_Searchfm::SearchFieldName() const {
+    return m_fieldBox->currentData().toString();
+}
+
+void TPLAT_Searchfm::SetSearchFieldName(const QString& fieldName) {
+    for (int i = 0; i < m_fieldBox->count(); ++i) {
+        if (m_fieldBox->itemData(i).toString().compare(fieldName, Qt::CaseInsensitive) == 0) {
+            m_fieldBox->setCurrentIndex(i);
+            return;
+        }
+    }
+}
+
+void TPLAT_Searchfm::SetSearchText(const QString& text) {
+    m_edit->setText(text);
+}
+
+QString TPLAT_Searchfm::SearchText() const {
+    return m_edit->text();
+}
+
+bool TPLAT_Searchfm::Accepts(TDataSet& dataSet) const {
+    if (m_needle.isEmpty() || m_fieldIndex < 0 || m_fieldIndex >= dataSet.FieldCount()) return true;
+    const QString text = dataSet.Fields(m_fieldIndex).AsString();
+    if (text.contains(m_needle, Qt::CaseInsensitive)) return true;
+    return !m_pinyinNeedle.isEmpty() && TUtils_Convert::StrToPY(text).contains(m_pinyinNeedle);
+}
+
+void TPLAT_Searchfm::applySearch() {
+    TDataSet* ds = m_dataSet.data();
+    m_needle = m_edit->text().trimmed();
+    m_pinyinNeedle = isPinyinNeedle(m_needle) ? m_needle.toUpper().toLatin1() : QByteArray();
+    m_fieldIndex = -1;
+    if (ds && ds->Active()) {
+        if (const TField* f = ds->FindField(SearchFieldName())) m_fieldIndex = f->Index();
+    }
+    if (!ds || !ds->Active()) {
+        updateCount();
+        return;
+    }
+    try {
+        if (!m_filterInstalled) {
+            // Installed once; the grid's own quick filters use the records
+            // filter and switch Filtered, which this callback survives.
+            ds->SetOnFilterRecord([this](TDataSet& d, bool& accept) { accept = Accepts(d); });
+            m_filterInstalled = true;
+        }
+        if (!ds->Filtered())
+            ds->SetFiltered(true);
+        else
+            ds->Refilter();
+    } catch (const Exception& e) {
+        QMessageBox::critical(this, QStringLiteral("错误提示"), e.Message());
+    }
+    updateCount();
+}
+
+void TPLAT_Searchfm::updateCount() {
+    const TDataSet* ds = m_dataSet.data();
+    const int n = ds && ds->Active() ? ds->RecordCount() : 0;
+    m_count->setText(QString::number(n) + QStringLiteral(" 条"));
+}
+
+void TPLAT_Searchfm::SelectAll() {
+    if (!m_multiSelect) return;
+    try {
+        m_grid->SelectedRows().SelectAll();
+    } catch (const Exception& e) {
+        QMessageBox::critical(this, QStringLiteral("错误提示"), e.Message());
+    }
+}
+
+void TPLAT_Searchfm::UnSelectAll() {
+    m_grid->SelectedRows().Clear();
+}
+
+void TPLAT_Searchfm::done(int result) {
+    m_modalResult = result;
+    m_finished = true;
+    QDialog::done(result);
+}
+
+void TPLAT_Searchfm::reject() {
+    done(mrCancel);
+}
+
+void TPLAT_Searchfm::accept() {
+    done(mrOk);
+}
+
+void TPLAT_Searchfm::showEvent(QShowEvent* event) {
+    m_finished = false;
+    m_modalResult = mrNone;
+    QDialog::showEvent(event);
+    m_edit->setFocus();
+}
+
+bool TPLAT_Searchfm::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress) return QDialog::eventFilter(watched, event);
+    auto* key = static_cast<QKeyEvent*>(event);
+    const Qt::KeyboardModifiers mods = key->modifiers() & ~Qt::KeypadModifier;
+    const bool enter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
+    if (watched == m_edit) {
+        // The list moves under the search text, so typing, arrows and Enter
+        // choose without leaving the edit.
+        switch (key->key()) {
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown: {
+            QKeyEvent copy(key->type(), key->key(), key->modifiers(), key->text());
+            QCoreApplication::sendEvent(m_grid, &copy);
+            return true;
+        }
+        default:
+            break;
+        }
+        if (enter && mods == Qt::NoModifier) {
+            accept();
+            return true;
+        }
+    } else if (watched == m_grid && enter && mods == Qt::NoModifier && !m_grid->EditorMode()) {
+        accept();
+        return true;
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+} // namespace lnq
