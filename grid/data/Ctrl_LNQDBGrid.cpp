@@ -908,10 +908,6 @@ void TBookmarkList::SetCurrentRowSelected(bool on) {
     m_grid.RefreshCells();
 }
 
-void TBookmarkList::SelectAll() {
-    selectViewRecords(false);
-}
-
 void TBookmarkList::InvertSelection() {
     selectViewRecords(true);
 }

@@ -403,10 +403,8 @@ public:
     bool CurrentRowSelected() const;
     void SetCurrentRowSelected(bool on);
     bool IsSelected(const TBookmark& bookmark) const { return IndexOf(bookmark) >= 0; }
-    // Every record of the view selected, in view order; and every record's
-    // selection inverted (the selected ones first dropped, the others added
-    // in view order). One pass over the view, the cursor put back.
-    void SelectAll();
+    // Every record's selection inverted (the selected ones dropped, the
+    // others added in view order). One pass over the view, the cursor put back.
     void InvertSelection();
 
 private:
