@@ -253,6 +253,15 @@ void TSuperEditDBFm::RedrawImage() {
     m_stack->setCurrentWidget(m_message);
 }
 
+void TSuperEditDBFm::paintEvent(QPaintEvent* event) {
+    QWidget::paintEvent(event);
+    // A frameless window needs its own edge to stand apart from the form
+    // beneath it.
+    QPainter p(this);
+    p.setPen(palette().color(QPalette::Shadow));
+    p.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
 QString TSuperEditDBFm::ShownText() const {
     return m_stack->currentWidget() == m_message ? m_message->property("MessageText").toString() : QString();
 }

@@ -94,6 +94,9 @@ public:
     // Forgets the dataset (the connection changed); the next use makes one.
     void ResetDataSet();
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     bool Fill(const QString& sql);
     void EnsureDataSet();

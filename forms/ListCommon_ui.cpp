@@ -195,6 +195,8 @@ void TListCommonfm::BuildUi() {
     side->setContentsMargins(0, 0, 0, 0);
     m_filterFrame = new TFilterFrame(m_sidePanel);
     side->addWidget(m_filterFrame);
+    // The side panel is narrow: one caption and value to a line.
+    m_filterFrame->Viewer()->SetColumnCount(1);
 
     auto* right = new QSplitter(Qt::Vertical, m_splitter);
     right->setObjectName(QStringLiteral("SplitterList"));
@@ -225,7 +227,7 @@ void TListCommonfm::BuildUi() {
 
     m_splitter->setStretchFactor(0, 0);
     m_splitter->setStretchFactor(1, 1);
-    m_splitter->setSizes({220, 700});
+    m_splitter->setSizes({240, 760});
     root->addWidget(m_splitter, 1);
 
     // Lists are read here and changed in the host's editor: no in-place
@@ -375,7 +377,11 @@ void TListCommonfm::PrepareFields() {
         const qsizetype again = m_searchFields.indexOf(chosen);
         m_searchField->setCurrentIndex(again >= 0 ? int(again) : (captions.isEmpty() ? -1 : 0));
     }
+    // A reload that keeps the field keeps the operator the user chose.
+    const QString op = m_opType->currentText();
     SearchFieldChanged();
+    if (m_searchFields.value(m_searchField->currentIndex()) == chosen && m_opType->findText(op) >= 0)
+        m_opType->setCurrentIndex(m_opType->findText(op));
 }
 
 // ------------------------------------------------------------ record change

@@ -120,6 +120,8 @@ public:
     QString SignType() const { return m_signType; }
     // The caption of the view or search the list shows ("" for the newest rows).
     QString ListCaption() const { return m_listCaption; }
+    // The SQL the list was last loaded with ("" for the newest rows).
+    QString CurrentSQL() const { return m_currentSql; }
 
     // Every message of the form goes through here (text, caption, the flags
     // of TClientUtils::MsgBox; returns the button). Default: the themed box.

@@ -1,9 +1,9 @@
 #include "forms/Plat_searchdialogfm_ui.h"
 
 #include "data/DataSet.h"
+#include "forms/Plat_searchlists.h"
 #include "grid/data/Ctrl_LNQDBGrid.h"
 #include "util/Exceptions.h"
-#include "util/Plat_convert.h"
 
 #include <QComboBox>
 #include <QCoreApplication>
@@ -25,13 +25,6 @@ QString plainTitle(QString title) {
     title.remove(QChar(0x2191)); // ↑
     title.remove(QChar(0x2193)); // ↓
     return title;
-}
-
-bool isPinyinNeedle(const QString& text) {
-    if (text.isEmpty()) return false;
-    for (const QChar c : text)
-        if (!(c.isDigit() && c.unicode() < 128) && !(c.unicode() < 128 && c.isLetter())) return false;
-    return true;
 }
 
 } // namespace
@@ -143,20 +136,15 @@ void TPLAT_Searchfm::SetMultiSelect(bool on) {
 void TPLAT_Searchfm::UpdateFieldName() {
     const QSignalBlocker block(m_fieldBox);
     m_fieldBox->clear();
-    int chosen = -1;
-    int containing = -1;
+    QStringList titles;
     const TLNQDBGridColumns& columns = m_grid->Columns();
     for (int i = 0; i < columns.Count(); ++i) {
         const TColumn* column = columns.Items(i);
         if (!column->Visible() || column->FieldName().isEmpty()) continue;
-        const QString title = plainTitle(column->Title().Caption());
-        m_fieldBox->addItem(title, column->FieldName());
-        const int at = m_fieldBox->count() - 1;
-        if (chosen < 0 && title == QStringLiteral("名称")) chosen = at;
-        if (containing < 0 && title.contains(QStringLiteral("名称"))) containing = at;
+        titles << plainTitle(column->Title().Caption());
+        m_fieldBox->addItem(titles.last(), column->FieldName());
     }
-    // Lists without a "名称" column search their first name-like column.
-    if (chosen < 0) chosen = containing >= 0 ? containing : (m_fieldBox->count() > 0 ? 0 : -1);
+    const int chosen = TSearchLists::DefaultSearchColumn(titles);
     m_fieldBox->setCurrentIndex(chosen);
     {
         const QSignalBlocker blockEdit(m_edit);
@@ -187,16 +175,13 @@ QString TPLAT_Searchfm::SearchText() const {
 }
 
 bool TPLAT_Searchfm::Accepts(TDataSet& dataSet) const {
-    if (m_needle.isEmpty() || m_fieldIndex < 0 || m_fieldIndex >= dataSet.FieldCount()) return true;
-    const QString text = dataSet.Fields(m_fieldIndex).AsString();
-    if (text.contains(m_needle, Qt::CaseInsensitive)) return true;
-    return !m_pinyinNeedle.isEmpty() && TUtils_Convert::StrToPY(text).contains(m_pinyinNeedle);
+    if (m_search.IsEmpty() || m_fieldIndex < 0 || m_fieldIndex >= dataSet.FieldCount()) return true;
+    return m_search.Matches(dataSet.Fields(m_fieldIndex).AsString());
 }
 
 void TPLAT_Searchfm::applySearch() {
     TDataSet* ds = m_dataSet.data();
-    m_needle = m_edit->text().trimmed();
-    m_pinyinNeedle = isPinyinNeedle(m_needle) ? m_needle.toUpper().toLatin1() : QByteArray();
+    m_search.SetText(m_edit->text());
     m_fieldIndex = -1;
     if (ds && ds->Active()) {
         if (const TField* f = ds->FindField(SearchFieldName())) m_fieldIndex = f->Index();

@@ -14,6 +14,8 @@
 // Results are the modal results of the lookup dialogs: mrOk (1) for a
 // choice, mrCancel (2) when the user cancelled.
 
+#include "forms/Plat_searchlists.h"
+
 #include <QDialog>
 #include <QPointer>
 #include <QString>
@@ -104,10 +106,7 @@ private:
     bool m_filterInstalled = false;
     bool m_finished = false;
     int m_modalResult = mrNone;
-    // Prepared from the search text: the text itself and, when it is letters
-    // and digits only, its upper-case form for the pinyin initials.
-    QString m_needle;
-    QByteArray m_pinyinNeedle;
+    TQuickSearchText m_search;
     int m_fieldIndex = -1;
 };
 

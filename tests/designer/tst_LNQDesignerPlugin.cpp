@@ -52,6 +52,20 @@ const char* const kForm = R"(<?xml version="1.0" encoding="UTF-8"?>
     </widget>
    </item>
    <item>
+    <widget class="lnq::TLNQSuperEdit" name="customer">
+     <property name="SQLs"><string>select iCustomerNo, vPYCode, vCustomerName from Cust_CustomersMain</string></property>
+     <property name="NoField"><string>iCustomerNo</string></property>
+     <property name="CodeField"><string>vPYCode</string></property>
+     <property name="ValueField"><string>vCustomerName</string></property>
+     <property name="AutoCheckAuthority"><bool>false</bool></property>
+     <property name="Column2Width"><number>160</number></property>
+     <property name="DropDownWidth"><number>500</number></property>
+     <property name="DropDownHeight"><number>300</number></property>
+     <property name="HasAddButton"><bool>true</bool></property>
+     <property name="HasRefreshButton"><bool>false</bool></property>
+    </widget>
+   </item>
+   <item>
     <widget class="lnq::TLNQDataWebBrowser" name="record">
      <property name="ColumnCount"><number>3</number></property>
     </widget>
@@ -97,7 +111,7 @@ private Q_SLOTS:
             QCOMPARE(QString::fromLatin1(made->metaObject()->className()), w->name());
         }
         QCOMPARE(names, (QStringList{"lnq::TLNQStringGrid", "lnq::TLNQMaskEdit", "lnq::TLNQDBGrid",
-                                     "lnq::TLNQDataWebBrowser", "lnq::TDataView"}));
+                                     "lnq::TLNQSuperEdit", "lnq::TLNQDataWebBrowser", "lnq::TDataView"}));
     }
 
     void formsLoadWithTheControls() {
@@ -105,8 +119,8 @@ private Q_SLOTS:
         ui.clearPluginPaths();
         ui.addPluginPath(QStringLiteral(LNQ_DESIGNER_PLUGIN_DIR));
         QVERIFY(ui.availableWidgets().contains(QStringLiteral("lnq::TLNQStringGrid")));
-        for (const char* name :
-             {"lnq::TLNQMaskEdit", "lnq::TLNQDBGrid", "lnq::TLNQDataWebBrowser", "lnq::TDataView"})
+        for (const char* name : {"lnq::TLNQMaskEdit", "lnq::TLNQDBGrid", "lnq::TLNQSuperEdit",
+                                 "lnq::TLNQDataWebBrowser", "lnq::TDataView"})
             QVERIFY2(ui.availableWidgets().contains(QString::fromLatin1(name)), name);
         QBuffer form;
         form.setData(QByteArray(kForm));
@@ -146,6 +160,28 @@ private Q_SLOTS:
         QCOMPARE(customers->property("CellFileName").toString(), QStringLiteral("客户报表"));
         QCOMPARE(customers->property("DefColorPerRows").toInt(), 2);
         QCOMPARE(customers->property("DBRowsHeight").toInt(), 22);
+        auto* customer = w->findChild<QLineEdit*>(QStringLiteral("customer"));
+        QVERIFY(customer);
+        QCOMPARE(QString::fromLatin1(customer->metaObject()->className()),
+                 QStringLiteral("lnq::TLNQSuperEdit"));
+        const std::pair<const char*, QVariant> lookup[] = {
+            {"SQLs", "select iCustomerNo, vPYCode, vCustomerName from Cust_CustomersMain"},
+            {"NoField", "iCustomerNo"},
+            {"CodeField", "vPYCode"},
+            {"ValueField", "vCustomerName"},
+            {"AutoCheckAuthority", false},
+            {"Column2Width", 160},
+            {"Column3Width", 0},
+            {"DropDownWidth", 500},
+            {"DropDownHeight", 300},
+            {"HasAddButton", true},
+            {"HasClearButton", true},
+            {"HasSearchButton", false},
+            {"HasRefreshButton", false},
+            {"No", "0"}};
+        for (const auto& [name, value] : lookup)
+            QVERIFY2(customer->property(name) == value, name);
+
         QWidget* record = w->findChild<QWidget*>(QStringLiteral("record"));
         QVERIFY(record);
         QCOMPARE(QString::fromLatin1(record->metaObject()->className()),

@@ -1,0 +1,75 @@
+// lnq lookup end to end: the select the lookup edit builds and its rows.
+
+#include "common/TestMain.h"
+#include "common/ToolRun.h"
+
+#include <QTemporaryDir>
+
+namespace {
+const QString kSql = QStringLiteral("select iCustomerNo, vCustomerName from Cust_CustomersMain");
+} // namespace
+
+class TestLnqLookup : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+    QString m_db;
+
+    lnqtest::ToolRun lookup(const QStringList& extra) {
+        return lnqtest::runTool(QStringList{"lookup", "--db", m_db, "--no-field", "iCustomerNo",
+                                            "--code-field", "vCustomerNo", "--value-field", "vCustomerName"} +
+                                extra);
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        m_db = m_dir.filePath(QStringLiteral("s.db"));
+        QCOMPARE(lnqtest::runTool({"init-db", m_db, "--sample"}).exitCode, 0);
+    }
+
+    void selects_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("sql");
+        QTest::newRow("quotes doubled")
+            << QStringList{"--sql", kSql, "O'Neil"} << kSql + " where vCustomerNo like '%O''Neil%'";
+        QTest::newRow("digits") << QStringList{"--sql", kSql, "123"}
+                                << kSql + " where iCustomerNo like '%123%'";
+        QTest::newRow("authority after a lower-case where")
+            << QStringList{"--sql", kSql + " where bIsAgent = 0", "--authority", "vProvince = '北京'", "12a"}
+            << kSql + " where bIsAgent = 0 and vCustomerNo like '%12a%' and vProvince = '北京'";
+    }
+    void selects() {
+        QFETCH(QStringList, args);
+        QFETCH(QString, sql);
+        const lnqtest::ToolRun r = lookup(args << "--print-sql");
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, sql + "\n");
+    }
+
+    void rows() {
+        const lnqtest::ToolRun r = lookup({"--sql", kSql, "--authority", "iCustomerNo < 5", "北京华信"});
+        QCOMPARE(r.exitCode, 0);
+        QCOMPARE(r.out, QStringLiteral("iCustomerNo\tvCustomerName\n1\t北京华信通达科技有限公司\n"));
+    }
+
+    void failures_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("errorPart");
+        QTest::newRow("no field for the text")
+            << QStringList{"--sql", kSql, "- /"} << 1 << "selects no field";
+        QTest::newRow("missing table")
+            << QStringList{"--sql", "select * from NoSuchTable", "x"} << 1 << "NoSuchTable";
+        QTest::newRow("no text") << QStringList{"--sql", kSql} << 2 << "TEXT";
+    }
+    void failures() {
+        QFETCH(QStringList, args);
+        QFETCH(int, exitCode);
+        QFETCH(QString, errorPart);
+        const lnqtest::ToolRun r = lookup(args);
+        QCOMPARE(r.exitCode, exitCode);
+        QVERIFY2(r.err.contains(errorPart), qPrintable(r.err));
+    }
+};
+
+LNQ_TEST_MAIN_CORE(TestLnqLookup)
+#include "tst_lnq_lookup.moc"
