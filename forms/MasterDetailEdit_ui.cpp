@@ -93,6 +93,7 @@ void TMasterDetailEditfm::buildUi() {
     layout->setContentsMargins(4, 4, 4, 4);
 
     auto* bar = new QHBoxLayout;
+    m_toolBar = bar;
     // The operations report their outcome themselves; the buttons drop it.
     const auto add = [&](const char* name, const QString& caption, std::function<void()> run) {
         auto* b = new QToolButton(this);
@@ -156,19 +157,38 @@ void TMasterDetailEditfm::buildUi() {
     layout->addWidget(m_footerPanel);
 }
 
+QToolButton* TMasterDetailEditfm::AddToolButton(const QString& objectName, const QString& caption,
+                                                bool editing) {
+    auto* b = new QToolButton(this);
+    b->setObjectName(objectName);
+    b->setText(caption);
+    b->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    b->setAutoRaise(true);
+    b->setFocusPolicy(Qt::NoFocus);
+    // Before the stretch and the state text at the end.
+    m_toolBar->insertWidget(m_toolBar->count() - 2, b);
+    if (editing) m_editingButtons.emplace_back(b);
+    updateState();
+    return b;
+}
+
 QToolButton* TMasterDetailEditfm::Button(const QString& objectName) const {
     return findChild<QToolButton*>(objectName);
 }
 
 void TMasterDetailEditfm::FormCreate() {
     ConfirmWord = QStringLiteral("确认");
-    // The field names as the tables spell them, so that master values can be
-    // addressed in any case.
+    // The field names as the tables spell them (master values are addressed
+    // in any case) and the detail fields' types (cell texts become values).
     try {
         const std::unique_ptr<TADODataSet> master = m_connection->ExecuteWithQuery(
             QStringLiteral("SELECT * FROM ") + MasterTable() + QStringLiteral(" WHERE 1=0"));
         for (const QString& name : master->FieldNames())
             m_masterNames.insert(upper(name), name);
+        const std::unique_ptr<TADODataSet> detail = m_connection->ExecuteWithQuery(
+            QStringLiteral("SELECT * FROM ") + DetailTable() + QStringLiteral(" WHERE 1=0"));
+        for (int i = 0; i < detail->FieldCount(); ++i)
+            m_detailTypes.insert(upper(detail->Fields(i).FieldName()), detail->Fields(i).DataType());
     } catch (const Exception& e) {
         ShowMessage(e.Message(), kError, mb::Ok | mb::IconHand);
     }
@@ -190,12 +210,7 @@ void TMasterDetailEditfm::FormCreate() {
     m_loading = false;
     m_grid->SetGridTail(true);
     m_created = true;
-    clearDocument();
-    m_loading = true;
-    InitNewDocument();
-    m_loading = false;
-    setModified(false);
-    updateState();
+    startNewDocument();
 }
 
 void TMasterDetailEditfm::ApplinkInit(const QString& params) {
@@ -382,6 +397,8 @@ void TMasterDetailEditfm::updateState() {
     enable("SpeedButtonUnDoConfirm", canConfirm && confirmed);
     enable("SpeedButtonAddLine", !confirmed);
     enable("SpeedButtonDeleteLine", !confirmed);
+    for (const QPointer<QToolButton>& b : m_editingButtons)
+        if (b) b->setEnabled(!confirmed);
 
     m_grid->SetGridReadOnly(confirmed);
     for (const TBinding& b : m_bindings) {
@@ -414,9 +431,10 @@ void TMasterDetailEditfm::updateState() {
         const QDateTime when =
             timeField.isEmpty() ? QDateTime() : m_master.value(upper(timeField)).toDateTime();
         if (user.isEmpty() && !when.isValid()) return;
-        QString text = caption + QStringLiteral("：") + user;
-        if (when.isValid()) text += QLatin1Char(' ') + when.toString(format);
-        audit << text;
+        QStringList parts;
+        if (!user.isEmpty()) parts << user;
+        if (when.isValid()) parts << when.toString(format);
+        audit << caption + QStringLiteral("：") + parts.join(QLatin1Char(' '));
     };
     part(QStringLiteral("制单"), CreateUserField(), CreateTimeField(), QStringLiteral("yyyy-MM-dd HH:mm"));
     part(QStringLiteral("修改"), ModifyUserField(), ModifyTimeField(), QStringLiteral("yyyy-MM-dd HH:mm"));
@@ -443,16 +461,23 @@ bool TMasterDetailEditfm::askSaveChanges() {
 // ---------------------------------------------------------------------------
 // Loading
 
-QString TMasterDetailEditfm::masterSelect(int key) const {
-    return QStringLiteral("SELECT * FROM ") + MasterTable() + QStringLiteral(" WHERE ") + MasterKeyField() +
-           QStringLiteral(" = ") + QString::number(key);
-}
-
-QString TMasterDetailEditfm::linesSelect(int key) const {
-    QString sql = QStringLiteral("SELECT * FROM ") + DetailTable() + QStringLiteral(" WHERE ") +
-                  DetailKeyField() + QStringLiteral(" = ") + QString::number(key);
-    if (!DetailOrderField().isEmpty()) sql += QStringLiteral(" ORDER BY ") + DetailOrderField();
-    return sql;
+TMasterDetailSettings TMasterDetailEditfm::DocumentSettings() const {
+    TMasterDetailSettings s;
+    s.MasterTable = MasterTable();
+    s.MasterKeyField = MasterKeyField();
+    s.DetailTable = DetailTable();
+    s.DetailKeyField = DetailKeyField();
+    s.DetailLineKeyField = DetailLineKeyField();
+    s.DetailOrderField = DetailOrderField();
+    s.ConfirmStateField = ConfirmStateField();
+    s.ConfirmUserField = ConfirmUserField();
+    s.ConfirmDateField = ConfirmDateField();
+    s.CreateUserField = CreateUserField();
+    s.CreateTimeField = CreateTimeField();
+    s.ModifyUserField = ModifyUserField();
+    s.ModifyTimeField = ModifyTimeField();
+    s.ConfirmWord = ConfirmWord;
+    return s;
 }
 
 void TMasterDetailEditfm::clearDocument() {
@@ -471,29 +496,40 @@ void TMasterDetailEditfm::clearDocument() {
     recalcTotals();
 }
 
-bool TMasterDetailEditfm::NewDocument() {
-    if (!askSaveChanges()) return false;
+void TMasterDetailEditfm::startNewDocument() {
     clearDocument();
     m_loading = true;
     InitNewDocument();
     m_loading = false;
-    m_modified = true; // so the state below is announced even when it was set
+    m_modified = true; // so that the clean state below is announced
     setModified(false);
+    Q_EMIT ConfirmStateChanged(false);
+}
+
+bool TMasterDetailEditfm::NewDocument() {
+    if (!askSaveChanges()) return false;
+    startNewDocument();
+    return true;
+}
+
+bool TMasterDetailEditfm::reload(int key) {
+    TMasterDetailDocument doc(*m_connection, DocumentSettings());
+    TDocumentValues master;
+    std::vector<TDocumentValues> lines;
+    if (!doc.Load(key, master, lines)) return false;
+    showDocument(master, lines);
     return true;
 }
 
 bool TMasterDetailEditfm::LoadDocument(int key) {
     if (!askSaveChanges()) return false;
     try {
-        const std::unique_ptr<TADODataSet> master = m_connection->ExecuteWithQuery(masterSelect(key));
-        if (master->IsEmpty()) {
+        if (!reload(key)) {
             ShowMessage(QStringLiteral("没有找到单据（") + MasterKeyField() + QStringLiteral("=") +
                             QString::number(key) + QStringLiteral("）"),
                         kPrompt, mb::Ok | mb::IconAsterisk);
             return false;
         }
-        const std::unique_ptr<TADODataSet> lines = m_connection->ExecuteWithQuery(linesSelect(key));
-        showDocument(*master, *lines);
     } catch (const Exception& e) {
         ShowMessage(e.Message(), kError, mb::Ok | mb::IconHand);
         return false;
@@ -502,44 +538,40 @@ bool TMasterDetailEditfm::LoadDocument(int key) {
     return true;
 }
 
-void TMasterDetailEditfm::showDocument(TDataSet& master, TDataSet& lines) {
+void TMasterDetailEditfm::showDocument(const TDocumentValues& master,
+                                       const std::vector<TDocumentValues>& lines) {
     m_loading = true;
     m_grid->HideEditor();
-    m_master.clear();
-    master.First();
-    for (int i = 0; i < master.FieldCount(); ++i) {
-        const TField& f = master.Fields(i);
-        m_master.insert(upper(f.FieldName()), f.AsVariant());
-    }
-    m_key = master.FieldByName(MasterKeyField()).AsInteger();
+    m_master = master;
+    m_key = master.value(upper(MasterKeyField())).toInt();
     for (TBinding& b : m_bindings)
         if (b.Editor && b.Write) b.Write(m_master.value(upper(b.Field)));
 
-    m_grid->SetRowCount(lines.RecordCount() + 2);
+    m_grid->SetRowCount(int(lines.size()) + 2);
     TClientUtils::ClearLNQStringGrid(*m_grid);
-    int row = 1;
     const TGridCols& cols = m_grid->GridCols();
-    for (lines.First(); !lines.Eof(); lines.Next(), ++row) {
+    int row = 1;
+    for (const TDocumentValues& line : lines) {
         for (int c = 1; c < cols.Count(); ++c) {
             const TGridCol* col = cols[c];
-            const TField* f = lines.FindField(col->ColName());
-            if (!f) continue;
-            if (f->IsNull()) {
+            const auto it = line.constFind(upper(col->ColName()));
+            if (it == line.constEnd()) continue;
+            const QVariant& v = *it;
+            if (v.isNull()) {
                 m_grid->SetCellValS(row, col->ColName(), QString());
-            } else if (IsDateTypeGroup(f->DataType())) {
-                const QDateTime dt = f->AsDateTime();
+            } else if (v.metaType().id() == QMetaType::QDateTime) {
+                const QDateTime dt = v.toDateTime();
                 m_grid->SetCellValS(row, col->ColName(),
                                     dt.time() == QTime(0, 0)
                                         ? dt.toString(QStringLiteral("yyyy-MM-dd"))
                                         : dt.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
             } else if (IsNumericDataTypePro(col->DataTypePro())) {
-                m_grid->SetCellValF(row, col->ColName(), f->AsFloat());
-            } else if (isIntegerType(f->DataType()) && !IsBooleanTypeGroup(f->DataType())) {
-                m_grid->SetCellValS(row, col->ColName(), QString::number(f->AsLargeInt()));
+                m_grid->SetCellValF(row, col->ColName(), v.toDouble());
             } else {
-                m_grid->SetCellValS(row, col->ColName(), f->AsString());
+                m_grid->SetCellValS(row, col->ColName(), v.toString());
             }
         }
+        ++row;
     }
     m_grid->FocusCell(std::min(1, m_grid->ColCount() - 1), 1);
     m_loading = false;
@@ -572,33 +604,21 @@ int TMasterDetailEditfm::DetailLineCount() const {
     return n;
 }
 
-void TMasterDetailEditfm::writeLines(int key) {
-    // The lines are replaced as a whole: the old ones go, the grid's are
-    // inserted in their order.
-    m_connection->ExecuteNonQuery(QStringLiteral("DELETE FROM ") + DetailTable() + QStringLiteral(" WHERE ") +
-                                  DetailKeyField() + QStringLiteral(" = ") + QString::number(key));
-    const std::unique_ptr<TADODataSet> lines = m_connection->ExecuteWithQuery(
-        QStringLiteral("SELECT * FROM ") + DetailTable() + QStringLiteral(" WHERE 1=0"));
+std::vector<TDocumentValues> TMasterDetailEditfm::gridLines() const {
+    std::vector<TDocumentValues> lines;
     const TGridCols& cols = m_grid->GridCols();
-    TField* state = ConfirmStateField().isEmpty() ? nullptr : lines->FindField(ConfirmStateField());
     for (int row = 1; row < m_grid->RowCount(); ++row) {
         if (!lineHasData(row)) continue;
-        lines->Append();
-        lines->FieldByName(DetailKeyField()).SetAsInteger(key);
+        TDocumentValues line;
         for (int c = 1; c < cols.Count(); ++c) {
             const QString name = cols[c]->ColName();
-            if (name.isEmpty() || name.compare(DetailKeyField(), Qt::CaseInsensitive) == 0 ||
-                (!DetailLineKeyField().isEmpty() &&
-                 name.compare(DetailLineKeyField(), Qt::CaseInsensitive) == 0))
-                continue;
-            TField* f = lines->FindField(name);
-            if (!f) continue;
-            const QVariant v = cellToValue(*m_grid, row, name, f->DataType());
-            if (!v.isNull()) f->SetAsVariant(v);
+            const auto type = m_detailTypes.constFind(upper(name));
+            if (name.isEmpty() || type == m_detailTypes.constEnd()) continue;
+            line.insert(upper(name), cellToValue(*m_grid, row, name, *type));
         }
-        if (state && state->IsNull()) state->SetAsString(QStringLiteral("未") + ConfirmWord);
-        lines->Post();
+        lines.push_back(std::move(line));
     }
+    return lines;
 }
 
 bool TMasterDetailEditfm::SaveDocument() {
@@ -610,75 +630,25 @@ bool TMasterDetailEditfm::SaveDocument() {
     }
     if (vetoed(CanSave(), OnBeforeSave)) return false;
 
-    const bool inserting = m_key == 0;
-    const QString user = AuditUserText();
-    const QDateTime now = Clock::now();
-    QMap<QString, QVariant> values = m_master;
+    TDocumentValues values = m_master;
     for (const TBinding& b : m_bindings)
         if (b.Editor && b.Read) values.insert(upper(b.Field), b.Read());
-    const auto setAudit = [&](const QString& field, const QVariant& v) {
-        if (!field.isEmpty()) values.insert(upper(field), v);
-    };
-    if (inserting) {
-        setAudit(CreateUserField(), user);
-        setAudit(CreateTimeField(), now);
-        if (!ConfirmStateField().isEmpty() && values.value(upper(ConfirmStateField())).isNull())
-            setAudit(ConfirmStateField(), QStringLiteral("未") + ConfirmWord);
-    }
-    setAudit(ModifyUserField(), user);
-    setAudit(ModifyTimeField(), now);
-
-    int key = m_key;
-    bool began = false;
+    int key = 0;
     try {
-        m_connection->BeginTrans();
-        began = true;
-        std::unique_ptr<TADODataSet> master = m_connection->ExecuteWithQuery(
-            inserting ? QStringLiteral("SELECT * FROM ") + MasterTable() + QStringLiteral(" WHERE 1=0")
-                      : masterSelect(m_key));
-        if (inserting) {
-            master->Append();
-        } else {
-            if (master->IsEmpty())
-                throw EDatabaseError(QStringLiteral("单据已被删除（") + MasterKeyField() +
-                                     QStringLiteral("=") + QString::number(m_key) + QStringLiteral("）"));
-            master->Edit();
-        }
-        for (int i = 0; i < master->FieldCount(); ++i) {
-            TField& f = master->Fields(i);
-            if (f.FieldName().compare(MasterKeyField(), Qt::CaseInsensitive) == 0) continue;
-            const auto it = values.constFind(upper(f.FieldName()));
-            if (it == values.constEnd()) continue;
-            if (inserting && it->isNull()) continue; // the database's default
-            if (it->isNull())
-                f.Clear();
-            else
-                f.SetAsVariant(*it);
-        }
-        master->Post();
-        key = master->FieldByName(MasterKeyField()).AsInteger();
-        writeLines(key);
-        AfterSaveData(key);
-        m_connection->CommitTrans();
-        began = false;
+        const std::vector<TDocumentValues> lines = gridLines();
+        TMasterDetailDocument doc(*m_connection, DocumentSettings());
+        key = doc.Save(m_key, values, lines, AuditUserText(), Clock::now(),
+                       [this](int saved) { AfterSaveData(saved); });
     } catch (const Exception& e) {
-        if (began) {
-            try {
-                m_connection->RollbackTrans();
-            } catch (const Exception&) {
-                // The rollback's own failure adds nothing the user can act on.
-            }
-        }
+        // The database is as it was; the form keeps what the user entered.
         ShowMessage(QStringLiteral("保存失败：") + e.Message(), kError, mb::Ok | mb::IconHand);
         return false;
     }
 
-    // Read back what the database holds (defaults, the lines' order).
+    // Show what the database holds now (defaults, audit fields, line order).
     m_key = key;
     try {
-        const std::unique_ptr<TADODataSet> master = m_connection->ExecuteWithQuery(masterSelect(key));
-        const std::unique_ptr<TADODataSet> lines = m_connection->ExecuteWithQuery(linesSelect(key));
-        if (!master->IsEmpty()) showDocument(*master, *lines);
+        reload(key);
     } catch (const Exception& e) {
         ShowMessage(e.Message(), kError, mb::Ok | mb::IconHand);
     }
@@ -703,35 +673,14 @@ bool TMasterDetailEditfm::DeleteDocument() {
         id::Yes)
         return false;
     const int key = m_key;
-    bool began = false;
     try {
-        m_connection->BeginTrans();
-        began = true;
-        m_connection->ExecuteNonQuery(QStringLiteral("DELETE FROM ") + DetailTable() +
-                                      QStringLiteral(" WHERE ") + DetailKeyField() + QStringLiteral(" = ") +
-                                      QString::number(key));
-        m_connection->ExecuteNonQuery(QStringLiteral("DELETE FROM ") + MasterTable() +
-                                      QStringLiteral(" WHERE ") + MasterKeyField() + QStringLiteral(" = ") +
-                                      QString::number(key));
-        m_connection->CommitTrans();
-        began = false;
+        TMasterDetailDocument(*m_connection, DocumentSettings()).Delete(key);
     } catch (const Exception& e) {
-        if (began) {
-            try {
-                m_connection->RollbackTrans();
-            } catch (const Exception&) {
-            }
-        }
         ShowMessage(QStringLiteral("删除失败：") + e.Message(), kError, mb::Ok | mb::IconHand);
         return false;
     }
     m_modified = false;
-    clearDocument();
-    m_loading = true;
-    InitNewDocument();
-    m_loading = false;
-    m_modified = true;
-    setModified(false);
+    startNewDocument();
     Q_EMIT DocumentDeleted(key);
     return true;
 }
@@ -755,63 +704,26 @@ bool TMasterDetailEditfm::setConfirmation(bool confirm) {
     // What is confirmed is what the database holds.
     if (confirm && (m_modified || m_key == 0) && !SaveDocument()) return false;
 
-    const QString state = (confirm ? QStringLiteral("已") : QStringLiteral("未")) + ConfirmWord;
-    const QString user = CurrentUserName();
-    const QDateTime today(Clock::today(), QTime(0, 0));
-    const auto stamp = [&](TDataSet& ds) {
-        ds.FieldByName(ConfirmStateField()).SetAsString(state);
-        if (TField* u = ConfirmUserField().isEmpty() ? nullptr : ds.FindField(ConfirmUserField()))
-            u->SetAsString(user);
-        if (TField* d = ConfirmDateField().isEmpty() ? nullptr : ds.FindField(ConfirmDateField()))
-            d->SetAsDateTime(today);
-    };
-    bool began = false;
+    const QString action = (confirm ? QString() : QStringLiteral("取消")) + ConfirmWord;
     try {
-        m_connection->BeginTrans();
-        began = true;
-        const std::unique_ptr<TADODataSet> master = m_connection->ExecuteWithQuery(masterSelect(m_key));
-        if (master->IsEmpty())
-            throw EDatabaseError(QStringLiteral("单据已被删除（") + MasterKeyField() + QStringLiteral("=") +
-                                 QString::number(m_key) + QStringLiteral("）"));
-        master->Edit();
-        stamp(*master);
-        master->Post();
-        const std::unique_ptr<TADODataSet> lines = m_connection->ExecuteWithQuery(linesSelect(m_key));
-        if (lines->FindField(ConfirmStateField())) {
-            for (lines->First(); !lines->Eof(); lines->Next()) {
-                lines->Edit();
-                stamp(*lines);
-                lines->Post();
-            }
-        }
-        if (confirm)
-            DoConfirmData();
-        else
-            UndoConfirmData();
-        m_connection->CommitTrans();
-        began = false;
+        TMasterDetailDocument(*m_connection, DocumentSettings())
+            .SetConfirmation(m_key, confirm, CurrentUserName(), Clock::today(), [this, confirm] {
+                if (confirm)
+                    DoConfirmData();
+                else
+                    UndoConfirmData();
+            });
     } catch (const Exception& e) {
-        if (began) {
-            try {
-                m_connection->RollbackTrans();
-            } catch (const Exception&) {
-            }
-        }
-        ShowMessage((confirm ? QString() : QStringLiteral("取消")) + ConfirmWord + QStringLiteral("失败：") +
-                        e.Message(),
-                    kError, mb::Ok | mb::IconHand);
+        ShowMessage(action + QStringLiteral("失败：") + e.Message(), kError, mb::Ok | mb::IconHand);
         return false;
     }
     try {
-        const std::unique_ptr<TADODataSet> master = m_connection->ExecuteWithQuery(masterSelect(m_key));
-        const std::unique_ptr<TADODataSet> lines = m_connection->ExecuteWithQuery(linesSelect(m_key));
-        if (!master->IsEmpty()) showDocument(*master, *lines);
+        reload(m_key);
     } catch (const Exception& e) {
         ShowMessage(e.Message(), kError, mb::Ok | mb::IconHand);
     }
     updateState();
-    ShowMessage((confirm ? QString() : QStringLiteral("取消")) + ConfirmWord + QStringLiteral("成功"),
-                kPrompt, mb::Ok | mb::IconAsterisk);
+    ShowMessage(action + QStringLiteral("成功"), kPrompt, mb::Ok | mb::IconAsterisk);
     return true;
 }
 
@@ -850,6 +762,12 @@ void TMasterDetailEditfm::ensureTrailingLine() {
     if (last >= 1 && !lineHasData(last)) return;
     m_grid->SetRowCount(m_grid->RowCount() + 1);
     m_grid->SetRowHeights(m_grid->RowCount() - 1, m_grid->RowsHeight());
+}
+
+void TMasterDetailEditfm::DetailLinesChanged() {
+    ensureTrailingLine();
+    recalcTotals();
+    MarkModified();
 }
 
 void TMasterDetailEditfm::cellEdited(int col, int row) {

@@ -24,7 +24,8 @@
 // Messages go through OnMessageBox (TClientUtils::MsgBox unless replaced), so
 // hosts can theme them and tests can answer them.
 
-#include "data/DataSet.h"
+#include "data/FieldTypes.h"
+#include "forms/MasterDetailDoc.h"
 
 #include <QMap>
 #include <QPointer>
@@ -39,6 +40,7 @@ class QCheckBox;
 class QComboBox;
 class QDateTimeEdit;
 class QGridLayout;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QMimeData;
@@ -117,6 +119,7 @@ public:
     QWidget* HeaderPanel() const { return m_headerPanel; }
     QWidget* FooterPanel() const { return m_footerPanel; }
     IConnection& Connection() const { return *m_connection; }
+    std::shared_ptr<IConnection> ConnectionPtr() const { return m_connection; }
     IServicesInterface* Services() const { return m_services; }
     QToolButton* Button(const QString& objectName) const;
 
@@ -135,6 +138,12 @@ public:
     // A caption and an editor in the header panel's grid.
     void AddHeaderEditor(const QString& caption, QWidget* editor, int row, int column, int columnSpan = 1);
     void MarkModified();
+    // A button of the deriving form on the toolbar (before the state text);
+    // an editing button is disabled while the document is confirmed.
+    QToolButton* AddToolButton(const QString& objectName, const QString& caption, bool editing);
+    // Cells changed by the program (a product put on a line): keeps an empty
+    // line at the end, recomputes the totals and marks the document modified.
+    void DetailLinesChanged();
 
     // The deriving form's word for confirmation ("确认" after FormCreate).
     QString ConfirmWord;
@@ -202,6 +211,8 @@ protected:
     virtual void DoConfirmData() {}
     virtual void UndoConfirmData() {}
 
+    // The settings above as one value (ConfirmWord included).
+    TMasterDetailSettings DocumentSettings() const;
     int ShowMessage(const QString& text, const QString& caption, int flags);
     // The confirming user is recorded by name (as the list form does); the
     // creating and editing users by code, the text authority conditions
@@ -221,19 +232,18 @@ private:
     void updateState();
     void setModified(bool modified);
     void clearDocument();
+    void startNewDocument();
     bool askSaveChanges();
     bool vetoed(bool virtualAnswer, const std::function<void(TMasterDetailEditfm&, bool&)>& event);
-    void loadRows(int key, TDataSet& master, TDataSet& lines);
-    void showDocument(TDataSet& master, TDataSet& lines);
-    void writeLines(int key);
+    bool reload(int key);
+    void showDocument(const TDocumentValues& master, const std::vector<TDocumentValues>& lines);
+    std::vector<TDocumentValues> gridLines() const;
     bool setConfirmation(bool confirm);
     bool lineHasData(int row) const;
     bool isDataColumn(int col) const;
     void recalcTotals();
     void cellEdited(int col, int row);
     void ensureTrailingLine();
-    QString masterSelect(int key) const;
-    QString linesSelect(int key) const;
     TBinding* bindingFor(const QString& field);
     const TBinding* bindingFor(const QString& field) const;
 
@@ -243,10 +253,13 @@ private:
     bool m_modified = false;
     bool m_loading = false;
     bool m_created = false;
-    QMap<QString, QVariant> m_master;     // field name (upper-case) -> value
-    QMap<QString, QString> m_masterNames; // upper-case -> field name as the table spells it
+    TDocumentValues m_master;                // field name (upper-case) -> value
+    QMap<QString, QString> m_masterNames;    // upper-case -> field name as the table spells it
+    QMap<QString, TFieldType> m_detailTypes; // detail field (upper-case) -> its type
     std::vector<TBinding> m_bindings;
 
+    QHBoxLayout* m_toolBar = nullptr;
+    std::vector<QPointer<QToolButton>> m_editingButtons;
     QWidget* m_headerPanel = nullptr;
     QGridLayout* m_headerLayout = nullptr;
     QWidget* m_footerPanel = nullptr;
