@@ -1,0 +1,275 @@
+// The demo client's own logic: where links lead, what a signed-in user's
+// groups open (screens and shared views), the record editor posting through
+// the dataset, deleting through a link, and the host services' numbering and
+// recent views.
+
+#include "common/SampleDb.h"
+#include "common/TestMain.h"
+#include "data/DataSet.h"
+#include "data/Plat_dataenvironment.h"
+#include "demo/DemoConnection.h"
+#include "demo/DemoPrompt_ui.h"
+#include "demo/DemoScreens.h"
+#include "demo/DemoServices.h"
+#include "demo/ListScreens_ui.h"
+#include "demo/MainWindow_ui.h"
+#include "demo/RecordEdit_ui.h"
+#include "filter/Ctrl_FilterFrame.h"
+#include "grid/core/Ctrl_LNQMaskEdit.h"
+#include "util/Clock.h"
+#include "util/Gbk.h"
+#include "util/Plat_clientutils.h"
+#include "util/Plat_clientutils_ui.h"
+
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTreeWidget>
+
+using namespace lnq;
+
+class tst_DemoApp : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<TADOConnection> m_ado;
+    std::shared_ptr<TDemoConnection> m_conn;
+    std::unique_ptr<TDemoServices> m_services;
+    QStringList m_messages;
+
+    std::unique_ptr<TDemoMainfm> signedIn(const QString& user) {
+        if (!m_conn->SignIn(user)) return nullptr;
+        return std::make_unique<TDemoMainfm>(m_conn, *m_services, m_ado->DatabaseFile());
+    }
+    QString scalar(const QString& sql) { return m_conn->ExecuteWithQuery(sql)->Fields(0).AsString(); }
+
+private Q_SLOTS:
+    void initTestCase() {
+        Clock::setFixedNow(QDateTime(QDate(2026, 3, 15), QTime(10, 0)));
+        TDataEnvironment::SetCacheFileName(m_dir.filePath(QStringLiteral("FldAttr.xml")));
+        m_ado = std::make_unique<TADOConnection>();
+        lnqtest::openSmallSample(*m_ado, m_dir.filePath(QStringLiteral("demo.db")));
+        EnsureDemoViews(*m_ado);
+        TDataEnvironment::GetInstance(*m_ado);
+        m_conn = std::make_shared<TDemoConnection>(*m_ado);
+        m_services = std::make_unique<TDemoServices>(
+            std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("demo.ini")), QSettings::IniFormat));
+        m_services->SetConnection(m_conn);
+        m_services->RegisterReceiptTable(QStringLiteral("SaleOrder"), QStringLiteral("Sal_SaleMain"),
+                                         QStringLiteral("vReceiptNo"));
+        SetDemoMsgBox([this](const QString& text, const QString&, int flags) {
+            m_messages << text;
+            return (flags & 0x0F) == mb::YesNo ? id::Yes : id::Ok;
+        });
+    }
+    void cleanupTestCase() {
+        SetDemoMsgBox({});
+        m_services.reset();
+        m_conn.reset();
+        TDataEnvironment::FreeInstance();
+        Clock::setFixedNow(std::nullopt);
+    }
+    void init() { m_messages.clear(); }
+
+    void routes_data() {
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<int>("route");
+        QTest::addColumn<QString>("screen");
+        QTest::addColumn<QString>("key");
+        const int edit = int(TLinkRoute::RecordEdit), del = int(TLinkRoute::RecordDelete),
+                  order = int(TLinkRoute::OrderEdit), screen = int(TLinkRoute::Screen),
+                  none = int(TLinkRoute::Unknown);
+        QTest::newRow("edit") << "app://Customer?Action=EDIT&KeyField=12" << edit << "Customer"
+                              << "12";
+        QTest::newRow("insert, any case") << "APP://customer?action=insert" << edit << "Customer"
+                                          << "";
+        QTest::newRow("delete") << "app://Product?Action=DELETE&KeyField=3" << del << "Product"
+                                << "3";
+        QTest::newRow("edit without key") << "app://Agent?Action=EDIT" << screen << "Agent"
+                                          << "";
+        QTest::newRow("detail") << "app://Supplier?KeyField=7" << screen << "Supplier"
+                                << "7";
+        QTest::newRow("order edit") << "app://SaleOrder?Action=EDIT&KeyField=5" << order << "SaleOrder"
+                                    << "5";
+        QTest::newRow("order insert") << "app://SaleOrder?Action=INSERT" << order << "SaleOrder"
+                                      << "";
+        QTest::newRow("order detail") << "app://SaleOrder?KeyField=5" << screen << "SaleOrder"
+                                      << "5";
+        QTest::newRow("property link")
+            << "app://ShowContactDetail?iCustomerNo=3&vContact=王伟" << screen << "Customer"
+            << "";
+        QTest::newRow("unknown target") << "app://Nowhere?Action=EDIT&KeyField=1" << none << ""
+                                        << "1";
+        QTest::newRow("not app") << "http://www.example.com/?KeyField=1" << none << ""
+                                 << "";
+        QTest::newRow("no target") << "app://?Action=INSERT" << none << ""
+                                   << "";
+    }
+    void routes() {
+        QFETCH(QString, link);
+        QFETCH(int, route);
+        QFETCH(QString, screen);
+        QFETCH(QString, key);
+        const TAppLink parsed = ParseAppLink(link);
+        QCOMPARE(int(RouteOfLink(parsed)), route);
+        QCOMPARE(parsed.Key, key);
+        const TDemoScreen* s = parsed.Valid ? FindDemoScreen(parsed.Target) : nullptr;
+        QCOMPARE(s ? s->Id : QString(), screen);
+    }
+
+    // The navigation tree and the shared views follow the signed-in user.
+    void signInDecidesViews_data() {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<bool>("admin");
+        QTest::addColumn<QStringList>("seen");
+        QTest::addColumn<QStringList>("hidden");
+        QTest::newRow("admin") << "admin" << true << QStringList{"常用视图\\北京客户", "旧版视图\\上海客户"}
+                               << QStringList{"销售分析\\最近30天拜访", "我的视图\\外资客户"};
+        QTest::newRow("sales") << "lina" << false
+                               << QStringList{"常用视图\\北京客户", "销售分析\\重点或大额信用客户",
+                                              "销售分析\\最近30天拜访"}
+                               << QStringList{"客服专区\\待回访客户", "我的视图\\华东地区客户"};
+        QTest::newRow("service") << "chenjing" << false
+                                 << QStringList{"客服专区\\待回访客户", "销售分析\\北京重点客户"}
+                                 << QStringList{"销售分析\\重点或大额信用客户", "销售分析\\最近30天拜访"};
+        QTest::newRow("quote in name")
+            << "o'neil" << false << QStringList{"我的视图\\外资客户", "我的视图\\华东地区客户"}
+            << QStringList{"客服专区\\待回访客户"};
+    }
+    void signInDecidesViews() {
+        QFETCH(QString, user);
+        QFETCH(bool, admin);
+        QFETCH(QStringList, seen);
+        QFETCH(QStringList, hidden);
+        auto main = signedIn(user);
+        QVERIFY(main);
+        QStringList captions;
+        for (QTreeWidgetItemIterator it(main->NavTree()); *it; ++it)
+            captions << (*it)->text(0);
+        QVERIFY(captions.contains(QStringLiteral("客户")));
+        QCOMPARE(captions.contains(QStringLiteral("用户")), admin);
+        QCOMPARE(captions.contains(QStringLiteral("数据备份")), admin);
+        QCOMPARE(main->OpenScreen(QStringLiteral("SystemUser")) != nullptr, admin);
+        auto* list = qobject_cast<TDemoListfm*>(main->OpenScreen(QStringLiteral("Customer")));
+        QVERIFY(list);
+        for (const QString& path : seen)
+            QVERIFY2(list->FilterFrame()->OpenFilter(path), qPrintable(path));
+        for (const QString& path : hidden)
+            QVERIFY2(!list->FilterFrame()->OpenFilter(path), qPrintable(path));
+        QCOMPARE(TClientUtils::GetCurrentUserCode(*m_conn), user);
+    }
+
+    void disabledUserCannotSignIn() {
+        QVERIFY(m_conn->SignIn(QStringLiteral("admin")));
+        QVERIFY(!m_conn->SignIn(QStringLiteral("retired")));
+        QVERIFY(!m_conn->SignIn(QStringLiteral("nobody' or '1'='1")));
+        QCOMPARE(m_conn->CurrentUser().Code, QStringLiteral("admin"));
+    }
+
+    // An edit link opens the record editor; what is typed is posted to the row.
+    void editLinkPostsRecord() {
+        auto main = signedIn(QStringLiteral("zhangwei"));
+        main->OpenScreen(QStringLiteral("Customer"));
+        bool shown = false;
+        main->OnBeforeEditorShow = [&](QDialog& d) {
+            shown = true;
+            auto& editor = static_cast<TDemoRecordEditfm&>(d);
+            auto* tel = qobject_cast<TLNQMaskEdit*>(editor.EditorOf(QStringLiteral("vTel")));
+            auto* credit = qobject_cast<TLNQMaskEdit*>(editor.EditorOf(QStringLiteral("mCreditLimit")));
+            QVERIFY(tel && credit);
+            QVERIFY(!editor.EditorOf(QStringLiteral("vAllowedUsers"))); // sharing stays with the views
+            tel->selectAll();
+            QTest::keyClicks(tel, QStringLiteral("010-88886666"));
+            credit->selectAll();
+            QTest::keyClicks(credit, QStringLiteral("12a"));
+            editor.findChild<QPushButton*>(QStringLiteral("SaveButton"))->click();
+            QCOMPARE(m_messages.size(), 0); // the masked edit refused the letter
+            QVERIFY(!editor.isVisible());
+        };
+        TClientUtils::OpenAppLink(*m_services, QStringLiteral("app://Customer?Action=EDIT&KeyField=2"));
+        QVERIFY(shown);
+        QCOMPARE(scalar(QStringLiteral("select vTel from Cust_CustomersMain where iCustomerNo=2")),
+                 QStringLiteral("010-88886666"));
+        QCOMPARE(scalar(QStringLiteral("select mCreditLimit from Cust_CustomersMain where iCustomerNo=2"))
+                     .toDouble(),
+                 12.0);
+    }
+
+    // A new agent starts as an agent; a required name left empty is refused.
+    void insertLinkKeepsScreenDefaults() {
+        auto main = signedIn(QStringLiteral("admin"));
+        QString savedKey;
+        int attempts = 0;
+        main->OnBeforeEditorShow = [&](QDialog& d) {
+            auto& editor = static_cast<TDemoRecordEditfm&>(d);
+            QVERIFY(!editor.Save()); // vCustomerNo and vCustomerName are required
+            QVERIFY(m_messages.last().contains(QStringLiteral("不能为空")));
+            ++attempts;
+            lnqtest::commitText(editor.EditorOf(QStringLiteral("vCustomerNo")), QStringLiteral("DL9001"));
+            lnqtest::commitText(editor.EditorOf(QStringLiteral("vCustomerName")),
+                                QStringLiteral("测试代理商"));
+            QVERIFY(editor.Save());
+            savedKey = editor.SavedKey();
+            d.accept();
+        };
+        QVERIFY(main->OpenAppLink(QStringLiteral("app://Agent?Action=INSERT")));
+        QCOMPARE(attempts, 1);
+        QVERIFY(!savedKey.isEmpty());
+        QCOMPARE(
+            scalar(QStringLiteral("select bIsAgent from Cust_CustomersMain where iCustomerNo=") + savedKey),
+            QStringLiteral("1"));
+        QCOMPARE(scalar(QStringLiteral("select count(*) from Cust_Agents where vCustomerName='测试代理商'")),
+                 QStringLiteral("1"));
+    }
+
+    void deleteLinkRemovesOrderWithLines() {
+        auto main = signedIn(QStringLiteral("admin"));
+        const QString key = scalar(QStringLiteral("select max(iNo) from Sal_SaleMain"));
+        QVERIFY(scalar(QStringLiteral("select count(*) from Sal_SaleDetail where iMasterNo=") + key).toInt() >
+                0);
+        QVERIFY(main->OpenAppLink(QStringLiteral("app://SaleOrder?Action=DELETE&KeyField=") + key));
+        QVERIFY(m_messages.value(0).contains(QStringLiteral("确定要删除")));
+        QCOMPARE(scalar(QStringLiteral("select count(*) from Sal_SaleMain where iNo=") + key),
+                 QStringLiteral("0"));
+        QCOMPARE(scalar(QStringLiteral("select count(*) from Sal_SaleDetail where iMasterNo=") + key),
+                 QStringLiteral("0"));
+        // A hostile key never reaches the database.
+        QVERIFY(!main->OpenAppLink(QStringLiteral("app://Customer?Action=DELETE&KeyField=1 or 1=1")));
+        QVERIFY(scalar(QStringLiteral("select count(*) from Cust_CustomersMain")).toInt() > 1);
+    }
+
+    void receiptNumbersNeverRepeat() {
+        m_conn->ExecuteNonQuery(
+            QStringLiteral("update Sal_SaleMain set vReceiptNo='XS202603150007' where iNo=1"));
+        QCOMPARE(m_services->NextReceiptNo(QStringLiteral("SaleOrder")), QStringLiteral("XS202603150008"));
+        QCOMPARE(TClientUtils::GetReceiptNo(*m_services, QStringLiteral("SaleOrder")),
+                 QStringLiteral("XS202603150009"));
+        TClientUtils::SetReceiptNoSetting(*m_services, QStringLiteral("Return"), QStringLiteral("TH-"),
+                                          QStringLiteral("yyMM"), QStringLiteral("3"), QString());
+        QCOMPARE(m_services->NextReceiptNo(QStringLiteral("Return")), QStringLiteral("TH-2603001"));
+    }
+
+    void recentViewsNewestFirst() {
+        const QString ext = QStringLiteral(".TST");
+        for (int i = 1; i <= 12; ++i)
+            TClientUtils::AddRecentItem(*m_services, ext,
+                                        {QStringLiteral("视图") + QString::number(i),
+                                         QStringLiteral("select ") + QString::number(i)});
+        TClientUtils::AddRecentItem(*m_services, ext, {QStringLiteral("视图5"), QStringLiteral("select 5")});
+        const QList<TRecentItem> items = TClientUtils::GetRecentItems(*m_services, ext);
+        QCOMPARE(items.size(), TDemoServices::MaxRecent);
+        QCOMPARE(items.first().Caption, QStringLiteral("视图5"));
+        QCOMPARE(items.at(1).Caption, QStringLiteral("视图12"));
+        QVERIFY(!items.contains(TRecentItem{QStringLiteral("视图2"), QStringLiteral("select 2")}));
+        // A buffer too small is left alone and told the length needed.
+        char caption[4] = {'x', 'x', 'x', 'x'};
+        char sql[64] = {};
+        int captionLen = 4, sqlLen = 64;
+        QVERIFY(m_services->GetRecentItem(".TST", 0, caption, captionLen, sql, sqlLen));
+        QCOMPARE(captionLen, int(Gbk::encode(QStringLiteral("视图5")).size()));
+        QCOMPARE(caption[0], 'x');
+        QCOMPARE(QByteArray(sql, sqlLen), QByteArray("select 5"));
+    }
+};
+
+LNQ_TEST_MAIN_WIDGETS(tst_DemoApp)
+#include "tst_DemoApp.moc"
