@@ -101,6 +101,7 @@ std::unique_ptr<TDemoListfm> CreateDemoListfm(std::shared_ptr<TDemoConnection> c
     auto form = std::make_unique<TDemoListfm>(std::move(connection), services, screen);
     keepLayouts(form->LNQDBGridList());
     keepLayouts(form->LNQDBGridDetail());
+    form->OnMessage = DemoMsgBox; // before the creation steps, which may report errors
     form->FormCreate();
     return form;
 }

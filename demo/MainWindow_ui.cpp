@@ -167,7 +167,6 @@ QWidget* TDemoMainfm::createScreen(const TDemoScreen& screen) {
     switch (screen.Kind) {
     case TDemoScreenKind::List: {
         std::unique_ptr<TDemoListfm> form = CreateDemoListfm(m_connection, &m_services, screen);
-        form->OnMessage = DemoMsgBox;
         TDemoListfm* raw = form.get();
         connect(
             raw, &TListCommonfm::FormClosed, this, [this, raw] { closeScreen(raw); }, Qt::QueuedConnection);

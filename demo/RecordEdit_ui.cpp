@@ -174,7 +174,8 @@ void TDemoRecordEditfm::buildEditors() {
         } else {
             auto* edit = new TLNQMaskEdit(page);
             if (IsNumberTypeGroup(def.DataType)) {
-                edit->SetDataTypePro(def.DataType == TFieldType::ftCurrency ? dpCurrency : dpDecimal);
+                // Decimal typing for every number: the edit then refuses letters.
+                edit->SetDataTypePro(dpDecimal);
                 edit->SetDataDec(isIntegerType(def.DataType) ? 0 : decimalsOf(def));
                 edit->setAlignment(Qt::AlignRight);
             } else if (def.DataType == TFieldType::ftDate) {
