@@ -36,6 +36,7 @@ TDemoBackupfm::TDemoBackupfm(const QString& databaseFile, QWidget* parent)
     m_folders->SetMode(ftFoldersOnly);
     m_folders->SetRootPath(QDir::rootPath());
     m_folders->SelectPath(home);
+    m_backupFolder = home;
     leftLayout->addWidget(m_folders, 1);
     auto* backupButton = new QPushButton(QStringLiteral("备份"), left);
     backupButton->setObjectName(QStringLiteral("BackupButton"));
@@ -78,23 +79,32 @@ TDemoBackupfm::TDemoBackupfm(const QString& databaseFile, QWidget* parent)
             [this] { Restore(m_backups->SelectedPath(), m_restoreName->text()); });
     connect(m_backups, &TLNQFileTree::pathActivated, this, [this](const QString& p) { CheckBackup(p); });
     // The backups listed are those of the folder chosen on the left.
-    connect(m_folders, &TLNQFileTree::pathSelected, this, [this](const QString& p) {
-        if (QFileInfo(p).isDir()) m_backups->SetRootPath(p);
-    });
-    // Folders load in the background: the chosen one is scrolled to once its
-    // parent has been read.
+    // Only the user's own choice moves it: the tree's current item also moves
+    // by itself while folders load.
+    auto choose = [this](const QString& p) {
+        if (!QFileInfo(p).isDir()) return;
+        m_backupFolder = p;
+        m_backups->SetRootPath(p);
+    };
+    connect(m_folders, &QAbstractItemView::clicked, this,
+            [this, choose](const QModelIndex& index) { choose(m_folders->Model()->filePath(index)); });
+    connect(m_folders, &TLNQFileTree::pathActivated, this, choose);
+    // Folders load in the background and the tree's current row can drift
+    // while they do: once a folder has loaded, the chosen one is current again.
     connect(m_folders->Model(), &QFileSystemModel::directoryLoaded, this, [this] {
-        if (m_folders->currentIndex().isValid()) m_folders->scrollTo(m_folders->currentIndex());
+        if (QDir::cleanPath(m_folders->SelectedPath()) != QDir::cleanPath(m_backupFolder))
+            m_folders->SelectPath(m_backupFolder);
+        m_folders->scrollTo(m_folders->currentIndex(), QAbstractItemView::PositionAtCenter);
     });
 }
 
 QString TDemoBackupfm::BackupFolder() const {
-    const QString chosen = m_folders->SelectedPath();
-    return chosen.isEmpty() ? QFileInfo(m_databaseFile).absolutePath() : chosen;
+    return m_backupFolder;
 }
 
 void TDemoBackupfm::SetBackupFolder(const QString& folder) {
     m_folders->SelectPath(folder);
+    m_backupFolder = QFileInfo(folder).absoluteFilePath();
     m_folders->scrollTo(m_folders->currentIndex(), QAbstractItemView::PositionAtCenter);
     m_backups->SetRootPath(folder);
 }

@@ -39,6 +39,9 @@ private:
     void log(const QString& line);
 
     QString m_databaseFile;
+    // Where backups go: the folder last chosen in the tree or set by the
+    // program (the tree's own selection lags while its folders load).
+    QString m_backupFolder;
     TLNQFileTree* m_folders = nullptr;
     TLNQFileTree* m_backups = nullptr;
     QLineEdit* m_restoreName = nullptr;

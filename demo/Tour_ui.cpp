@@ -27,6 +27,7 @@
 #include <QImage>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -148,9 +149,16 @@ private:
     }
 
     // Saves a picture of the widget as demo-<name>.png and prints its path.
-    void capture(QWidget& widget, const QString& name) {
+    // A pop-up window open over the widget (a lookup's list) is drawn in
+    // where it shows on screen.
+    void capture(QWidget& widget, const QString& name, QWidget* popup = nullptr) {
         pump(60);
-        const QPixmap picture = widget.grab();
+        QPixmap picture = widget.grab();
+        if (popup && popup->isVisible()) {
+            QPainter painter(&picture);
+            painter.drawPixmap(popup->mapToGlobal(QPoint(0, 0)) - widget.mapToGlobal(QPoint(0, 0)),
+                               popup->grab());
+        }
         expect(!picture.isNull() && picture.width() > 50 && picture.height() > 50,
                QStringLiteral("截图为空：") + name);
         const QString file =
@@ -265,7 +273,7 @@ private:
                 },
                 3000);
             expect(dropped, QStringLiteral("在查找框中输入“广”没有列出省份"));
-            capture(dialog, QStringLiteral("record-editor"));
+            capture(dialog, QStringLiteral("record-editor"), &province->DropDownForm());
             capture(province->DropDownForm(), QStringLiteral("lookup-edit"));
             pressKey(*province, Qt::Key_Return);
             pump(50);
@@ -329,16 +337,20 @@ private:
         pump(50);
         expect(customer->No() != QStringLiteral("0") && !customer->No().isEmpty(),
                QStringLiteral("回车没有选中客户"));
-        // Goods narrowed by name in the dialog; a few of them taken at once.
-        TUtils_SearchDialogs::OnBeforeShow = [](TPLAT_Searchfm& form) {
-            form.show();
-            form.SetSearchText(QStringLiteral("衫"));
-            pump(80);
-            const int shown = form.DataSet() ? form.DataSet()->RecordCount() : 0;
-            if (shown > 1 && shown <= 6) form.SelectAll();
-            form.accept();
-        };
-        const int lines = order->ChooseProducts();
+        // Goods chosen one by one, each found by part of its name in the
+        // dialog's quick search (all rows when nothing matches).
+        int lines = 0;
+        for (const char* text : {"衫", "茶", "机"}) {
+            TUtils_SearchDialogs::OnBeforeShow = [text](TPLAT_Searchfm& form) {
+                form.show();
+                form.SetSearchFieldName(QStringLiteral("商品名称"));
+                form.SetSearchText(QString::fromUtf8(text));
+                pump(60);
+                if (!form.DataSet() || form.DataSet()->RecordCount() == 0) form.SetSearchText(QString());
+                form.accept();
+            };
+            lines += order->ChooseProducts();
+        }
         TUtils_SearchDialogs::OnBeforeShow = {};
         expect(lines > 0, QStringLiteral("选货没有放入商品"));
         pump(50);
