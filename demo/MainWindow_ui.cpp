@@ -198,6 +198,7 @@ void TDemoMainfm::closeScreen(QWidget* screen) {
     m_tabs->removeTab(index);
     for (auto it = m_screens.begin(); it != m_screens.end(); ++it)
         if (it->second == screen) {
+            saveScreenSplitters(it->first, *screen);
             m_screens.erase(it);
             break;
         }
@@ -223,6 +224,8 @@ QWidget* TDemoMainfm::OpenScreen(const QString& id) {
         w->setObjectName(w->objectName().isEmpty() ? screen->Id : w->objectName());
         m_tabs->addTab(w, screen->Caption);
         m_screens[screen->Id] = w;
+        m_tabs->setCurrentWidget(w);
+        restoreScreenSplitters(screen->Id, *w);
     }
     m_tabs->setCurrentWidget(w);
     for (QTreeWidgetItemIterator it(m_nav); *it; ++it)
@@ -350,9 +353,8 @@ void TDemoMainfm::SaveState() {
     if (QWidget* current = m_tabs->currentWidget())
         for (const auto& [id, w] : m_screens)
             if (w == current) s.setValue(QStringLiteral("MainWindow/Current"), id);
-    if (auto* backup = BackupScreen())
-        if (auto* split = backup->findChild<QSplitter*>(QStringLiteral("BackupSplitter")))
-            s.setValue(QStringLiteral("Backup/Splitter"), split->saveState());
+    for (const auto& [id, w] : m_screens)
+        if (w) saveScreenSplitters(id, *w);
     s.sync();
 }
 
@@ -372,9 +374,25 @@ void TDemoMainfm::RestoreScreens() {
     }
     const QString current = s.value(QStringLiteral("MainWindow/Current")).toString();
     if (QWidget* w = ScreenWidget(current)) m_tabs->setCurrentWidget(w);
-    if (auto* backup = BackupScreen())
-        if (auto* split = backup->findChild<QSplitter*>(QStringLiteral("BackupSplitter")))
-            split->restoreState(s.value(QStringLiteral("Backup/Splitter")).toByteArray());
+}
+
+// A screen's splitters (views panel, list and detail grids) by their order
+// in the screen, under "Screens/<id>/Splitter<n>".
+void TDemoMainfm::saveScreenSplitters(const QString& id, QWidget& screen) {
+    const QList<QSplitter*> splitters = screen.findChildren<QSplitter*>();
+    for (qsizetype i = 0; i < splitters.size(); ++i)
+        m_services.Settings().setValue(QStringLiteral("Screens/") + id + QStringLiteral("/Splitter") +
+                                           QString::number(i),
+                                       splitters.at(i)->saveState());
+}
+
+void TDemoMainfm::restoreScreenSplitters(const QString& id, QWidget& screen) {
+    const QList<QSplitter*> splitters = screen.findChildren<QSplitter*>();
+    for (qsizetype i = 0; i < splitters.size(); ++i) {
+        const QVariant state = m_services.Settings().value(QStringLiteral("Screens/") + id +
+                                                           QStringLiteral("/Splitter") + QString::number(i));
+        if (state.isValid()) splitters.at(i)->restoreState(state.toByteArray());
+    }
 }
 
 void TDemoMainfm::closeEvent(QCloseEvent* event) {

@@ -4,8 +4,8 @@
 // tab area holding the open screens; in-application links from any screen,
 // the record viewer and the host services arrive at OpenAppLink, which opens
 // the record editor, the order editor or the matching screen. The window
-// remembers its geometry, its splitter and the open screens in the settings,
-// and shows an icon in the system tray.
+// remembers its geometry, its splitters and those of each screen, and the
+// open screens in the settings, and shows an icon in the system tray.
 
 #include "demo/DemoScreens.h"
 
@@ -78,6 +78,8 @@ private:
     bool deleteRecord(const TDemoScreen& screen, const QString& key);
     void refreshList(const QString& id);
     void closeScreen(QWidget* screen);
+    void saveScreenSplitters(const QString& id, QWidget& screen);
+    void restoreScreenSplitters(const QString& id, QWidget& screen);
     void showError(const QString& text);
 
     std::shared_ptr<TDemoConnection> m_connection;

@@ -24,6 +24,8 @@
 
 #include <QPushButton>
 #include <QScopeGuard>
+#include <QSplitter>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTreeWidget>
 
@@ -245,6 +247,40 @@ private Q_SLOTS:
         // A hostile key never reaches the database.
         QVERIFY(!main->OpenAppLink(QStringLiteral("app://Customer?Action=DELETE&KeyField=1 or 1=1")));
         QVERIFY(scalar(QStringLiteral("select count(*) from Cust_CustomersMain")).toInt() > 1);
+    }
+
+    // The open screens and the splitters come back as the user left them.
+    void remembersScreensAndSplitters() {
+        QList<int> sizes;
+        {
+            auto main = signedIn(QStringLiteral("admin"));
+            main->resize(1000, 700);
+            main->show();
+            QVERIFY(QTest::qWaitForWindowExposed(main.get()));
+            main->OpenScreen(QStringLiteral("Product"));
+            QWidget* sales = main->OpenScreen(QStringLiteral("SaleOrder"));
+            auto* split = sales->findChild<QSplitter*>();
+            QVERIFY(split && split->count() >= 2);
+            split->setSizes({120, 700});
+            sizes = split->sizes();
+            main->close(); // closing saves
+        }
+        auto main = signedIn(QStringLiteral("admin"));
+        main->resize(1000, 700);
+        main->show();
+        QVERIFY(QTest::qWaitForWindowExposed(main.get()));
+        main->RestoreScreens();
+        QCOMPARE(main->Tabs()->count(), 2);
+        QCOMPARE(main->Tabs()->currentWidget(), main->ScreenWidget(QStringLiteral("SaleOrder")));
+        QCOMPARE(main->ScreenWidget(QStringLiteral("SaleOrder"))->findChild<QSplitter*>()->sizes(), sizes);
+        // A user without the right to a remembered screen does not get it.
+        m_services->Settings().setValue(
+            QStringLiteral("MainWindow/Screens"),
+            QStringList{QStringLiteral("SystemUser"), QStringLiteral("Customer")});
+        auto other = signedIn(QStringLiteral("lina"));
+        other->RestoreScreens();
+        QCOMPARE(other->Tabs()->count(), 1);
+        QVERIFY(m_messages.isEmpty());
     }
 
     void receiptNumbersNeverRepeat() {
