@@ -8,9 +8,11 @@
 
 #include <QApplication>
 #include <QFocusEvent>
+#include <QHeaderView>
 #include <QIcon>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QTimer>
 #include <QToolButton>
 
 namespace lnq {
@@ -53,7 +55,7 @@ TLNQSuperEdit::TLNQSuperEdit(QWidget* parent) : TLNQMaskEdit(parent) {
 }
 
 TLNQSuperEdit::~TLNQSuperEdit() {
-    qApp->removeEventFilter(this);
+    if (QCoreApplication* app = QCoreApplication::instance()) app->removeEventFilter(this);
 }
 
 void TLNQSuperEdit::LoadButtonGlyph() {
@@ -290,8 +292,22 @@ void TLNQSuperEdit::keyPressEvent(QKeyEvent* event) {
 void TLNQSuperEdit::focusOutEvent(QFocusEvent* event) {
     TLNQMaskEdit::focusOutEvent(event);
     // The drop-down never takes the focus, so losing it means the user went
-    // elsewhere; a menu or a window switch leaves the list as it is.
-    if (event->reason() != Qt::PopupFocusReason && event->reason() != Qt::ActiveWindowFocusReason) CloseUp();
+    // elsewhere; a menu of the edit leaves the list as it is.
+    switch (event->reason()) {
+    case Qt::PopupFocusReason:
+        break;
+    case Qt::ActiveWindowFocusReason:
+        // Another window became active: close unless it is the list itself
+        // (platforms that activate frameless windows regardless).
+        QTimer::singleShot(0, this, [this] {
+            const QWidget* active = QApplication::activeWindow();
+            if (active != window() && active != m_form) CloseUp();
+        });
+        break;
+    default:
+        CloseUp();
+        break;
+    }
 }
 
 void TLNQSuperEdit::hideEvent(QHideEvent* event) {
@@ -300,10 +316,20 @@ void TLNQSuperEdit::hideEvent(QHideEvent* event) {
 }
 
 bool TLNQSuperEdit::eventFilter(QObject* watched, QEvent* event) {
-    // A press outside both the edit and its list closes the list.
-    if (event->type() == QEvent::MouseButtonPress && IsDroppedDown() && watched->isWidgetType()) {
-        const auto* w = static_cast<QWidget*>(watched);
+    if (!IsDroppedDown() || !watched->isWidgetType()) return TLNQMaskEdit::eventFilter(watched, event);
+    const auto* w = static_cast<QWidget*>(watched);
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+        // A press outside both the edit and its list closes the list.
         if (w != this && !isAncestorOf(w) && w != m_form && !m_form->isAncestorOf(w)) CloseUp();
+        break;
+    case QEvent::Move:
+    case QEvent::Resize:
+        // The list would stay behind when the edit's window moves.
+        if (w == window()) CloseUp();
+        break;
+    default:
+        break;
     }
     return TLNQMaskEdit::eventFilter(watched, event);
 }

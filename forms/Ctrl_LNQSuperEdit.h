@@ -57,9 +57,9 @@ class TLNQSuperEdit : public TLNQMaskEdit {
     Q_PROPERTY(bool HasClearButton READ HasClearButton WRITE SetHasClearButton)
     Q_PROPERTY(bool HasSearchButton READ HasSearchButton WRITE SetHasSearchButton)
     Q_PROPERTY(bool HasRefreshButton READ HasRefreshButton WRITE SetHasRefreshButton)
-    Q_PROPERTY(QString No READ No WRITE SetNo)
-    Q_PROPERTY(QString Code READ Code WRITE SetCode)
-    Q_PROPERTY(QString Value READ Value WRITE SetValue)
+    Q_PROPERTY(QString No READ No WRITE SetNo DESIGNABLE false)
+    Q_PROPERTY(QString Code READ Code WRITE SetCode DESIGNABLE false)
+    Q_PROPERTY(QString Value READ Value WRITE SetValue DESIGNABLE false)
 public:
     static constexpr int kColumnWidthCount = 10;
     static constexpr int kDefaultDropDownWidth = 420;

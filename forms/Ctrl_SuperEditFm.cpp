@@ -38,7 +38,7 @@ std::atomic<int> g_runningThreads{0};
 
 TSuperEditDBFm::TSuperEditDBFm(TLNQSuperEdit& edit)
     : QWidget(&edit, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus |
-                         Qt::X11BypassWindowManagerHint | Qt::WindowStaysOnTopHint),
+                         Qt::X11BypassWindowManagerHint),
       m_edit(edit) {
     setObjectName(QStringLiteral("SuperEditDBFm"));
     setAttribute(Qt::WA_ShowWithoutActivating);
@@ -294,14 +294,15 @@ int TRefreshDataThread::Running() {
 
 void TRefreshDataThread::run() {
     // The call is queued to the application object, which outlives every
-    // form; the form pointer is looked at on the GUI thread only, where a
-    // form closed meanwhile shows as null.
+    // form; this thread object lives until the call has returned, and its
+    // form pointer is looked at on the GUI thread only, where a form closed
+    // meanwhile shows as null.
     QObject* gui = QCoreApplication::instance();
     if (!gui) return;
     QMetaObject::invokeMethod(
         gui,
-        [form = m_form, text = m_text] {
-            if (form) form->RefreshIfLatest(text);
+        [this] {
+            if (m_form) m_form->RefreshIfLatest(m_text);
         },
         Qt::BlockingQueuedConnection);
 }

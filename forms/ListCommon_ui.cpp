@@ -1,6 +1,7 @@
 #include "forms/ListCommon_ui.h"
 
-#include "data/Plat_adodatabasese.h"
+#include "forms/ListCommon.h"
+
 #include "data/Plat_databaseinterface.h"
 #include "data/Plat_dataenvironment.h"
 #include "filter/Ctrl_FilterFrame.h"
@@ -8,7 +9,6 @@
 #include "grid/data/Ctrl_LNQDBGrid.h"
 #include "util/Clock.h"
 #include "util/Exceptions.h"
-#include "util/Gbk.h"
 #include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
 #include "web/Ctrl_datawebbrowser.h"
@@ -17,6 +17,7 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSignalBlocker>
@@ -34,10 +35,6 @@ const char16_t kMaster[] = u"MASTER";
 const char16_t kDetail[] = u"DETAIL";
 const char16_t kPrompt[] = u"提示";
 const char16_t kErrorPrompt[] = u"错误提示";
-
-QString quoted(const QString& text) {
-    return TInterfacedADOConnection::QuotedStr(text);
-}
 
 // The value of name in a list of name=value lines; names compare without
 // regard to letter case, the first line wins.
@@ -104,7 +101,10 @@ TListCommonfm::TListCommonfm(std::shared_ptr<IConnection> connection, IServicesI
 }
 
 TListCommonfm::~TListCommonfm() {
-    // The grids go before the datasets they show.
+    // Nothing may reach the record change steps while the form goes; the
+    // grids go before the datasets they show.
+    m_sourceMain->SetDataSet(nullptr);
+    m_sourceDetail->SetDataSet(nullptr);
     delete m_splitter;
     m_splitter = nullptr;
 }
@@ -272,8 +272,22 @@ void TListCommonfm::BuildUi() {
     connect(m_gridList, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
         if (m_gridList->RecordOfGridRow(index.row()) >= 0) SpeedButtonEditClick();
     });
+    m_gridList->installEventFilter(this);
     OpTypeChanged();
     UpdateConfirmButtons(nullptr, QString());
+}
+
+bool TListCommonfm::eventFilter(QObject* watched, QEvent* event) {
+    // Enter on a row of the list opens it, as a double click does.
+    if (watched == m_gridList && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter) && !m_gridList->EditorMode() &&
+            !CurrentKeyText().isEmpty()) {
+            SpeedButtonEditClick();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 // ------------------------------------------------------------ creation
@@ -284,7 +298,7 @@ void TListCommonfm::FormCreate() {
     // a database without one shows field names.
     Guarded([this] { TDataEnvironment::GetInstance(m_connection->MyConnection()); });
     // Each list keeps its own column layouts, whatever window hosts it.
-    const QString layoutBase = QString::fromLatin1(metaObject()->className()) + QStringLiteral(".st_");
+    const QString layoutBase = objectName() + QStringLiteral(".st_");
     m_gridList->SetFormatFileName(layoutBase + ListTable());
     m_gridDetail->SetFormatFileName(layoutBase + DetailTable() + QStringLiteral("_Detail"));
 
@@ -310,10 +324,7 @@ void TListCommonfm::RefreshData(const QString& sql) {
 }
 
 void TListCommonfm::Reload(const QString& sql, const QString& caption) {
-    const QString text = sql.isEmpty()
-                             ? QStringLiteral("SELECT TOP 100 * FROM ") + ListTable() +
-                                   QStringLiteral(" ORDER BY ") + ListKeyField() + QStringLiteral(" DESC")
-                             : sql;
+    const QString text = sql.isEmpty() ? ListNewestSQL(ListTable(), ListKeyField()) : sql;
     // The query runs on a scratch dataset: a failing text leaves the rows on
     // screen as they were. The list then shares the new records.
     std::unique_ptr<TADODataSet> fresh = m_connection->CreateDataset();
@@ -342,8 +353,7 @@ void TListCommonfm::RefreshDetail() {
     if (key.isEmpty()) {
         m_detailData->Close();
     } else {
-        const QString sql = QStringLiteral(" SELECT * FROM ") + DetailTable() + QStringLiteral(" WHERE ") +
-                            DetailKeyField() + QStringLiteral(" = ") + key;
+        const QString sql = ListDetailSQL(DetailTable(), DetailKeyField(), key);
         std::unique_ptr<TADODataSet> fresh = m_connection->CreateDataset();
         if (Guarded([&] { m_connection->FillDataset(*fresh, sql); }))
             Guarded([&] { m_detailData->Clone(*fresh); });
@@ -390,9 +400,7 @@ void TListCommonfm::ADODataSetListAfterScroll() {
     const QString key = CurrentKeyText();
     if (!key.isEmpty()) {
         // The record's property list when it has one, else the record itself.
-        const QString sql =
-            QStringLiteral("select *,'' as vAppLinkFormat from sys_properties where vTableName=") +
-            quoted(ListTable()) + QStringLiteral(" and vKeyField=") + quoted(key);
+        const QString sql = ListPropertiesSQL(ListTable(), key);
         std::unique_ptr<TADODataSet> properties;
         try {
             properties = m_connection->ExecuteWithQuery(sql);
@@ -443,13 +451,12 @@ void TListCommonfm::UpdateConfirmButtons(TDataSet* dataSet, const QString& targe
         }
         return;
     }
-    const TField* state = dataSet->Active() ? dataSet->FindField(ConfirmStateField()) : nullptr;
-    if (!state || dataSet->IsEmpty()) {
+    if (!dataSet->Active() || dataSet->IsEmpty() || !dataSet->FindField(ConfirmStateField())) {
         m_btnDoConfirm->setEnabled(false);
         m_btnUnDoConfirm->setEnabled(false);
         return;
     }
-    const bool confirmed = state->AsString() == QStringLiteral("已") + ConfirmWord;
+    const bool confirmed = IsConfirmed(*dataSet, {ConfirmStateField(), {}, {}, ConfirmWord});
     m_btnDoConfirm->setEnabled(!confirmed);
     m_btnUnDoConfirm->setEnabled(confirmed);
 }
@@ -534,10 +541,7 @@ void TListCommonfm::ApplinkInit(const QString& params) {
             continue;
         }
         const QString field = name == QLatin1String("KeyField") ? ListKeyField() : name;
-        Reload(QStringLiteral("SELECT TOP 100 * FROM ") + ListTable() + QStringLiteral(" where ") + field +
-                   QLatin1Char('=') + QString::number(number) + QStringLiteral(" ORDER BY ") +
-                   ListKeyField() + QStringLiteral(" DESC"),
-               QString());
+        Reload(ListKeySQL(ListTable(), field, number, ListKeyField()), QString());
     }
 }
 
@@ -604,11 +608,8 @@ void TListCommonfm::QuickSearchFromViewData() {
 void TListCommonfm::QuickSearchFromALLData() {
     QString condition;
     if (!QuickCondition(condition)) return;
-    QString sql =
-        QStringLiteral(" select * from ") + ListTable() + QStringLiteral(" where 1=1 and ") + condition;
-    // A user without restrictions has an empty authority condition.
-    const QString authority = TClientUtils::GetAuthorityString(*m_connection);
-    if (!authority.isEmpty()) sql += QStringLiteral(" and ") + authority;
+    const QString sql =
+        ListAllDataSQL(ListTable(), condition, TClientUtils::GetAuthorityString(*m_connection));
     Reload(sql, QStringLiteral("查询"));
 }
 
@@ -631,32 +632,19 @@ void TListCommonfm::SetConfirmState(bool confirm) {
     if (confirm ? !CanDoConfirm() : !CanUndoConfirm()) return;
     const QString table = detail ? DetailTable() : ListTable();
     const QString keyField = detail ? QString() : ListKeyField();
+    const TConfirmFields fields{ConfirmStateField(), ConfirmUserField(), ConfirmDateField(), ConfirmWord};
     const bool written = Guarded([&] {
-        try {
-            ds.Edit();
-            ds.FieldByName(ConfirmStateField())
-                .SetAsString((confirm ? QStringLiteral("已") : QStringLiteral("未")) + ConfirmWord);
-            if (!ConfirmUserField().isEmpty())
-                ds.FieldByName(ConfirmUserField())
-                    .SetAsString(TClientUtils::GetCurrentUserName(*m_connection));
-            if (!ConfirmDateField().isEmpty())
-                ds.FieldByName(ConfirmDateField()).SetAsDateTime(QDateTime(Clock::today(), QTime(0, 0)));
-            const QByteArray tableBytes = Gbk::encode(table);
-            const QByteArray keyBytes = Gbk::encode(keyField);
-            m_connection->DoPost(ds, tableBytes.constData(), keyBytes.constData());
-        } catch (...) {
-            if (ds.State() != TDataSetState::dsBrowse) ds.Cancel();
-            throw;
-        }
+        WriteConfirmState(*m_connection, ds, table, keyField, fields, confirm,
+                          TClientUtils::GetCurrentUserName(*m_connection));
     });
     if (!written) return;
     if (!Guarded([&] { confirm ? DoConfirmData() : UndoConfirmData(); })) return;
     // Reload what changed and come back to the same record.
     if (detail) {
-        const QVariant key = ds.FieldCount() > 0 ? ds.Fields(0).AsVariant() : QVariant();
+        // The lines come back in the same order.
+        const int line = ds.RecNo();
         RefreshDetail();
-        if (key.isValid() && m_detailData->Active())
-            m_detailData->Locate(m_detailData->Fields(0).FieldName(), key);
+        if (m_detailData->Active() && line <= m_detailData->RecordCount()) m_detailData->SetRecNo(line);
     } else {
         const QString key = CurrentKeyText();
         Reload(m_currentSql, m_listCaption);

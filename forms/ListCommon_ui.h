@@ -160,6 +160,7 @@ protected: // settings: the deriving form overrides
     IConnection& Connection() const { return *m_connection; }
     IServicesInterface* Services() const { return m_services; }
     void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void BuildUi();

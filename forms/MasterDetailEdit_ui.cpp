@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QDateTimeEdit>
 #include <QGridLayout>
@@ -127,7 +128,9 @@ void TMasterDetailEditfm::buildUi() {
     bar->addWidget(m_stateLabel);
     layout->addLayout(bar);
 
+    // Several editors may share a window (tabs): the shortcut belongs to this one.
     auto* save = new QShortcut(QKeySequence::Save, this);
+    save->setContext(Qt::WidgetWithChildrenShortcut);
     connect(save, &QShortcut::activated, this, [this] { SaveDocument(); });
 
     m_headerPanel = new QWidget(this);
@@ -380,8 +383,21 @@ QString TMasterDetailEditfm::AuditUserText() const {
     return code.isEmpty() ? CurrentUserName() : code;
 }
 
+namespace {
+std::function<int(const QString&, const QString&, int)>& defaultMessageBox() {
+    static std::function<int(const QString&, const QString&, int)> handler;
+    return handler;
+}
+} // namespace
+
+void TMasterDetailEditfm::SetDefaultOnMessageBox(
+    std::function<int(const QString&, const QString&, int)> handler) {
+    defaultMessageBox() = std::move(handler);
+}
+
 int TMasterDetailEditfm::ShowMessage(const QString& text, const QString& caption, int flags) {
     if (OnMessageBox) return OnMessageBox(text, caption, flags);
+    if (defaultMessageBox()) return defaultMessageBox()(text, caption, flags);
     return TClientUtils::MsgBox(text, caption, flags);
 }
 
@@ -734,10 +750,9 @@ void TMasterDetailEditfm::AddDetailLine() {
     if (Confirmed()) return;
     const int row = m_grid->Row() >= 1 && lineHasData(m_grid->Row()) ? m_grid->Row() + 1 : m_grid->RowCount();
     m_grid->HideEditor();
-    if (m_grid->AddRow(row)) {
+    // An empty line changes nothing worth saving yet.
+    if (m_grid->AddRow(row))
         m_grid->FocusCell(std::min(1, m_grid->ColCount() - 1), std::min(row, m_grid->RowCount() - 1));
-        MarkModified();
-    }
 }
 
 void TMasterDetailEditfm::DeleteDetailLine() {
@@ -839,13 +854,15 @@ std::unique_ptr<QMimeData> TMasterDetailEditfm::DetailMimeData() {
     }
     text += titles.join(QLatin1Char('\t')) + QStringLiteral("\r\n");
     html += QStringLiteral("</tr>\n");
+    int lineNo = 0; // lines are numbered as copied: empty rows between them do not count
     for (int row = 1; row < m_grid->RowCount(); ++row) {
         if (!lineHasData(row)) continue;
+        ++lineNo;
         QStringList cells;
         html += QStringLiteral("<tr>");
         for (int c : shown) {
-            QString v =
-                cols[c]->DataTypePro() == dpOrderNo ? QString::number(row) : m_grid->Cells(c, row).trimmed();
+            QString v = cols[c]->DataTypePro() == dpOrderNo ? QString::number(lineNo)
+                                                            : m_grid->Cells(c, row).trimmed();
             if (cols[c]->DataTypePro() == dpCurrency && !v.isEmpty()) {
                 double d = 0;
                 try {
@@ -868,6 +885,14 @@ std::unique_ptr<QMimeData> TMasterDetailEditfm::DetailMimeData() {
     data->setText(text);
     data->setHtml(html);
     return data;
+}
+
+void TMasterDetailEditfm::closeEvent(QCloseEvent* event) {
+    // Closing the editor is the last chance to keep unsaved changes.
+    if (askSaveChanges())
+        event->accept();
+    else
+        event->ignore();
 }
 
 void TMasterDetailEditfm::CopyDetailToClipboard() {

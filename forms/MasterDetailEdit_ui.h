@@ -37,6 +37,7 @@
 #include <vector>
 
 class QCheckBox;
+class QCloseEvent;
 class QComboBox;
 class QDateTimeEdit;
 class QGridLayout;
@@ -157,6 +158,10 @@ public:
     // The message box: text, caption ("提示" or "错误提示"), TClientUtils::MsgBox
     // flags; returns the id:: of the button chosen.
     std::function<int(const QString& text, const QString& caption, int flags)> OnMessageBox;
+    // The class-level default for editors whose OnMessageBox is unset (a
+    // host's own themed box, a demonstration that runs unattended); an empty
+    // function restores TClientUtils::MsgBox.
+    static void SetDefaultOnMessageBox(std::function<int(const QString&, const QString&, int)> handler);
 
 Q_SIGNALS:
     void DocumentLoaded(int key);
@@ -214,6 +219,8 @@ protected:
     // The settings above as one value (ConfirmWord included).
     TMasterDetailSettings DocumentSettings() const;
     int ShowMessage(const QString& text, const QString& caption, int flags);
+    // Unsaved changes are offered for saving; "取消" keeps the form open.
+    void closeEvent(QCloseEvent* event) override;
     // The confirming user is recorded by name (as the list form does); the
     // creating and editing users by code, the text authority conditions
     // compare with ("vCreateUser= '[%用户代码%]'"), the name when there is no code.

@@ -7,6 +7,7 @@
 
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -133,7 +134,31 @@ void TPLAT_Searchfm::SetMultiSelect(bool on) {
     m_unAll->setVisible(on);
 }
 
+void TPLAT_Searchfm::fitColumns() {
+    // Lookup lists are read, not edited: each column gets room for its title
+    // and for the texts of the first rows (a bounded sample, whatever the
+    // list's length), up to a third of the screen's usual width.
+    const TDataSet* ds = m_dataSet.data();
+    if (!ds || !ds->Active()) return;
+    constexpr int kSampleRows = 200;
+    constexpr int kMaxWidth = 320;
+    const int rows = std::min(ds->RecordCount(), kSampleRows);
+    const TLNQDBGridColumns& columns = m_grid->Columns();
+    for (int i = 0; i < columns.Count(); ++i) {
+        TColumn* column = columns.Items(i);
+        const TField* field = column->Field();
+        if (!column->Visible() || !field || column->IsWidthStored()) continue;
+        const QFontMetrics title(column->Title().Font());
+        const QFontMetrics cells(column->Font());
+        int width = title.horizontalAdvance(column->Title().Caption());
+        for (int r = 0; r < rows; ++r)
+            width = std::max(width, cells.horizontalAdvance(ds->DisplayTextAt(r, field->Index())));
+        column->SetDefaultWidth(std::min(width + 12, kMaxWidth));
+    }
+}
+
 void TPLAT_Searchfm::UpdateFieldName() {
+    fitColumns();
     const QSignalBlocker block(m_fieldBox);
     m_fieldBox->clear();
     QStringList titles;

@@ -49,8 +49,9 @@ public:
     bool MultiSelect() const { return m_multiSelect; }
 
     // Fills the field chooser with the titles of the grid's visible columns
-    // and chooses the column titled "名称" (else the first one). Called after
-    // the dataset is filled; the quick search is cleared.
+    // and chooses the column titled "名称" (else the first whose title holds
+    // "名称", else the first one); sizes the columns to their texts. Called
+    // after the dataset is filled; the quick search is cleared.
     void UpdateFieldName();
     // The field the quick search looks at ("" when there is none).
     QString SearchFieldName() const;
@@ -91,6 +92,7 @@ protected:
 
 private:
     void applySearch();
+    void fitColumns();
     void updateCount();
 
     QPointer<TDataSet> m_dataSet;

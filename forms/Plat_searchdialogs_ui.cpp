@@ -6,7 +6,10 @@
 #include "grid/data/Ctrl_LNQDBGrid.h"
 
 #include <QApplication>
+#include <QHash>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace lnq {
 
@@ -71,23 +74,43 @@ int TUtils_SearchDialogs::ShowRowsDialog(IConnection& connection, const QString&
             fields.push_back(&dataSet->FieldByName(c));
         TBookmarkList& selected = form->LNQDBGrid()->SelectedRows();
         if (selected.Count() == 0) selected.SetCurrentRowSelected(true);
-        QList<QStringList> found;
         // The grid repaints once, after the visits.
         struct Quiet {
             TDataSet& ds;
             explicit Quiet(TDataSet& d) : ds(d) { ds.DisableControls(); }
             ~Quiet() { ds.EnableControls(); }
         } quiet(*dataSet);
-        for (int i = 0; i < selected.Count(); ++i) {
-            const TBookmark& b = selected.Items(i);
-            if (!dataSet->BookmarkValid(b)) continue;
-            dataSet->GotoBookmark(b);
+        const auto texts = [&fields] {
             QStringList row;
             for (const TField* f : fields)
                 row << f->AsString();
-            found << row;
+            return row;
+        };
+        // Rows in the order of the selection list. Finding one record in a
+        // sorted or filtered view means searching it, so a long selection is
+        // gathered in one pass over the view instead.
+        const int count = selected.Count();
+        std::vector<std::optional<QStringList>> chosen(static_cast<size_t>(count));
+        constexpr int kVisitLimit = 16;
+        if (count <= kVisitLimit) {
+            for (int i = 0; i < count; ++i) {
+                const TBookmark& b = selected.Items(i);
+                if (!dataSet->BookmarkValid(b)) continue;
+                dataSet->GotoBookmark(b);
+                chosen[static_cast<size_t>(i)] = texts();
+            }
+        } else {
+            QHash<qint64, int> position;
+            position.reserve(count);
+            for (int i = 0; i < count; ++i)
+                position.insert(selected.Items(i).record, i);
+            for (dataSet->First(); !dataSet->Eof(); dataSet->Next()) {
+                const auto it = position.constFind(dataSet->GetBookmark().record);
+                if (it != position.constEnd()) chosen[static_cast<size_t>(*it)] = texts();
+            }
         }
-        rows << found;
+        for (const std::optional<QStringList>& row : chosen)
+            if (row) rows << *row;
     }
     form->SetDataSet(nullptr);
     form.reset();

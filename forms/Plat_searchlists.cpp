@@ -1,6 +1,7 @@
 #include "forms/Plat_searchlists.h"
 
 #include "util/Plat_convert.h"
+#include "util/Plat_sysutils.h"
 
 namespace lnq {
 
@@ -65,12 +66,21 @@ bool startsWithJoiner(const QString& condition) {
     return false;
 }
 
+// Whether a supplier number narrows the list ("-1" and "" mean every
+// supplier). The number goes into the query text as given, so anything but
+// an integer is refused (EConvertError).
+bool isSupplier(const QString& goodsNo) {
+    if (goodsNo == QStringLiteral("-1") || goodsNo.trimmed().isEmpty()) return false;
+    StrToInt64(goodsNo);
+    return true;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------- query texts
 
 QString TSearchLists::ServiceSql(const QString& goodsNo) {
-    if (goodsNo == QStringLiteral("-1")) return kServiceHead + QStringLiteral("ORDER BY iServiceNo DESC");
+    if (!isSupplier(goodsNo)) return kServiceHead + QStringLiteral("ORDER BY iServiceNo DESC");
     return kServiceHead + QStringLiteral("WHERE iGoodsNo = ") + goodsNo +
            QStringLiteral(" ORDER BY iServiceNo DESC");
 }
@@ -98,8 +108,7 @@ QString TSearchLists::ProductListSql(const QString& condition, const QString& go
     QString sql = kProductListSql + QStringLiteral(" WHERE 1=1 ");
     if (!condition.trimmed().isEmpty())
         sql += startsWithJoiner(condition) ? condition : QStringLiteral(" AND ") + condition;
-    if (goodsNo != QStringLiteral("-1") && !goodsNo.trimmed().isEmpty())
-        sql += QStringLiteral(" AND iGoodsNo=") + goodsNo;
+    if (isSupplier(goodsNo)) sql += QStringLiteral(" AND iGoodsNo=") + goodsNo;
     return sql;
 }
 
@@ -208,7 +217,13 @@ void TQuickSearchText::SetText(const QString& text) {
 
 bool TQuickSearchText::Matches(const QString& value) const {
     if (m_text.isEmpty() || value.contains(m_text, Qt::CaseInsensitive)) return true;
-    return !m_initials.isEmpty() && TUtils_Convert::StrToPY(value).contains(m_initials);
+    if (m_initials.isEmpty()) return false;
+    auto it = m_initialsOf.constFind(value);
+    if (it == m_initialsOf.constEnd()) {
+        if (m_initialsOf.size() >= kCacheLimit) m_initialsOf.clear();
+        it = m_initialsOf.insert(value, TUtils_Convert::StrToPY(value));
+    }
+    return it->contains(m_initials);
 }
 
 } // namespace lnq

@@ -6,6 +6,7 @@
 // tool's "lookup" command share them.
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -62,6 +63,11 @@ public:
 private:
     QString m_text;
     QByteArray m_initials;
+    // Initials of the values met so far: a list is searched again at every
+    // keystroke, and looking a text up costs a fraction of working out its
+    // initials. Bounded: emptied when it reaches kCacheLimit texts.
+    static constexpr qsizetype kCacheLimit = 250000;
+    mutable QHash<QString, QByteArray> m_initialsOf;
 };
 
 } // namespace lnq

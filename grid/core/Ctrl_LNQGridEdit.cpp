@@ -145,7 +145,7 @@ void TInplaceEdit::inputMethodEvent(QInputMethodEvent* event) {
 
 // ---------------------------------------------------------- TLNQGridPopups
 
-TLNQGridPopups::TLNQGridPopups(TLNQGridPopupHost& host, QWidget* owner) : m_host(host) {
+TLNQGridPopups::TLNQGridPopups(TLNQGridPopupHost& host, QWidget* owner) : m_host(host), m_owner(owner) {
     m_list = new QComboBox(owner);
     m_list->setEditable(false);
     m_list->hide();
@@ -155,8 +155,11 @@ TLNQGridPopups::TLNQGridPopups(TLNQGridPopupHost& host, QWidget* owner) : m_host
         PopExit();
         m_host.PopupKeyToGrid(Qt::Key_Return);
     });
+}
 
-    m_calendarFrame = new QFrame(owner, Qt::Popup);
+void TLNQGridPopups::ensureCalendar() {
+    if (m_calendarFrame) return;
+    m_calendarFrame = new QFrame(m_owner, Qt::Popup);
     m_calendarFrame->setFrameShape(QFrame::Box);
     auto* layout = new QVBoxLayout(m_calendarFrame);
     layout->setContentsMargins(2, 2, 2, 2);
@@ -179,8 +182,19 @@ TLNQGridPopups::TLNQGridPopups(TLNQGridPopupHost& host, QWidget* owner) : m_host
 
 TLNQGridPopups::~TLNQGridPopups() = default;
 
-QWidget* TLNQGridPopups::CalendarPopup() const {
+QWidget* TLNQGridPopups::CalendarPopup() {
+    ensureCalendar();
     return m_calendarFrame;
+}
+
+QCalendarWidget* TLNQGridPopups::Calendar() {
+    ensureCalendar();
+    return m_calendar;
+}
+
+QCheckBox* TLNQGridPopups::CalendarCheckBox() {
+    ensureCalendar();
+    return m_check;
 }
 
 QDate TLNQGridPopups::ParseDate(const QString& text) {
@@ -209,6 +223,7 @@ bool TLNQGridPopups::PopEnter() {
     const QRect cell = m_host.PopupCellRect();
     QWidget* parent = m_host.PopupParent();
     if (info.DateAllowed) {
+        ensureCalendar();
         const bool empty = text.trimmed().isEmpty();
         // An empty cell starts on today; a text that is no date leaves the
         // calendar where it was.

@@ -109,9 +109,10 @@ public:
     ~TLNQGridPopups() override;
 
     QComboBox* List() const { return m_list; }
-    QCalendarWidget* Calendar() const { return m_calendar; }
-    QCheckBox* CalendarCheckBox() const { return m_check; }
-    QWidget* CalendarPopup() const;
+    // The calendar is built on first use: most grids never show it.
+    QCalendarWidget* Calendar();
+    QCheckBox* CalendarCheckBox();
+    QWidget* CalendarPopup();
 
     // Shows the current column's pop-up; false when the column has none.
     bool PopEnter();
@@ -134,8 +135,10 @@ protected:
 private:
     enum class Kind { None, List, Calendar };
     void finish();
+    void ensureCalendar();
 
     TLNQGridPopupHost& m_host;
+    QWidget* m_owner; // the grid, which owns the pop-ups as their parent
     QComboBox* m_list = nullptr;
     QFrame* m_calendarFrame = nullptr;
     QCalendarWidget* m_calendar = nullptr;

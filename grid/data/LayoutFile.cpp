@@ -4,6 +4,7 @@
 #include "util/Gbk.h"
 #include "util/Plat_streams.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -101,11 +102,19 @@ TLayoutEntries LoadLayoutFile(const QString& fileName) {
 }
 
 void SaveLayoutFile(const QString& fileName, const TLayoutEntries& entries) {
+    QBuffer bytes;
+    bytes.open(QIODevice::WriteOnly);
+    WriteLayout(bytes, entries);
+    // Grids save at every reload of their dataset; a layout that did not
+    // change is not written (and synced) again.
+    QFile current(fileName);
+    if (current.size() == bytes.size() && current.open(QIODevice::ReadOnly) &&
+        current.readAll() == bytes.data())
+        return;
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly))
         throw EInOutError(QStringLiteral("无法创建文件 %1：%2").arg(fileName, file.errorString()));
-    WriteLayout(file, entries);
-    if (!file.commit())
+    if (file.write(bytes.data()) != bytes.size() || !file.commit())
         throw EInOutError(QStringLiteral("无法写入文件 %1：%2").arg(fileName, file.errorString()));
 }
 

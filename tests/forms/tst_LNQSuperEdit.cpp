@@ -197,6 +197,19 @@ private Q_SLOTS:
         QCOMPARE(host.edit->Value(), second);
     }
 
+    void doubleClickChooses() {
+        Host host(m_conn);
+        QTest::keyClick(host.edit, Qt::Key_Down);
+        TLNQDBGrid* grid = host.form().Grid();
+        QTRY_VERIFY(grid->isVisible());
+        const QRect cell = grid->visualRect(grid->model()->index(3, 3));
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
+        QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
+        QCOMPARE(host.edit->text(), grid->model()->index(3, 3).data().toString());
+        QCOMPARE(host.edit->No(), QStringLiteral("3"));
+        QVERIFY(!host.edit->IsDroppedDown());
+    }
+
     void quickTypingRunsAtMostTwoQueries() {
         Host host(m_conn);
         // Eight keys arrive faster than the list can refresh: they are all

@@ -251,10 +251,12 @@ private Q_SLOTS:
         const QRect cell = grid->visualRect(grid->model()->index(3, 2));
         QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
         QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
+        QTest::keyClick(grid, Qt::Key_Enter);
         for (const char* caption : {"新增", "修改", "删除", "明细"})
             QTest::mouseClick(button(form.get(), QString::fromUtf8(caption)), Qt::LeftButton);
         QCOMPARE(m_services.links,
                  (QStringList{QStringLiteral("app://SaleOrder?Action=EDIT&KeyField=") + third,
+                              QStringLiteral("app://SaleOrder?Action=EDIT&KeyField=") + third,
                               QStringLiteral("app://SaleOrder?Action=INSERT"),
                               QStringLiteral("app://SaleOrder?Action=EDIT&KeyField=") + third,
                               QStringLiteral("app://SaleOrder?Action=DELETE&KeyField=") + third,
@@ -317,6 +319,45 @@ private Q_SLOTS:
         QCOMPARE(form->CurrentSQL(),
                  QStringLiteral(" select * from Sal_SaleMain where 1=1 and vSeller= 'lina' and iNo>2"));
         QCOMPARE(form->ListDataSet().RecordCount(), scalar(QStringLiteral("select count(*)") + lina).toInt());
+    }
+
+    // The value editor follows the field's type; Chinese text comes from the
+    // input method.
+    void quickSearchValueByFieldType_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("op");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("editor");
+        QTest::addColumn<QString>("sql");
+        QTest::newRow("text") << "客户名称"
+                              << "包含"
+                              << "华信"
+                              << "EditValueString"
+                              << "vCustomerName like '%华信%'";
+        QTest::newRow("number") << "金额"
+                                << "大于等于"
+                                << "1200.5元"
+                                << "EditValueNumber"
+                                << "mAmount>= 1200.5";
+        QTest::newRow("date") << "销售日期"
+                              << "等于"
+                              << ""
+                              << "DateTimePicker"
+                              << "DateDiff(d,dSaleDate,'2026-03-14' )=0";
+    }
+    void quickSearchValueByFieldType() {
+        QFETCH(QString, field);
+        QFETCH(QString, op);
+        QFETCH(QString, value);
+        QFETCH(QString, editor);
+        QFETCH(QString, sql);
+        auto form = open();
+        pickComboText(child<QComboBox>(form.get(), "ComboBoxSearchField"), field);
+        pickComboText(child<QComboBox>(form.get(), "ComboBoxOpType"), op);
+        for (const char* name : {"EditValueString", "EditValueNumber", "DateTimePicker"})
+            QCOMPARE(child<QWidget>(form.get(), name)->isVisible(), editor == QLatin1String(name));
+        if (!value.isEmpty()) commitText(child<QLineEdit>(form.get(), qPrintable(editor)), value);
+        QCOMPARE(form->GetItemSQL(), sql);
     }
 
     void selectAllAndInvert() {

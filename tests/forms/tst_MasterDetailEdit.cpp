@@ -1,12 +1,11 @@
+#include "common/HostServices.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/WidgetDriver.h"
-#include "data/Plat_adodatabasese.h"
 #include "forms/MasterDetailEdit_ui.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Clock.h"
 #include "util/Plat_clientutils_ui.h"
-#include "util/Plat_servicesinterface.h"
 
 #include <QAbstractItemModelTester>
 #include <QClipboard>
@@ -15,41 +14,11 @@
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QToolButton>
-#include <cstring>
 
 using namespace lnq;
 using namespace lnqtest;
 
 namespace {
-
-class UserConnection : public TInterfacedADOConnection {
-public:
-    using TInterfacedADOConnection::TInterfacedADOConnection;
-    void GetCurrentUser(int& userNo, char* code, int& codeLen, char* name, int& nameLen) override {
-        userNo = 2;
-        const QByteArray c = Gbk::encode(QStringLiteral("zhangwei"));
-        const QByteArray n = Gbk::encode(QStringLiteral("张伟"));
-        std::memcpy(code, c.constData(), size_t(c.size()));
-        codeLen = int(c.size());
-        std::memcpy(name, n.constData(), size_t(n.size()));
-        nameLen = int(n.size());
-    }
-};
-
-class NoServices : public IServicesInterface {
-public:
-    void GetOptionValue(const char*, char*, int&) override {}
-    void GetOptionValueEx(const char*, const char*, char*, int&) override {}
-    void SetOptionValueEx(const char*, const char*, const char*) override {}
-    void GetReceiptNo(const char*, char*, int&) override {}
-    void GetReceiptNoSetting(const char*, char*, int&, char*, int&, char*, int&, char*, int&) override {}
-    void SetReceiptNoSetting(const char*, const char*, const char*, const char*, const char*) override {}
-    void GetImeName(char*, int&) override {}
-    void OpenAppLink(const char*) override {}
-    int GetRecentCount(const char*) override { return 0; }
-    bool GetRecentItem(const char*, int, char*, int&, char*, int&) override { return false; }
-    void AddRecentItem(const char*, const char*, const char*) override {}
-};
 
 // A small order form: plain edits in the header, five line columns.
 class OrderForm : public TMasterDetailEditfm {
@@ -119,7 +88,7 @@ struct Fixture {
     QTemporaryDir dir;
     TADOConnection ado;
     std::shared_ptr<UserConnection> conn;
-    NoServices services;
+    HostServices services;
     std::unique_ptr<OrderForm> form;
     QStringList messages;
     int answer = id::Yes;
@@ -385,16 +354,37 @@ private Q_SLOTS:
     void copyGivesTextAndHtmlWithTitles() {
         Fixture f;
         f.enterOrder("XS-T-6");
+        f.grid().SetRowCount(6);
+        f.typeCell("vProductName", 5, "Ink"); // empty rows before it are not lines
         f.click("SpeedButtonCopy");
         const QMimeData* data = QApplication::clipboard()->mimeData();
         QVERIFY(data->hasText() && data->hasHtml());
         const QStringList lines = data->text().split("\r\n", Qt::SkipEmptyParts);
         QCOMPARE(lines, (QStringList{"序号\t商品名称\t数量\t单价\t金额", "1\tA4\t3.00\t12.50\t37.50",
-                                     "2\tPen\t10.00\t2.00\t20.00"}));
+                                     "2\tPen\t10.00\t2.00\t20.00", "3\tInk\t\t\t"}));
         const QString html = data->html();
         QVERIFY(html.contains("<th>商品名称</th>"));
         QVERIFY(html.contains("<td>Pen</td>"));
         QVERIFY(html.contains("<td align=\"right\">37.50</td>"));
+    }
+
+    void closingAsksForUnsavedChanges() {
+        Fixture f;
+        QVERIFY(!f.form->Modified());
+        QTest::keyClicks(f.form->remark, "x");
+        // Through the class-level box this time.
+        f.form->OnMessageBox = {};
+        TMasterDetailEditfm::SetDefaultOnMessageBox([&f](const QString& text, const QString&, int) {
+            f.messages << text;
+            return f.answer;
+        });
+        f.answer = id::Cancel;
+        QVERIFY(!f.form->close());
+        QVERIFY(f.form->isVisible());
+        f.answer = id::No;
+        QVERIFY(f.form->close());
+        TMasterDetailEditfm::SetDefaultOnMessageBox({});
+        QCOMPARE(f.messages, QStringList(2, "单据已修改，是否保存？"));
     }
 };
 

@@ -1,6 +1,6 @@
+#include "common/HostServices.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
-#include "data/Plat_adodatabasese.h"
 #include "demo/OrderEditForm_ui.h"
 #include "forms/Ctrl_LNQSuperEdit.h"
 #include "forms/Ctrl_SuperEditFm.h"
@@ -10,38 +10,16 @@
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Clock.h"
 #include "util/Plat_clientutils_ui.h"
-#include "util/Plat_servicesinterface.h"
 
 #include <QDateTimeEdit>
 #include <QLabel>
 #include <QTemporaryDir>
 #include <QToolButton>
-#include <cstring>
 
 using namespace lnq;
 using namespace lnqtest;
 
 namespace {
-
-class Services : public IServicesInterface {
-public:
-    QByteArray receiptNo; // the host's numbering; empty: none
-    void GetOptionValue(const char*, char*, int&) override {}
-    void GetOptionValueEx(const char*, const char*, char*, int&) override {}
-    void SetOptionValueEx(const char*, const char*, const char*) override {}
-    void GetReceiptNo(const char* kind, char* no, int& len) override {
-        if (qstrcmp(kind, "SaleOrder") != 0) return;
-        std::memcpy(no, receiptNo.constData(), size_t(receiptNo.size()));
-        len = int(receiptNo.size());
-    }
-    void GetReceiptNoSetting(const char*, char*, int&, char*, int&, char*, int&, char*, int&) override {}
-    void SetReceiptNoSetting(const char*, const char*, const char*, const char*, const char*) override {}
-    void GetImeName(char*, int&) override {}
-    void OpenAppLink(const char*) override {}
-    int GetRecentCount(const char*) override { return 0; }
-    bool GetRecentItem(const char*, int, char*, int&, char*, int&) override { return false; }
-    void AddRecentItem(const char*, const char*, const char*) override {}
-};
 
 // The lookup dialogs answer with the product of this number.
 void chooseProductInDialogs(int productNo) {
@@ -58,14 +36,14 @@ void chooseProductInDialogs(int productNo) {
 struct Fixture {
     QTemporaryDir dir;
     TADOConnection ado;
-    std::shared_ptr<TInterfacedADOConnection> conn;
-    Services services;
+    std::shared_ptr<UserConnection> conn;
+    HostServices services;
     std::unique_ptr<TOrderEditfm> form;
     QStringList messages;
 
     explicit Fixture(const QByteArray& hostReceipt = {}) {
         openSmallSample(ado, dir.filePath("s.db"));
-        conn = std::make_shared<TInterfacedADOConnection>(ado);
+        conn = std::make_shared<UserConnection>(ado);
         services.receiptNo = hostReceipt;
         form = std::make_unique<TOrderEditfm>(conn, &services);
         form->OnMessageBox = [this](const QString& text, const QString&, int) {

@@ -68,191 +68,84 @@ struct Member {
     std::function<int(IConnection&, QStringList&)> call;
 };
 
+using D = TUtils_SearchDialogs;
+using C = IConnection;
+using S = QString;
+// A multi-choice member: its comma list as items.
+template <typename F> auto mult(F fn) {
+    return [fn](C& c, QStringList& out) {
+        QString s;
+        const int r = fn(c, s);
+        out = s.split(u',', Qt::SkipEmptyParts);
+        return r;
+    };
+}
+
+// clang-format off
 const QList<Member>& memberTable() {
     static const QList<Member> m = {
-        {"select vProvince as 省份 from dic_Province",
-         {"省份"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultProvinceListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
-        {" SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  ORDER BY iServiceNo "
-         "DESC",
-         {"服务编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             return TUtils_SearchDialogs::ShowServiceDialog(c, "-1", out);
-         }},
-        {" SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  WHERE iGoodsNo = 1 "
-         "ORDER BY iServiceNo DESC",
-         {"服务编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             return TUtils_SearchDialogs::ShowServiceDialog(c, "1", out);
-         }},
-        {"select iProgramNo 节目编号,vProgram 节目名称,vCBsimpleProgram 上传节目名称 from dic_program  ",
-         {"节目编号", "节目名称", "上传节目名称"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, d;
-             const int r = TUtils_SearchDialogs::ShowProgramPackageDialog(c, a, b, d);
-             out = QStringList{a, b, d};
-             return r;
-         }},
-        {"select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价,'单一节目' as 节目类型 from "
-         "dic_program   union all  select iNo as 节目编号,vPackageName 节目名称,mPrice 节目单价,'节目包' as "
-         "节目类型 from dic_programPackage ",
-         {"节目编号", "节目名称", "节目单价", "节目类型"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, p;
+        {"select vProvince as 省份 from dic_Province", {"省份"}, true, mult(D::ShowMultProvinceListDialog)},
+        {" SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  ORDER BY iServiceNo DESC", {"服务编号"}, true,
+         [](C& c, QStringList& out) { return D::ShowServiceDialog(c, "-1", out); }},
+        {" SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  WHERE iGoodsNo = 1 ORDER BY iServiceNo DESC", {"服务编号"}, true,
+         [](C& c, QStringList& out) { return D::ShowServiceDialog(c, "1", out); }},
+        {"select iProgramNo 节目编号,vProgram 节目名称,vCBsimpleProgram 上传节目名称 from dic_program  ", {"节目编号", "节目名称", "上传节目名称"}, false,
+         [](C& c, QStringList& out) { S a, b, d; const int r = D::ShowProgramPackageDialog(c, a, b, d); out = {a, b, d}; return r; }},
+        {"select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价,'单一节目' as 节目类型 from dic_program   union all  select iNo as 节目编号,vPackageName 节目名称,mPrice 节目单价,'节目包' as 节目类型 from dic_programPackage ",
+         {"节目编号", "节目名称", "节目单价", "节目类型"}, false,
+         [](C& c, QStringList& out) {
+             S a, b, p;
              bool package = false;
-             const int r = TUtils_SearchDialogs::ShowProgramListDialog(c, true, a, b, p, package);
-             out = QStringList{a, b, p, package ? "节目包" : "单一节目"};
+             const int r = D::ShowProgramListDialog(c, true, a, b, p, package);
+             out = {a, b, p, package ? "节目包" : "单一节目"};
              return r;
          }},
-        {"select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价 from dic_program  ",
-         {"节目编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultProgramListDialog(c, false, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
+        {"select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价 from dic_program  ", {"节目编号"}, true,
+         mult([](C& c, S& s) { return D::ShowMultProgramListDialog(c, false, s); })},
+        {"SELECT DISTINCT vProductType 大类名称 FROM Dic_ProductType  ", {"大类名称"}, true, mult(D::ShowProductTypeListDialog)},
+        {"SELECT DISTINCT vProductType2 小类名称 FROM Dic_ProductType  ", {"小类名称"}, true, mult(D::ShowProductType2ListDialog)},
+        {"SELECT iProductNo 商品编号,vBarcode 商品条码,vProductName 商品名称 FROM St_Products  ", {"商品编号", "商品条码", "商品名称"}, false,
+         [](C& c, QStringList& out) { S a, b, d; const int r = D::ShowSt_ProductsListDialog(c, a, b, d); out = {a, b, d}; return r; }},
+        {"select iServiceNo 服务编号,vService 服务名称,mPrice  服务单价 from dic_Service  ", {"服务编号"}, true, mult(D::ShowMultServiceListDialog)},
+        {" select      iCustomerNo as 编号    , vCustomerNo as 编码    , vCustomerName as 名称    , vProvince as 省份  from Cust_CustomersMain  where vProvince='北京'",
+         {"编号", "编码", "名称", "省份"}, false,
+         [](C& c, QStringList& out) {
+             S a, b, d, e;
+             const int r = D::ShowCustomerListDialog(c, "vProvince='北京'", a, b, d, e);
+             out = {a, b, d, e};
              return r;
          }},
-        {"SELECT DISTINCT vProductType 大类名称 FROM Dic_ProductType  ",
-         {"大类名称"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowProductTypeListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
+        {"SELECT iUserNo 用户编号,vUserName as 用户编码,vName 用户名称,vWorkRole 工作角色,vTel 电话,vEmail Email FROM Sys_SystemUser ",
+         {"用户编号", "用户编码", "用户名称", "工作角色", "电话", "Email"}, false,
+         [](C& c, QStringList& out) {
+             S a, b, d, e, f, g;
+             const int r = D::ShowSystemUserListDialog(c, a, b, d, e, f, g);
+             out = {a, b, d, e, f, g};
              return r;
          }},
-        {"SELECT DISTINCT vProductType2 小类名称 FROM Dic_ProductType  ",
-         {"小类名称"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowProductType2ListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
-        {"SELECT iProductNo 商品编号,vBarcode 商品条码,vProductName 商品名称 FROM St_Products  ",
-         {"商品编号", "商品条码", "商品名称"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, d;
-             const int r = TUtils_SearchDialogs::ShowSt_ProductsListDialog(c, a, b, d);
-             out = QStringList{a, b, d};
-             return r;
-         }},
-        {"select iServiceNo 服务编号,vService 服务名称,mPrice  服务单价 from dic_Service  ",
-         {"服务编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultServiceListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
-        {" select      iCustomerNo as 编号    , vCustomerNo as 编码    , vCustomerName as 名称    , "
-         "vProvince as 省份  from Cust_CustomersMain  where vProvince='北京'",
-         {"编号", "编码", "名称", "省份"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, d, e;
-             const int r = TUtils_SearchDialogs::ShowCustomerListDialog(c, "vProvince='北京'", a, b, d, e);
-             out = QStringList{a, b, d, e};
-             return r;
-         }},
-        {"SELECT iUserNo 用户编号,vUserName as 用户编码,vName 用户名称,vWorkRole 工作角色,vTel 电话,vEmail "
-         "Email FROM Sys_SystemUser ",
-         {"用户编号", "用户编码", "用户名称", "工作角色", "电话", "Email"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, d, e, f, g;
-             const int r = TUtils_SearchDialogs::ShowSystemUserListDialog(c, a, b, d, e, f, g);
-             out = QStringList{a, b, d, e, f, g};
-             return r;
-         }},
-        {" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from Cust_CustomersMain ",
-         {"编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultCustomerListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
-        {" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from Cust_CustomersMain  "
-         "where bIsAgent=1 ",
-         {"编号", "名称", "省份"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, d;
-             const int r = TUtils_SearchDialogs::ShowSellPlaceListDialog(c, "", a, b, d);
-             out = QStringList{a, b, d};
-             return r;
-         }},
-        {" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from Cust_CustomersMain where "
-         "bIsAgent=1 ",
-         {"编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultSellPlaceListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
-        {" select iCustomerNo as 编号, vCustomerName as 供应商名称,vProvince as 省份 from Cust_CustomersMain "
-         " where bIsSupplier=1  and iCustomerNo>1",
-         {"编号", "供应商名称", "省份"},
-         false,
-         [](IConnection& c, QStringList& out) {
-             QString a, b, d;
-             const int r = TUtils_SearchDialogs::ShowGoodsNameListDialog(c, "iCustomerNo>1", a, b, d);
-             out = QStringList{a, b, d};
-             return r;
-         }},
-        {" SELECT vBarCode 商品编码   , vProductName 商品名称   , mSellPrice 销售单价   , fSellCount "
-         "可销售数量   , fStorageCount 库存数量   , vModel 生产商编码   , vSpecification 规格   , "
-         "vProductNameEn 客户方编码   , vGoodsName 供应商   , iGoodsNo 供应商No   , iProductNo 编号   FROM "
-         "St_Products WHERE 1=1  and bStop=0",
-         {"商品编码", "编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
+        {" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from Cust_CustomersMain ", {"编号"}, true, mult(D::ShowMultCustomerListDialog)},
+        {" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from Cust_CustomersMain  where bIsAgent=1 ", {"编号", "名称", "省份"}, false,
+         [](C& c, QStringList& out) { S a, b, d; const int r = D::ShowSellPlaceListDialog(c, "", a, b, d); out = {a, b, d}; return r; }},
+        {" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from Cust_CustomersMain where bIsAgent=1 ", {"编号"}, true, mult(D::ShowMultSellPlaceListDialog)},
+        {" select iCustomerNo as 编号, vCustomerName as 供应商名称,vProvince as 省份 from Cust_CustomersMain  where bIsSupplier=1  and iCustomerNo>1",
+         {"编号", "供应商名称", "省份"}, false,
+         [](C& c, QStringList& out) { S a, b, d; const int r = D::ShowGoodsNameListDialog(c, "iCustomerNo>1", a, b, d); out = {a, b, d}; return r; }},
+        {" SELECT vBarCode 商品编码   , vProductName 商品名称   , mSellPrice 销售单价   , fSellCount 可销售数量   , fStorageCount 库存数量   , vModel 生产商编码   , vSpecification 规格   , vProductNameEn 客户方编码   , vGoodsName 供应商   , iGoodsNo 供应商No   , iProductNo 编号   FROM St_Products WHERE 1=1  and bStop=0",
+         {"商品编码", "编号"}, true,
+         [](C& c, QStringList& out) {
              QStringList codes, nos;
-             const int r = TUtils_SearchDialogs::ShowProductListDialog(c, " and bStop=0", "-1", codes, nos);
+             const int r = D::ShowProductListDialog(c, " and bStop=0", "-1", codes, nos);
              out = codes + nos;
              return r;
          }},
-        {"select vCustomersKind as 类型名称,min(vCustomersKindCn) as 类型描述 from dic_unicustomerskind "
-         "group by vCustomersKind",
-         {"类型名称"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultCustomerKindListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
-        {"SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 FROM cust_CustomersMain where "
-         "bisSupplier=1 ",
-         {"编号"},
-         true,
-         [](IConnection& c, QStringList& out) {
-             QString s;
-             const int r = TUtils_SearchDialogs::ShowMultGoodsListDialog(c, s);
-             out = s.split(u',', Qt::SkipEmptyParts);
-             return r;
-         }},
+        {"select vCustomersKind as 类型名称,min(vCustomersKindCn) as 类型描述 from dic_unicustomerskind group by vCustomersKind", {"类型名称"}, true,
+         mult(D::ShowMultCustomerKindListDialog)},
+        {"SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 FROM cust_CustomersMain where bisSupplier=1 ", {"编号"}, true,
+         mult(D::ShowMultGoodsListDialog)},
     };
     return m;
 }
+// clang-format on
 
 } // namespace
 
@@ -392,6 +285,25 @@ private Q_SLOTS:
         QCOMPARE(kinds.split(u',', Qt::SkipEmptyParts).size(), 6);
     }
 
+    // "全选" after a quick search marks the rows shown, not the hidden ones.
+    void selectAllAfterASearch() {
+        QStringList shown;
+        drive([&](TPLAT_Searchfm& f) {
+            QTest::keyClicks(f.EditValue(), "bj");
+            TDataSet& ds = *f.DataSet();
+            for (int r = 0; r < ds.RecordCount(); ++r)
+                shown << ds.DisplayTextAt(r, ds.FieldByName("编号").Index());
+            click(&f, "BitBtnAll");
+            if (const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR"); !dir.isEmpty())
+                f.grab().save(dir + "/search-dialog-multi.png");
+            click(&f, "BitBtnOK");
+        });
+        QString nos;
+        QCOMPARE(TUtils_SearchDialogs::ShowMultCustomerListDialog(*m_conn, nos), 1);
+        QVERIFY(shown.size() > 1);
+        QCOMPARE(nos, shown.join(',') + ',');
+    }
+
     void doubleClickChooses() {
         drive([](TPLAT_Searchfm& f) {
             TLNQDBGrid* g = f.LNQDBGrid();
@@ -443,6 +355,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("committed"); // through the input method
         QTest::addColumn<QString>("field");  // title chosen, "" for the default
         QTest::newRow("initials") << "bjhx" << false << "";
+        QTest::newRow("two initials") << "bj" << false << "";
         QTest::newRow("initials, upper case") << "BJHXTD" << false << "";
         QTest::newRow("chinese") << "华信" << true << "";
         QTest::newRow("code column") << "kh00000" << false << "编码";
@@ -465,6 +378,11 @@ private Q_SLOTS:
                 QTest::keyClicks(f.EditValue(), text);
             TDataSet& ds = *f.DataSet();
             shown = ds.RecordCount();
+            // LNQ_SCREENSHOT_DIR=dir keeps a picture of the narrowed list.
+            if (const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
+                !dir.isEmpty() && text == "bj") {
+                f.grab().save(dir + "/search-dialog.png");
+            }
             for (int r = 0; r < shown; ++r)
                 visible << ds.DisplayTextAt(r, ds.FieldByName(searched).Index());
             QTest::keyClick(f.EditValue(), Qt::Key_Return);

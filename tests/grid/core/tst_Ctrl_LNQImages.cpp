@@ -14,6 +14,7 @@ private Q_SLOTS:
         QTest::addColumn<QSize>("size");
         QTest::newRow("3DOT") << "3DOT" << QSize(16, 16);
         QTest::newRow("DETAIL") << "DETAIL" << QSize(12, 12);
+        QTest::newRow("DROPDOWN") << "DROPDOWN" << QSize(12, 12);
         QTest::newRow("LOCK") << "LOCK" << QSize(10, 12);
         QTest::newRow("case ignored") << "detail" << QSize(12, 12);
     }
