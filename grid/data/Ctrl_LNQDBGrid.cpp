@@ -824,35 +824,6 @@ void TBookmarkList::Clear() {
     m_grid.RefreshCells();
 }
 
-void TBookmarkList::SelectAll() {
-    TDataSet* ds = m_grid.DataSet();
-    if (!ds || !ds->Active() || ds->IsEmpty()) return;
-    ds->CheckBrowseMode();
-    // A set of the records held already keeps this linear in the view's size.
-    QSet<qint64> held;
-    held.reserve(qsizetype(m_items.size()));
-    for (const TBookmark& b : m_items)
-        held.insert(b.record);
-    const TBookmark here = ds->GetBookmark();
-    ds->DisableControls();
-    try {
-        for (ds->First(); !ds->Eof(); ds->Next()) {
-            const TBookmark b = ds->GetBookmark();
-            if (!held.contains(b.record)) {
-                held.insert(b.record);
-                m_items.push_back(b);
-            }
-            m_grid.m_selectedRows.insert(ds->CurrentRow());
-        }
-        if (ds->BookmarkValid(here)) ds->GotoBookmark(here);
-    } catch (...) {
-        ds->EnableControls();
-        throw;
-    }
-    ds->EnableControls();
-    m_grid.RefreshCells();
-}
-
 void TBookmarkList::Delete() {
     TDataSet* ds = m_grid.DataSet();
     if (!ds) return;
@@ -906,6 +877,10 @@ void TBookmarkList::SetCurrentRowSelected(bool on) {
     else
         m_grid.m_selectedRows.remove(ds->CurrentRow());
     m_grid.RefreshCells();
+}
+
+void TBookmarkList::SelectAll() {
+    selectViewRecords(false);
 }
 
 void TBookmarkList::InvertSelection() {

@@ -390,9 +390,6 @@ public:
     int Count() const { return int(m_items.size()); }
     const TBookmark& Items(int index) const { return m_items.at(size_t(index)); }
     void Clear();
-    // Selects every record of the dataset's view, in view order, after the
-    // ones selected already; the cursor stays where it was.
-    void SelectAll();
     // Deletes the selected records from the dataset and empties the list.
     void Delete();
     // Whether the bookmark is selected; index receives its position.
@@ -403,8 +400,10 @@ public:
     bool CurrentRowSelected() const;
     void SetCurrentRowSelected(bool on);
     bool IsSelected(const TBookmark& bookmark) const { return IndexOf(bookmark) >= 0; }
-    // Every record's selection inverted (the selected ones dropped, the
-    // others added in view order). One pass over the view, the cursor put back.
+    // Every record of the view selected, in view order; and every record's
+    // selection inverted (the selected ones first dropped, the others added
+    // in view order). One pass over the view, the cursor put back.
+    void SelectAll();
     void InvertSelection();
 
 private:
