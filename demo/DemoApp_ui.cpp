@@ -149,6 +149,12 @@ int RunDemo(const TDemoOptions& options) {
         if (!options.Tour) TClientUtils::MsgBox(text, QStringLiteral("错误提示"), mb::Ok | mb::IconHand);
         return 1;
     }
+    try {
+        SeedSavedViews(*connection);
+    } catch (const Exception& e) {
+        // The screens work without them; the views tree is just emptier.
+        err << QStringLiteral("无法写入常用视图：") << e.Message() << Qt::endl;
+    }
     services.SetConnection(connection);
     services.RegisterReceiptTable(QString::fromLatin1(TOrderEditfm::kReceiptKind),
                                   QStringLiteral("Sal_SaleMain"), QStringLiteral("vReceiptNo"));

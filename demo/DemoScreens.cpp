@@ -1,8 +1,13 @@
 #include "demo/DemoScreens.h"
 
 #include "data/ADOConnection.h"
+#include "data/DataSet.h"
+#include "data/Plat_adodatabasese.h"
+#include "filter/ViewStream.h"
 #include "util/Exceptions.h"
 #include "util/Plat_clientutils.h"
+
+#include <QBuffer>
 
 namespace lnq {
 
@@ -157,6 +162,65 @@ void EnsureDemoViews(TADOConnection& connection) {
         "CREATE VIEW IF NOT EXISTS Cust_Agents AS SELECT * FROM Cust_CustomersMain WHERE bIsAgent=1;\n"
         "CREATE VIEW IF NOT EXISTS Cust_Suppliers AS SELECT * FROM Cust_CustomersMain WHERE "
         "bIsSupplier=1;\n"));
+}
+
+namespace {
+
+struct SeedView {
+    const char* Ext;
+    const char* Name;
+    const char* Piece;
+    const char* Caption;
+    const char* Description;
+    const char* Remark;
+};
+
+const SeedView kSeedViews[] = {
+    {".AGT", "北京代理商", "vProvince= '北京'", "省份", "省份 等于(精确地) 北京", "北京地区的代理商"},
+    {".AGT", "大额信用代理商", "mCreditLimit>= 300000", "信用额度", "信用额度 大于等于 300000",
+     "信用额度30万以上"},
+    {".SUP", "广东供应商", "vProvince= '广东'", "省份", "省份 等于(精确地) 广东", "广东地区的供应商"},
+    {".PRD", "在售商品", "bStop=0", "停用", "停用 否 ", "未停用的商品"},
+    {".PRD", "库存不足", "fStorageCount< 20", "库存数量", "库存数量 小于 20", "库存少于20的商品"},
+    {".SRV", "百元以上服务", "mPrice>= 100", "服务单价", "服务单价 大于等于 100", "单价100元以上的服务"},
+    {".PRG", "长节目", "iDuration>= 90", "时长(分钟)", "时长(分钟) 大于等于 90", "时长90分钟以上的节目"},
+    {".USR", "销售人员", "vWorkRole like '%销售%'", "工作角色", "工作角色 包含 销售",
+     "工作角色含“销售”的用户"},
+};
+
+} // namespace
+
+void SeedSavedViews(IConnection& connection) {
+    QStringList done;
+    for (const SeedView& v : kSeedViews) {
+        const QString ext = QString::fromLatin1(v.Ext);
+        if (done.contains(ext)) continue;
+        const std::unique_ptr<TADODataSet> existing =
+            connection.ExecuteWithQuery(QStringLiteral("select count(*) from Sys_FileBase where vExt=") +
+                                        TInterfacedADOConnection::QuotedStr(ext));
+        if (existing->Fields(0).AsInteger() > 0) {
+            done << ext;
+            continue;
+        }
+        for (const SeedView& w : kSeedViews) {
+            if (QString::fromLatin1(w.Ext) != ext) continue;
+            TConditionList conditions;
+            conditions.Add(QString::fromUtf8(w.Piece), QString::fromUtf8(w.Caption),
+                           QString::fromUtf8(w.Description));
+            QBuffer stream;
+            stream.open(QIODevice::ReadWrite);
+            SaveToStream(stream, conditions, true);
+            const QString path = QStringLiteral("常用视图\\") + QString::fromUtf8(w.Name);
+            connection.SaveStream(QStringLiteral("admin"), path + ext, stream);
+            connection.ExecuteNonQuery(
+                QStringLiteral("update Sys_FileBase set bShare=1, vAllowedUsers=',', "
+                               "vDescription=") +
+                TInterfacedADOConnection::QuotedStr(QString::fromUtf8(w.Remark)) +
+                QStringLiteral(" where vFileName=") + TInterfacedADOConnection::QuotedStr(path) +
+                QStringLiteral(" and vExt=") + TInterfacedADOConnection::QuotedStr(ext));
+        }
+        done << ext;
+    }
 }
 
 } // namespace lnq

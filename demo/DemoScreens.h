@@ -14,6 +14,7 @@
 
 namespace lnq {
 
+class IConnection;
 class TADOConnection;
 
 enum class TDemoScreenKind { List, OrderEntry, Backup };
@@ -75,5 +76,10 @@ TLinkRoute RouteOfLink(const TAppLink& link);
 // The views the agent and supplier lists read. Created on the embedded
 // database when missing; EDatabaseError when that fails.
 void EnsureDemoViews(TADOConnection& connection);
+
+// Shared saved views ("常用视图\...") for the screens whose kind of list has
+// none stored yet (goods, services, programmes, agents, suppliers, users), so
+// that every screen's views tree has something to open. Owned by "admin".
+void SeedSavedViews(IConnection& connection);
 
 } // namespace lnq

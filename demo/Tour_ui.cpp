@@ -34,6 +34,7 @@
 #include <QTextStream>
 #include <QThread>
 #include <QToolButton>
+#include <QTreeWidget>
 #include <algorithm>
 #include <functional>
 
@@ -219,6 +220,16 @@ private:
     void plainList(const QString& id) {
         TDemoListfm& list = openList(id);
         expect(list.ListDataSet().RecordCount() > 0, list.windowTitle() + QStringLiteral("列表没有数据"));
+        // The screen's first saved view, opened from the tree.
+        QTreeWidget* tree = list.FilterFrame()->TreeView();
+        QTreeWidgetItem* folder = tree->topLevelItemCount() > 0 ? tree->topLevelItem(0) : nullptr;
+        expect(folder && folder->childCount() > 0, list.windowTitle() + QStringLiteral("的视图树是空的"));
+        const QString path = folder->text(0) + QLatin1Char('\\') + folder->child(0)->text(0);
+        const int shownBefore = m_messages.size();
+        expect(list.FilterFrame()->OpenFilter(path), QStringLiteral("无法打开视图 ") + path);
+        pump(80);
+        expect(m_messages.size() == shownBefore && !list.ListCaption().isEmpty(),
+               QStringLiteral("打开视图 ") + path + QStringLiteral(" 失败"));
         capture(m_main, id.toLower());
     }
 

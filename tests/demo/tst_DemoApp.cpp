@@ -55,6 +55,8 @@ private Q_SLOTS:
         EnsureDemoViews(*m_ado);
         TDataEnvironment::GetInstance(*m_ado);
         m_conn = std::make_shared<TDemoConnection>(*m_ado);
+        SeedSavedViews(*m_conn);
+        SeedSavedViews(*m_conn); // a second start adds nothing
         m_services = std::make_unique<TDemoServices>(
             std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("demo.ini")), QSettings::IniFormat));
         m_services->SetConnection(m_conn);
@@ -160,6 +162,13 @@ private Q_SLOTS:
         for (const QString& path : hidden)
             QVERIFY2(!list->FilterFrame()->OpenFilter(path), qPrintable(path));
         QCOMPARE(TClientUtils::GetCurrentUserCode(*m_conn), user);
+        // Seeded once, shared with everyone.
+        auto* goods = qobject_cast<TDemoListfm*>(main->OpenScreen(QStringLiteral("Product")));
+        QVERIFY(goods && goods->FilterFrame()->OpenFilter(QStringLiteral("常用视图\\库存不足")));
+        QCOMPARE(scalar(QStringLiteral("select count(*) from Sys_FileBase where vExt='.PRD'")),
+                 QStringLiteral("2"));
+        for (goods->ListDataSet().First(); !goods->ListDataSet().Eof(); goods->ListDataSet().Next())
+            QVERIFY(goods->ListDataSet().FieldByName(QStringLiteral("fStorageCount")).AsFloat() < 20);
     }
 
     void disabledUserCannotSignIn() {
