@@ -8,13 +8,16 @@
 #include "common/WidgetDriver.h"
 #include "data/DataSet.h"
 #include "data/Plat_dataenvironment.h"
+#include "demo/BackupScreen_ui.h"
 #include "demo/DemoConnection.h"
 #include "demo/DemoPrompt_ui.h"
 #include "demo/DemoScreens.h"
 #include "demo/DemoServices.h"
 #include "demo/ListScreens_ui.h"
 #include "demo/MainWindow_ui.h"
+#include "demo/OrderEditForm_ui.h"
 #include "demo/RecordEdit_ui.h"
+#include "demo/SignIn_ui.h"
 #include "filter/Ctrl_FilterFrame.h"
 #include "grid/core/Ctrl_LNQMaskEdit.h"
 #include "util/Clock.h"
@@ -22,11 +25,16 @@
 #include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
 
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QToolButton>
 #include <QTreeWidget>
 
 using namespace lnq;
@@ -290,6 +298,141 @@ private Q_SLOTS:
         other->RestoreScreens();
         QCOMPARE(other->Tabs()->count(), 1);
         QVERIFY(m_messages.isEmpty());
+    }
+
+    // Links that lead to a screen hand it their parameters; order links open
+    // the order screen on that order.
+    void linksOpenScreens() {
+        auto main = signedIn(QStringLiteral("admin"));
+        QVERIFY(main->OpenAppLink(QStringLiteral("app://ShowContactDetail?iCustomerNo=3&vContact=王伟")));
+        auto* customers = main->ListScreen(QStringLiteral("Customer"));
+        QVERIFY(customers);
+        QCOMPARE(customers->ListDataSet().RecordCount(), 1);
+        QCOMPARE(customers->ListDataSet().FieldByName(QStringLiteral("iCustomerNo")).AsInteger(), 3);
+        const int order = scalar(QStringLiteral("select min(iNo) from Sal_SaleMain")).toInt();
+        QVERIFY(main->OpenAppLink(QStringLiteral("app://SaleOrder?Action=EDIT&KeyField=") +
+                                  QString::number(order)));
+        QVERIFY(main->OrderScreen());
+        QCOMPARE(main->Tabs()->currentWidget(), main->OrderScreen());
+        QCOMPARE(main->OrderScreen()->KeyValue(), order);
+        QVERIFY(!main->OpenAppLink(QStringLiteral("app://Customer?Action=EDIT&KeyField=999999")));
+        QVERIFY(m_messages.value(0).contains(QStringLiteral("记录不存在")));
+    }
+
+    // Confirming sales orders is for administrators and finance; it writes
+    // the order and its lines, and cancelling undoes both.
+    void confirmFollowsGroups_data() {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<bool>("allowed");
+        QTest::newRow("sales rep") << "lina" << false;
+        QTest::newRow("finance") << "zhaomin" << true;
+    }
+    void confirmFollowsGroups() {
+        QFETCH(QString, user);
+        QFETCH(bool, allowed);
+        const QString key =
+            scalar(QStringLiteral("select min(iNo) from Sal_SaleMain where vConfirmState='未确认'"));
+        QVERIFY(!key.isEmpty());
+        m_conn->ExecuteNonQuery(
+            QStringLiteral("update Sal_SaleDetail set vConfirmState='未确认' where iMasterNo=") + key);
+        auto main = signedIn(user);
+        QVERIFY(main->OpenAppLink(QStringLiteral("app://SaleOrder?KeyField=") + key));
+        TDemoListfm* sales = main->ListScreen(QStringLiteral("SaleOrder"));
+        QVERIFY(sales);
+        QCOMPARE(sales->ListDataSet().RecordCount(), 1);
+        const QString lines =
+            QStringLiteral("select count(*) from Sal_SaleDetail where vConfirmState='已确认' "
+                           "and iMasterNo=") +
+            key;
+        const QString all = QStringLiteral("select count(*) from Sal_SaleDetail where iMasterNo=") + key;
+        QTest::mouseClick(sales->findChild<QToolButton*>(QStringLiteral("SpeedButtonDoConfirm")),
+                          Qt::LeftButton);
+        const QString state =
+            scalar(QStringLiteral("select vConfirmState from Sal_SaleMain where iNo=") + key);
+        if (!allowed) {
+            QCOMPARE(state, QStringLiteral("未确认"));
+            QVERIFY(m_messages.value(0).startsWith(QStringLiteral("只有财务部")));
+            QCOMPARE(scalar(lines), QStringLiteral("0"));
+            return;
+        }
+        QCOMPARE(state, QStringLiteral("已确认"));
+        QCOMPARE(scalar(lines), scalar(all));
+        QCOMPARE(
+            scalar(QStringLiteral("select min(vConfirmUser) from Sal_SaleDetail where iMasterNo=") + key),
+            QStringLiteral("赵敏"));
+        QTest::mouseClick(sales->findChild<QToolButton*>(QStringLiteral("SpeedButtonUnDoConfirm")),
+                          Qt::LeftButton);
+        QCOMPARE(scalar(QStringLiteral("select vConfirmState from Sal_SaleMain where iNo=") + key),
+                 QStringLiteral("未确认"));
+        QCOMPARE(scalar(lines), QStringLiteral("0"));
+    }
+
+    // Signing in as a user would: pick the user, type the password.
+    void signInDialog() {
+        m_conn->ExecuteNonQuery(
+            QStringLiteral("update sys_Systemuser set vPassword='mm88' where vUserName='wujie'"));
+        m_conn->SignIn(QStringLiteral("admin"));
+        TDemoSignInDlg dialog(*m_conn);
+        QStringList listed;
+        for (int i = 0; i < dialog.UserList()->topLevelItemCount(); ++i)
+            listed << dialog.UserList()->topLevelItem(i)->text(0);
+        QVERIFY(listed.contains(QStringLiteral("wujie")));
+        QVERIFY(!listed.contains(QStringLiteral("retired"))); // disabled
+        dialog.show();
+        QVERIFY(dialog.SelectUser(QStringLiteral("WuJie")));
+        auto* signIn = dialog.findChild<QPushButton*>(QStringLiteral("SignInButton"));
+        QTest::keyClicks(dialog.PasswordEdit(), QStringLiteral("mm8"));
+        QTest::mouseClick(signIn, Qt::LeftButton);
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(dialog.MessageLabel()->text(), QStringLiteral("密码错误，请重新输入"));
+        QCOMPARE(m_conn->CurrentUser().Code, QStringLiteral("admin"));
+        QTest::keyClicks(dialog.PasswordEdit(), QStringLiteral("mm88"));
+        QTest::keyClick(dialog.PasswordEdit(), Qt::Key_Return);
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(m_conn->CurrentUser().Name, QStringLiteral("吴杰"));
+        QCOMPARE(m_conn->CurrentUser().Groups, QStringLiteral("[D"));
+    }
+
+    // Backup, check and restore of the database in use, as the screen's
+    // buttons run them; a damaged backup and the database in use are refused.
+    void backupScreen() {
+        TDemoBackupfm screen(m_ado->DatabaseFile());
+        QTemporaryDir folder;
+        screen.SetBackupFolder(folder.path());
+        QString file;
+        QVERIFY(screen.Backup(&file));
+        QVERIFY(file.startsWith(folder.path()));
+        QVERIFY(screen.CheckBackup(file));
+        QVERIFY(screen.Restore(file, QStringLiteral("restored-copy")));
+        const QString restored = QFileInfo(m_ado->DatabaseFile()).absoluteDir().filePath("restored-copy.db");
+        QVERIFY(QFileInfo::exists(restored));
+        QVERIFY(!screen.Restore(file, QFileInfo(m_ado->DatabaseFile()).completeBaseName()));
+        QVERIFY(screen.Log()->toPlainText().contains(QStringLiteral("不能恢复到正在使用的数据库")));
+        QVERIFY(!screen.Restore(file, QStringLiteral("../elsewhere")));
+        const QString damaged = folder.filePath(QStringLiteral("damaged.bak"));
+        {
+            QFile in(file), out(damaged);
+            QVERIFY(in.open(QIODevice::ReadOnly) && out.open(QIODevice::WriteOnly));
+            QByteArray bytes = in.readAll();
+            bytes.truncate(bytes.size() / 3);
+            out.write(bytes);
+        }
+        QVERIFY(!screen.CheckBackup(damaged));
+        QVERIFY(!screen.Restore(damaged, QStringLiteral("restored-copy")));
+        QVERIFY(QFileInfo::exists(restored)); // the earlier restore stays
+        QFile::remove(restored);
+    }
+
+    // Texts handed across the module boundary never end in half a character.
+    void optionsKeepWholeCharacters() {
+        const QString longText = QString(300, QChar(u'中'));
+        TClientUtils::SetOptionValueEx(*m_services, QStringLiteral("Options"), QStringLiteral("Long"),
+                                       longText);
+        const QString back = TClientUtils::GetOptionValue(*m_services, QStringLiteral("Long"), QString());
+        QCOMPARE(back, QString(256, QChar(u'中')));
+        QCOMPARE(TClientUtils::GetOptionValue(*m_services, QStringLiteral("Missing"), QStringLiteral("缺省")),
+                 QStringLiteral("缺省"));
     }
 
     void receiptNumbersNeverRepeat() {
