@@ -140,8 +140,8 @@ private Q_SLOTS:
         for (int i = 0; i < 150; ++i)
             m_conn->ExecuteNonQuery(
                 QStringLiteral("insert into Sal_SaleMain (vReceiptNo, vSeller, vConfirmState) "
-                               "values ('T%1', 'lina', '未确认')")
-                    .arg(i));
+                               "values ('T") +
+                QString::number(i) + QStringLiteral("', 'lina', '未确认')"));
         // A view with an ASCII name, stored as raw SQL.
         QBuffer stream;
         stream.open(QIODevice::ReadWrite);
