@@ -163,14 +163,14 @@ TDemoBackupfm* TDemoMainfm::BackupScreen() const {
     return qobject_cast<TDemoBackupfm*>(ScreenWidget(QStringLiteral("Backup")));
 }
 
-QWidget* TDemoMainfm::createScreen(const TDemoScreen& screen) {
+std::unique_ptr<QWidget> TDemoMainfm::createScreen(const TDemoScreen& screen) {
     switch (screen.Kind) {
     case TDemoScreenKind::List: {
         std::unique_ptr<TDemoListfm> form = CreateDemoListfm(m_connection, &m_services, screen);
         TDemoListfm* raw = form.get();
         connect(
             raw, &TListCommonfm::FormClosed, this, [this, raw] { closeScreen(raw); }, Qt::QueuedConnection);
-        return form.release();
+        return form;
     }
     case TDemoScreenKind::OrderEntry: {
         auto form = std::make_unique<TOrderEditfm>(m_connection, &m_services);
@@ -184,10 +184,10 @@ QWidget* TDemoMainfm::createScreen(const TDemoScreen& screen) {
         // A saved or confirmed order shows at once in the sales order list.
         connect(raw, &TMasterDetailEditfm::DocumentSaved, this,
                 [this] { refreshList(QStringLiteral("SaleOrder")); });
-        return form.release();
+        return form;
     }
     case TDemoScreenKind::Backup:
-        return new TDemoBackupfm(m_databaseFile);
+        return std::make_unique<TDemoBackupfm>(m_databaseFile);
     }
     return nullptr;
 }
@@ -215,13 +215,16 @@ QWidget* TDemoMainfm::OpenScreen(const QString& id) {
     }
     QWidget* w = ScreenWidget(screen->Id);
     if (!w) {
+        std::unique_ptr<QWidget> created;
         try {
-            w = createScreen(*screen);
+            created = createScreen(*screen);
         } catch (const Exception& e) {
             showError(QStringLiteral("无法打开“") + screen->Caption + QStringLiteral("”：") + e.Message());
             return nullptr;
         }
-        w->setObjectName(w->objectName().isEmpty() ? screen->Id : w->objectName());
+        if (!created) return nullptr;
+        if (created->objectName().isEmpty()) created->setObjectName(screen->Id);
+        w = created.release(); // the tab widget owns it from here
         m_tabs->addTab(w, screen->Caption);
         m_screens[screen->Id] = w;
         m_tabs->setCurrentWidget(w);

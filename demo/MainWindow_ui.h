@@ -73,7 +73,7 @@ protected:
 
 private:
     void buildNavTree();
-    QWidget* createScreen(const TDemoScreen& screen);
+    std::unique_ptr<QWidget> createScreen(const TDemoScreen& screen);
     bool editRecord(const TDemoScreen& screen, const QString& key);
     bool deleteRecord(const TDemoScreen& screen, const QString& key);
     void refreshList(const QString& id);
