@@ -24,6 +24,7 @@
 #include "util/Gbk.h"
 #include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
+#include "web/Ctrl_datawebbrowser.h"
 
 #include <QFile>
 #include <QLabel>
@@ -315,6 +316,13 @@ private Q_SLOTS:
         QVERIFY(main->OrderScreen());
         QCOMPARE(main->Tabs()->currentWidget(), main->OrderScreen());
         QCOMPARE(main->OrderScreen()->KeyValue(), order);
+        // A property-list link in the record viewer takes the same road.
+        QVERIFY(customers->DataWebBrowser()->Navigate(
+            QStringLiteral("app://Supplier?KeyField=") +
+            scalar(QStringLiteral("select min(iCustomerNo) from "
+                                  "Cust_CustomersMain where bIsSupplier=1"))));
+        QCOMPARE(main->Tabs()->currentWidget(), main->ScreenWidget(QStringLiteral("Supplier")));
+        QCOMPARE(main->ListScreen(QStringLiteral("Supplier"))->ListDataSet().RecordCount(), 1);
         QVERIFY(!main->OpenAppLink(QStringLiteral("app://Customer?Action=EDIT&KeyField=999999")));
         QVERIFY(m_messages.value(0).contains(QStringLiteral("记录不存在")));
     }
