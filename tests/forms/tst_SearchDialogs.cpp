@@ -56,7 +56,7 @@ void markRows(TPLAT_Searchfm& f, const QList<int>& rows) {
     int at = 0;
     for (const int r : rows) {
         for (; at < r; ++at)
-            key(f, Qt::Key_Down);
+            key(f, Qt::Key_Down, Qt::ControlModifier); // a plain move drops the marks
         key(f, Qt::Key_Space, Qt::ControlModifier);
     }
 }
