@@ -274,7 +274,9 @@ int TColumn::DefaultWidth() const {
     const QFontMetrics fm(g ? g->font() : QFont());
     int w = 64;
     // Digits set the measure: a wide field does not make a screen-wide column.
-    if (const TField* f = Field()) w = fm.horizontalAdvance(u'0') * std::clamp(f->DisplayWidth(), 4, 16) + 8;
+    if (const TField* f = Field())
+        m_fieldWidth = fm.horizontalAdvance(u'0') * std::clamp(f->DisplayWidth(), 4, 16) + 8;
+    if (m_fieldWidth > 0) w = m_fieldWidth;
     const QFontMetrics tm(m_title.Font());
     for (const QString& part : m_title.Caption().split(u'.'))
         w = std::max(w, tm.horizontalAdvance(part) + 8);
@@ -292,6 +294,7 @@ void TColumn::SetWidth(int w) {
 
 void TColumn::SetFieldName(const QString& name) {
     m_fieldName = name;
+    m_fieldWidth = -1;
     changed();
 }
 

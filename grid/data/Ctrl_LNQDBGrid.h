@@ -253,6 +253,9 @@ private:
     TColumnTitle m_title{*this};
     bool m_hasAlignment = false, m_hasColor = false, m_hasFont = false, m_hasWidth = false;
     bool m_hasDefaultWidth = false;
+    // The field's measure from the last time the dataset was open: a layout
+    // saved as the dataset closes keeps the widths the user saw.
+    mutable int m_fieldWidth = -1;
     Qt::Alignment m_alignment = Qt::AlignLeft;
     QColor m_color;
     QFont m_font;
