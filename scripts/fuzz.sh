@@ -5,6 +5,7 @@
 #
 #   bash scripts/fuzz.sh [SECONDS] [NAME]        NAME: only targets containing it
 #   bash scripts/fuzz.sh --runs N [NAME]         each target for N executions
+#                                                (LNQ_FUZZ_MAX_SECONDS: and at most that long)
 #   bash scripts/fuzz.sh --merge [NAME]          minimise the checked-in corpora
 #
 # --merge adds to the checked-in seeds only those inputs found by the runs
@@ -77,6 +78,7 @@ for bin in build-fuzz/tests/fuzz/fuzz_*; do
   if [ "$MODE" = runs ]; then
     echo "== fuzz_$name: $RUNS runs"
     budget=(-runs="$RUNS")
+    [ -z "${LNQ_FUZZ_MAX_SECONDS:-}" ] || budget+=(-max_total_time="$LNQ_FUZZ_MAX_SECONDS")
   else
     echo "== fuzz_$name: ${SECONDS_EACH}s"
     budget=(-max_total_time="$SECONDS_EACH")
