@@ -487,7 +487,7 @@ void coerceLiteral(Node& lit, const TStoreColumn& col, const QString& fieldName)
             bool b = false;
             if (!parseBoolText(lit.lit.s, &b))
                 throw EDatabaseError(QStringLiteral("过滤条件错误：'%1' 不是字段 '%2' 的有效布尔值")
-                                         .arg(lit.lit.s, fieldName));
+                                         .arg(shown(lit.lit.s), shown(fieldName)));
             lit.lit.k = Val::Bool;
             lit.lit.b = b;
         } else if (lit.lit.k == Val::Num) {

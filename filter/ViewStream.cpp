@@ -11,6 +11,18 @@ namespace lnq {
 
 namespace {
 
+// What is being read, for the error texts. The text is built only when an
+// error needs it: a view may hold thousands of conditions.
+struct What {
+    QStringView name; // holds %1 for the condition's number
+    qint32 condition = 0;
+    bool length = false; // the length field in front of a text
+    QString text() const {
+        const QString base = condition > 0 ? name.toString().arg(condition) : name.toString();
+        return length ? base + QStringLiteral("的长度") : base;
+    }
+};
+
 // Reads the layout with every length checked against what is left, so that a
 // damaged or hostile view cannot make us allocate from a wild length.
 class Reader {
@@ -21,30 +33,30 @@ public:
             throw EReadError(QStringLiteral("视图数据无法读取：不能回到数据流开头"));
     }
 
-    quint8 byte(const QString& what) {
+    quint8 byte(const What& what) {
         char c = 0;
         need(1, what);
         readExactly(&c, 1, what);
         return static_cast<quint8>(c);
     }
 
-    qint32 int32(const QString& what) {
+    qint32 int32(const What& what) {
         char b[4];
         need(4, what);
         readExactly(b, 4, what);
         return qFromLittleEndian<qint32>(b);
     }
 
-    QString text(const QString& what) {
-        const qint32 length = int32(what + QStringLiteral("的长度"));
+    QString text(const What& what) {
+        const qint32 length = int32(What{what.name, what.condition, true});
         if (length < 0)
             throw EReadError(QStringLiteral("视图数据已损坏：%1的长度 %2 无效（位置 %3）")
-                                 .arg(what)
+                                 .arg(what.text())
                                  .arg(length)
                                  .arg(m_offset - 4));
         if (length > remaining())
             throw EReadError(QStringLiteral("视图数据已损坏：%1的长度 %2 超出剩余的 %3 字节（位置 %4）")
-                                 .arg(what)
+                                 .arg(what.text())
                                  .arg(length)
                                  .arg(remaining())
                                  .arg(m_offset - 4));
@@ -60,14 +72,14 @@ public:
     qint64 offset() const { return m_offset; }
 
 private:
-    void need(qint64 n, const QString& what) const {
+    void need(qint64 n, const What& what) const {
         if (remaining() < n) truncated(what);
     }
-    [[noreturn]] void truncated(const QString& what) const {
+    [[noreturn]] void truncated(const What& what) const {
         throw EReadError(
-            QStringLiteral("视图数据不完整：读取%1时数据在第 %2 字节处结束").arg(what).arg(m_offset));
+            QStringLiteral("视图数据不完整：读取%1时数据在第 %2 字节处结束").arg(what.text()).arg(m_offset));
     }
-    void readExactly(char* data, qint64 n, const QString& what) {
+    void readExactly(char* data, qint64 n, const What& what) {
         qint64 done = 0;
         while (done < n) {
             const qint64 got = m_device.read(data + done, n - done);
@@ -138,14 +150,14 @@ namespace {
 TStoredView readView(QIODevice& stream) {
     Reader r(stream);
     TStoredView view;
-    view.Version = r.byte(QStringLiteral("版本号"));
-    view.IsSQL = view.Version >= 2 ? r.byte(QStringLiteral("SQL 标志")) != 0 : false;
-    view.MatchAll = view.Version >= 3 ? r.byte(QStringLiteral("匹配方式")) != 0 : true;
+    view.Version = r.byte({u"版本号"});
+    view.IsSQL = view.Version >= 2 ? r.byte({u"SQL 标志"}) != 0 : false;
+    view.MatchAll = view.Version >= 3 ? r.byte({u"匹配方式"}) != 0 : true;
     if (view.IsSQL) {
-        view.SQL = r.text(QStringLiteral("SQL 文本"));
+        view.SQL = r.text({u"SQL 文本"});
         return view;
     }
-    const qint32 count = r.int32(QStringLiteral("条件数"));
+    const qint32 count = r.int32({u"条件数"});
     // Every condition takes at least its three length fields.
     if (count > 0 && count > r.remaining() / 12)
         throw EReadError(
@@ -161,9 +173,9 @@ TStoredView readView(QIODevice& stream) {
     if (count > 0) view.Conditions.reserve(static_cast<size_t>(count));
     for (qint32 i = 1; i <= count; ++i) {
         TCondition c;
-        c.Piece = r.text(QStringLiteral("第 %1 个条件的 SQL 片段").arg(i));
-        c.Row.Caption = r.text(QStringLiteral("第 %1 个条件的标题").arg(i));
-        c.Row.Description = r.text(QStringLiteral("第 %1 个条件的说明").arg(i));
+        c.Piece = r.text({u"第 %1 个条件的 SQL 片段", i});
+        c.Row.Caption = r.text({u"第 %1 个条件的标题", i});
+        c.Row.Description = r.text({u"第 %1 个条件的说明", i});
         view.Conditions.push_back(std::move(c));
     }
     return view;

@@ -3,8 +3,14 @@
 # UBSan in build-fuzz, runs each for SECONDS (default 60), and prints per
 # target the executions, executions per second and crashes.
 #
-#   bash scripts/fuzz.sh [SECONDS] [NAME]     NAME: only targets containing it
+#   bash scripts/fuzz.sh [SECONDS] [NAME]        NAME: only targets containing it
+#   bash scripts/fuzz.sh --runs N [NAME]         each target for N executions
+#                                                (LNQ_FUZZ_MAX_SECONDS: and at most that long)
+#   bash scripts/fuzz.sh --merge [NAME]          minimise the checked-in corpora
 #
+# --merge adds to the checked-in seeds only those inputs found by the runs
+# that reach code the seeds do not (libFuzzer's -merge=1), so the replay
+# stays small and fast.
 # Each run starts from the checked-in seeds (tests/fuzz/corpus/<name>/) plus
 # what earlier runs found (build-fuzz/corpus/<name>/). Allocations beyond the
 # targets' stated limits count as crashes (-malloc_limit_mb, -rss_limit_mb).
@@ -14,8 +20,23 @@
 # LNQ_JOBS sets the build's parallel jobs (default: all cores).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-SECONDS_EACH=${1:-60}
-ONLY=${2:-}
+MODE=time
+case "${1:-}" in
+  --runs)
+    MODE=runs
+    RUNS=${2:?--runs needs a count}
+    shift 2
+    ;;
+  --merge)
+    MODE=merge
+    shift
+    ;;
+  *)
+    SECONDS_EACH=${1:-60}
+    shift || true
+    ;;
+esac
+ONLY=${1:-}
 bash scripts/bootstrap.sh
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLNQ_FUZZ=ON \
   -DLNQ_BUILD_BENCH=OFF >/dev/null
@@ -46,9 +67,23 @@ for bin in build-fuzz/tests/fuzz/fuzz_*; do
   log=build-fuzz/fuzz-$name.log
   mkdir -p "$work" "$artifacts"
   rm -f "$artifacts"/*
-  echo "== fuzz_$name: ${SECONDS_EACH}s"
-  "$bin" -max_total_time="$SECONDS_EACH" -max_len="$(max_len "$name")" -timeout=10 \
-    -rss_limit_mb=2048 -malloc_limit_mb=512 -print_final_stats=1 \
+  limits=(-max_len="$(max_len "$name")" -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=512)
+  if [ "$MODE" = merge ]; then
+    seeds=tests/fuzz/corpus/$name
+    "$bin" -merge=1 "${limits[@]}" "$seeds" "$work" >"build-fuzz/merge-$name.log" 2>&1
+    summary+=("$(printf '%-12s corpus %s files, %s KiB' "$name" "$(find "$seeds" -type f | wc -l)" \
+      "$(du -sk "$seeds" | cut -f1)")")
+    continue
+  fi
+  if [ "$MODE" = runs ]; then
+    echo "== fuzz_$name: $RUNS runs"
+    budget=(-runs="$RUNS")
+    [ -z "${LNQ_FUZZ_MAX_SECONDS:-}" ] || budget+=(-max_total_time="$LNQ_FUZZ_MAX_SECONDS")
+  else
+    echo "== fuzz_$name: ${SECONDS_EACH}s"
+    budget=(-max_total_time="$SECONDS_EACH")
+  fi
+  "$bin" "${budget[@]}" "${limits[@]}" -print_final_stats=1 \
     -artifact_prefix="$artifacts/" "$work" "tests/fuzz/corpus/$name" >"$log" 2>&1 || true
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
   rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -1)
@@ -66,9 +101,15 @@ for bin in build-fuzz/tests/fuzz/fuzz_*; do
     echo "   kept $(basename "$a") in $dest (log: $log)"
   done
   [ "$crashes" -eq 0 ] || status=1
-  summary+=("$(printf '%-12s executions %-10s exec/s %-7s crashes %s' "$name" "${runs:-?}" "${rate:-?}" "$crashes")")
+  corpus=$(find "$work" -type f | wc -l)
+  summary+=("$(printf '%-12s executions %-10s exec/s %-7s crashes %-3s corpus %s' "$name" "${runs:-?}" \
+    "${rate:-?}" "$crashes" "$corpus")")
 done
 echo
-echo "fuzz summary (${SECONDS_EACH}s per target):"
+case "$MODE" in
+  runs) echo "fuzz summary ($RUNS runs per target):" ;;
+  merge) echo "merged corpora:" ;;
+  *) echo "fuzz summary (${SECONDS_EACH}s per target):" ;;
+esac
 printf '  %s\n' "${summary[@]}"
 exit $status

@@ -252,19 +252,29 @@ void TLNQStringGrid::LoadFromStream(QIODevice& file) {
     bool done = false;
     int row = 0;
     QByteArray pending;
+    // One read buffer for the whole load, no larger than what the device
+    // says it holds: a small file must not cost a megabyte per load.
+    const qint64 available = file.bytesAvailable();
+    QByteArray chunk(qsizetype(available > 0 ? qBound(qint64(4096), available, qint64(1) << 20) : 1 << 16),
+                     Qt::Uninitialized);
     // Blocks end at a line feed, which is never part of a GBK character, so
     // each block decodes on its own.
     while (!done) {
-        QByteArray chunk = file.read(1 << 20);
+        const qint64 got = file.read(chunk.data(), chunk.size());
         const auto* fileDevice = qobject_cast<const QFileDevice*>(&file);
-        if (chunk.isEmpty() && fileDevice && fileDevice->error() != QFileDevice::NoError)
+        if (got <= 0 && fileDevice && fileDevice->error() != QFileDevice::NoError)
             throw EInOutError(QStringLiteral("读文件 %1 失败: %2").arg(source, file.errorString()));
-        const bool atEnd = chunk.isEmpty();
-        pending += chunk;
-        qsizetype cut = atEnd ? pending.size() : pending.lastIndexOf('\n') + 1;
-        if (cut <= 0) {
-            if (atEnd) break;
-            continue;
+        const bool atEnd = got <= 0;
+        qsizetype cut = pending.size();
+        if (!atEnd) {
+            // Only the new bytes are searched, so a long line read in many
+            // blocks costs linear time.
+            const qsizetype lf = QByteArrayView(chunk.constData(), qsizetype(got)).lastIndexOf('\n');
+            pending.append(chunk.constData(), qsizetype(got));
+            cut = lf < 0 ? 0 : cut + lf + 1;
+            if (cut <= 0) continue;
+        } else if (cut <= 0) {
+            break;
         }
         const QString text = Gbk::decode(QByteArrayView(pending).first(cut));
         pending.remove(0, cut);

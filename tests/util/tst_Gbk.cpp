@@ -1,6 +1,4 @@
 #include "common/TestMain.h"
-#include "util/Clock.h"
-#include "util/DateUtils.h"
 #include "util/Gbk.h"
 
 class TestGbk : public QObject {
@@ -53,43 +51,6 @@ private Q_SLOTS:
         QVERIFY(!err.ok());
         QCOMPARE(err.position, 1);
         QVERIFY(b.startsWith('a') && b.endsWith('b'));
-    }
-
-    void clockFollowsEnvironment() {
-        qputenv("LNQ_NOW", "2024-02-29 13:45:10");
-        lnq::Clock::reloadEnvironment();
-        QCOMPARE(lnq::Clock::now(), QDateTime(QDate(2024, 2, 29), QTime(13, 45, 10)));
-        QCOMPARE(lnq::Clock::today(), QDate(2024, 2, 29));
-        lnq::Clock::setFixedNow(QDateTime(QDate(2020, 1, 5), QTime(0, 0)));
-        QCOMPARE(lnq::Clock::today(), QDate(2020, 1, 5));
-        qunsetenv("LNQ_NOW");
-        lnq::Clock::setFixedNow(std::nullopt);
-        QVERIFY(qAbs(lnq::Clock::now().secsTo(QDateTime::currentDateTime())) < 5);
-    }
-
-    void dateValues_data() {
-        QTest::addColumn<QDateTime>("moment");
-        QTest::addColumn<double>("value");
-        QTest::newRow("epoch") << QDateTime(QDate(1899, 12, 30), QTime(0, 0)) << 0.0;
-        QTest::newRow("2000-01-01") << QDateTime(QDate(2000, 1, 1), QTime(0, 0)) << 36526.0;
-        QTest::newRow("noon") << QDateTime(QDate(2000, 1, 1), QTime(12, 0)) << 36526.5;
-        QTest::newRow("before epoch keeps time positive")
-            << QDateTime(QDate(1899, 12, 29), QTime(6, 0)) << -1.25;
-    }
-    void dateValues() {
-        QFETCH(QDateTime, moment);
-        QFETCH(double, value);
-        QCOMPARE(lnq::DateTimeFromQt(moment), value);
-        QCOMPARE(lnq::DateTimeToQt(value), moment);
-    }
-
-    void calendarHelpers() {
-        using namespace lnq;
-        const TDateTime sunday = DateFromQt(QDate(2024, 3, 10));
-        QCOMPARE(DateToQt(StartOfTheWeek(sunday)), QDate(2024, 3, 4));
-        QCOMPARE(DateToQt(StartOfTheMonth(sunday)), QDate(2024, 3, 1));
-        QCOMPARE(DateToQt(IncMonth(DateFromQt(QDate(2024, 1, 31)), 1)), QDate(2024, 2, 29));
-        QCOMPARE(DateToQt(IncMonth(DateFromQt(QDate(2024, 2, 29)), -12)), QDate(2023, 2, 28));
     }
 };
 

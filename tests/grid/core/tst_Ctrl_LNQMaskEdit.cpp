@@ -82,21 +82,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("afterEnter");
 
+        // One adjustment per column type: the rules themselves are the
+        // adjustment's own table (tst_TypedInput).
         QTest::newRow("pads to width") << dpDecimal << 2 << 8 << "12.5"
                                        << "12.5"
                                        << "   12.50";
-        QTest::newRow("truncates decimals") << dpDecimal << 2 << 8 << "1.999"
-                                            << "1.999"
-                                            << "    1.99";
-        QTest::newRow("minus in front") << dpDecimal << 2 << 8 << "-3"
-                                        << "-3"
-                                        << "-    3.00";
-        QTest::newRow("lone minus") << dpDecimal << 0 << 8 << "-"
-                                    << "-"
-                                    << "       -";
-        QTest::newRow("lone minus with decimals") << dpDecimal << 2 << 8 << "-"
-                                                  << "-"
-                                                  << "    -.00";
         QTest::newRow("refused keys") << dpDecimal << 2 << 8 << "1a.2.3-x-"
                                       << "1.23-"
                                       << "    1.23";

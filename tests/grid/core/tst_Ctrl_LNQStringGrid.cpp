@@ -32,6 +32,27 @@ void writeAll(const QString& path, const QByteArray& bytes) {
     f.write(bytes);
 }
 
+// A pipe-like device: no size, and each read hands out at most a few bytes.
+class TrickleDevice : public QIODevice {
+public:
+    explicit TrickleDevice(QByteArray data) : m_data(std::move(data)) { open(QIODevice::ReadOnly); }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* out, qint64 max) override {
+        const qint64 n = qMin<qint64>(qMin<qint64>(max, 5), m_data.size() - m_pos);
+        if (n <= 0) return -1;
+        memcpy(out, m_data.constData() + m_pos, size_t(n));
+        m_pos += n;
+        return n;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_data;
+    qint64 m_pos = 0;
+};
+
 } // namespace
 
 class TestCtrlLNQStringGrid : public QObject {
@@ -324,6 +345,20 @@ private Q_SLOTS:
         QCOMPARE(g.Rows(0), (QStringList{"t0", "t1"}));
         QCOMPARE(g.Rows(1), (QStringList{"1", ""}));
         QCOMPARE(g.Rows(2), (QStringList{"2", QStringLiteral("中文")}));
+    }
+
+    void loadFromPipeJoinsLinesSplitAcrossReads() {
+        // Lines and GBK characters cross the device's read boundaries.
+        const QByteArray longText(70000, 'x');
+        TrickleDevice pipe(QByteArray("vNo\x07vName\x07\r\n") + "1\x07" + longText + "\x07\r\n" + "2\x07" +
+                           Gbk::encode(u"螺丝刀") + "\x07\r\n==END==\r\n");
+        TLNQStringGrid g;
+        nameColumns(g, {"vNo", "vName"});
+        g.SetRowCount(2);
+        g.LoadFromStream(pipe);
+        QCOMPARE(g.RowCount(), 2);
+        QCOMPARE(g.Rows(0), (QStringList{"1", QString::fromLatin1(longText)}));
+        QCOMPARE(g.Rows(1), (QStringList{"2", QStringLiteral("螺丝刀")}));
     }
 
     void loadStopsAtEndMarkerAndMapsAtMost200Columns() {
