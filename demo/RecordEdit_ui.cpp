@@ -5,6 +5,7 @@
 #include "data/Plat_adodatabasese.h"
 #include "data/Plat_dataenvironment.h"
 #include "demo/DemoPrompt_ui.h"
+#include "filter/ViewList.h"
 #include "forms/Ctrl_LNQSuperEdit.h"
 #include "grid/core/Ctrl_LNQMaskEdit.h"
 #include "util/Exceptions.h"
@@ -48,29 +49,12 @@ const LookupSpec* lookupOf(const QString& field) {
     return nullptr;
 }
 
-bool isSharingColumn(const QString& name) {
-    static const char* const names[] = {"bShare", "vAllowedUsers", "vAllowedGroups"};
-    for (const char* n : names)
-        if (name.compare(QLatin1String(n), Qt::CaseInsensitive) == 0) return true;
-    return false;
-}
-
 bool isIntegerType(TFieldType t) {
-    switch (t) {
-    case TFieldType::ftSmallint:
-    case TFieldType::ftInteger:
-    case TFieldType::ftWord:
-    case TFieldType::ftAutoInc:
-    case TFieldType::ftLargeint:
-        return true;
-    default:
-        return false;
-    }
+    return StorageKindOf(t) == TStorageKind::Integer;
 }
 
 bool isBinaryType(TFieldType t) {
-    return t == TFieldType::ftBlob || t == TFieldType::ftGraphic || t == TFieldType::ftBytes ||
-           t == TFieldType::ftVarBytes;
+    return StorageKindOf(t) == TStorageKind::Bytes;
 }
 
 QString captionOf(const QString& field) {
@@ -154,7 +138,7 @@ void TDemoRecordEditfm::buildEditors() {
             continue;
         }
         const QString caption = captionOf(name);
-        if (isSharingColumn(name) || caption == QLatin1String("NotVisible") || isBinaryType(def.DataType) ||
+        if (IsSharingField(name) || caption == QLatin1String("NotVisible") || isBinaryType(def.DataType) ||
             companions.contains(name, Qt::CaseInsensitive) || def.ReadOnly)
             continue;
         Binding b;

@@ -269,10 +269,8 @@ void TFilterEditorFM::SetDataset(const QString& tableName) {
         const QString name = m_dataset->Fields(i).FieldName();
         const QString caption = m_titleOf(name);
         // The rights columns are the view machinery's own, never conditions.
-        bool skip = caption.compare(QLatin1String("NotVisible"), Qt::CaseInsensitive) == 0;
-        for (const char* rights : {"bShare", "vAllowedUsers", "vAllowedGroups"})
-            skip = skip || name.compare(QLatin1String(rights), Qt::CaseInsensitive) == 0;
-        if (skip) continue;
+        if (caption.compare(QLatin1String("NotVisible"), Qt::CaseInsensitive) == 0 || IsSharingField(name))
+            continue;
         m_fieldCaptions << caption;
         m_fieldIndexes.push_back(i);
     }

@@ -6,6 +6,12 @@
 
 namespace lnq {
 
+bool IsSharingField(const QString& name) {
+    for (const char* f : {"bShare", "vAllowedUsers", "vAllowedGroups"})
+        if (name.compare(QLatin1String(f), Qt::CaseInsensitive) == 0) return true;
+    return false;
+}
+
 QString SqlQuoted(const QString& text) {
     QString inner = text;
     inner.replace(QLatin1Char('\''), QStringLiteral("''"));

@@ -23,6 +23,11 @@ class IConnection;
 // Single quotes around, inner quotes doubled.
 QString SqlQuoted(const QString& text);
 
+// The sharing columns of a shared table (bShare, vAllowedUsers,
+// vAllowedGroups, any letter case): the view machinery's own, never shown in
+// lists or offered as conditions.
+bool IsSharingField(const QString& name);
+
 // The listing of the views a user may see: shared, owned, allowed by name or
 // by a shared group, ordered by folder.
 QString ViewListingSQL(const QString& ext, const QString& userName, const QString& userGroups);

@@ -6,6 +6,7 @@
 #include "data/Plat_dataenvironment.h"
 #include "filter/Ctrl_FilterFrame.h"
 #include "filter/SearchSql.h"
+#include "filter/ViewList.h"
 #include "grid/data/Ctrl_LNQDBGrid.h"
 #include "util/Clock.h"
 #include "util/Exceptions.h"
@@ -44,12 +45,6 @@ QString valueOf(const QStringList& lines, const QString& name) {
         if (eq > 0 && line.left(eq).compare(name, Qt::CaseInsensitive) == 0) return line.mid(eq + 1);
     }
     return QString();
-}
-
-bool isSharingField(const QString& name) {
-    for (const char* f : {"bShare", "vAllowedUsers", "vAllowedGroups"})
-        if (name.compare(QLatin1String(f), Qt::CaseInsensitive) == 0) return true;
-    return false;
 }
 
 QString messageOf(const std::exception& e) {
@@ -372,7 +367,7 @@ void TListCommonfm::PrepareFields() {
         for (int i = 0; i < m_listData->FieldCount(); ++i) {
             TField& field = m_listData->Fields(i);
             const QString caption = titleOf(field.FieldName());
-            const bool hidden = isSharingField(field.FieldName()) || caption == QLatin1String("NotVisible");
+            const bool hidden = IsSharingField(field.FieldName()) || caption == QLatin1String("NotVisible");
             field.SetVisible(!hidden);
             if (hidden) continue;
             captions << caption;

@@ -11,6 +11,32 @@
 
 namespace lnqtool {
 
+// Tab-separated output keeps one line per row: backslashes, tabs and line
+// breaks inside values are escaped.
+inline QString TsvEscape(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case '\\':
+            out += QLatin1String("\\\\");
+            break;
+        case '\t':
+            out += QLatin1String("\\t");
+            break;
+        case '\n':
+            out += QLatin1String("\\n");
+            break;
+        case '\r':
+            out += QLatin1String("\\r");
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
 // Splits options listed in valued from positional arguments. Returns false
 // with a message for an unknown option or a missing value.
 inline bool ParseValuedOptions(const QStringList& args, const QStringList& valued,

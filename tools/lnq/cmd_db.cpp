@@ -10,6 +10,7 @@
 #include "data/SampleDatabase.h"
 #include "filter/FilterItem.h"
 #include "tools/lnq/Command.h"
+#include "tools/lnq/Options.h"
 #include "util/Exceptions.h"
 
 #include <QFile>
@@ -79,31 +80,6 @@ int initDb(const QStringList& args, Io& io) {
     io.out << "created " << path
            << (sample ? " (framework tables and sample data)\n" : " (framework tables)\n");
     return 0;
-}
-
-// One line per row: tabs and line breaks inside values are escaped.
-QString tsvEscape(const QString& text) {
-    QString out;
-    out.reserve(text.size());
-    for (const QChar c : text) {
-        switch (c.unicode()) {
-        case '\\':
-            out += QLatin1String("\\\\");
-            break;
-        case '\t':
-            out += QLatin1String("\\t");
-            break;
-        case '\n':
-            out += QLatin1String("\\n");
-            break;
-        case '\r':
-            out += QLatin1String("\\r");
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
 }
 
 QString dateText(const lnq::TField& f) {
@@ -223,12 +199,12 @@ int runSql(const QStringList& args, Io& io) {
     }
     QStringList header;
     for (const QString& name : ds->FieldNames())
-        header << tsvEscape(name);
+        header << lnqtool::TsvEscape(name);
     io.out << header.join(QLatin1Char('\t')) << "\n";
     for (ds->First(); !ds->Eof(); ds->Next()) {
         QStringList cells;
         for (int i = 0; i < n; ++i)
-            cells << tsvEscape(cellText(ds->Fields(i)));
+            cells << lnqtool::TsvEscape(cellText(ds->Fields(i)));
         io.out << cells.join(QLatin1Char('\t')) << "\n";
     }
     return 0;

@@ -32,12 +32,7 @@ int usageError(Io& io, const QString& message) {
 }
 
 QString cell(const lnq::TField& f) {
-    QString text = f.IsNull() ? QString() : f.DisplayText();
-    text.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    text.replace(QLatin1Char('\t'), QLatin1String("\\t"));
-    text.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    text.replace(QLatin1Char('\r'), QLatin1String("\\r"));
-    return text;
+    return lnqtool::TsvEscape(f.IsNull() ? QString() : f.DisplayText());
 }
 
 int lookup(const QStringList& args, Io& io) {

@@ -19,12 +19,7 @@ namespace {
 using lnqtool::Io;
 
 QString cell(const lnq::TField& f) {
-    QString text = f.IsNull() ? QString() : f.DisplayText();
-    text.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    text.replace(QLatin1Char('\t'), QLatin1String("\\t"));
-    text.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    text.replace(QLatin1Char('\r'), QLatin1String("\\r"));
-    return text;
+    return lnqtool::TsvEscape(f.IsNull() ? QString() : f.DisplayText());
 }
 
 int lookupList(const QStringList& args, Io& io) {
