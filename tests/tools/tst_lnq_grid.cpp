@@ -56,9 +56,7 @@ private Q_SLOTS:
     }
 
     void errors_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("message");
+        lnqtest::refusalColumns();
         QTest::newRow("no sql") << QStringList{"grid", "--db", "x.db"} << 2 << "--db and --sql are required";
         QTest::newRow("bad filter") << QStringList{"grid",          "--db",     "@DB", "--sql",
                                                    "select 1 as a", "--filter", "a"}
@@ -68,15 +66,7 @@ private Q_SLOTS:
         QTest::newRow("missing table")
             << QStringList{"grid", "--db", "@DB", "--sql", "select * from NoSuchTable"} << 1 << "NoSuchTable";
     }
-    void errors() {
-        QFETCH(QStringList, args);
-        QFETCH(int, exitCode);
-        QFETCH(QString, message);
-        args.replaceInStrings(QStringLiteral("@DB"), m_db);
-        const auto r = lnqtest::runTool(args);
-        QCOMPARE(r.exitCode, exitCode);
-        QVERIFY2(r.err.contains(message), qPrintable(r.err));
-    }
+    void errors() { lnqtest::checkRefusal({}, {{"@DB", m_db}}); }
 };
 
 LNQ_TEST_MAIN_CORE(tst_lnq_grid)

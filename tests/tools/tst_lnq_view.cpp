@@ -70,32 +70,32 @@ private Q_SLOTS:
     }
 
     void conditionListBecomesSelect_data() {
+        QTest::addColumn<QString>("view");
         QTest::addColumn<QStringList>("extra");
         QTest::addColumn<QString>("sql");
         const QString base = QStringLiteral("select * from Cust_CustomersMain where 1=1   and (vName like "
                                             "'%北京%' OR vOwner= '[%用户代码%]' )");
-        QTest::newRow("plain") << QStringList() << base;
-        QTest::newRow("base where") << QStringList{"--base-where", "iDept=3"} << base + " and iDept=3";
-        QTest::newRow("user code") << QStringList{"--user-code", "u01"}
+        const QString view = QStringLiteral("客户\\北京客户");
+        QTest::newRow("plain") << view << QStringList() << base;
+        QTest::newRow("base where") << view << QStringList{"--base-where", "iDept=3"}
+                                    << base + " and iDept=3";
+        QTest::newRow("user code") << view << QStringList{"--user-code", "u01"}
                                    << QString(base).replace(QStringLiteral("[%用户代码%]"),
                                                             QStringLiteral("u01"));
-        QTest::newRow("user name only leaves the code") << QStringList{"--user-name", "张三"} << base;
+        QTest::newRow("user name only leaves the code") << view << QStringList{"--user-name", "张三"} << base;
+        QTest::newRow("empty list") << QStringLiteral("客户\\全部") << QStringList{}
+                                    << "select * from Cust_CustomersMain where 1=1   )";
     }
     void conditionListBecomesSelect() {
+        QFETCH(QString, view);
         QFETCH(QStringList, extra);
         QFETCH(QString, sql);
         const Result r =
             run(QStringList{"view", "sql", "--db", m_db, "--ext", ".CST", "--table", "Cust_CustomersMain"} +
-                extra + QStringList{"客户\\北京客户"});
+                extra + QStringList{view});
         QCOMPARE(r.err, QString());
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out, sql + "\n");
-    }
-
-    void emptyConditionList() {
-        const Result r = run({"view", "sql", "--db", m_db, "--ext", ".CST", "--table", "T", "客户\\全部"});
-        QCOMPARE(r.exitCode, 0);
-        QCOMPARE(r.out, QStringLiteral("select * from T where 1=1   )\n"));
     }
 
     void rawSqlStandsAsItIs_data() {
@@ -123,9 +123,7 @@ private Q_SLOTS:
     }
 
     void failures_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("message");
+        lnqtest::refusalColumns();
         QTest::newRow("missing view")
             << QStringList{"view", "sql", "--db", "DB", "--ext", ".CST", "客户\\没有"} << 1 << "客户\\没有";
         QTest::newRow("wrong extension")
@@ -138,18 +136,10 @@ private Q_SLOTS:
         QTest::newRow("no ext") << QStringList{"view", "sql", "--db", "DB", "a\\b"} << 2 << "--ext";
         QTest::newRow("unknown option") << QStringList{"view", "decode", "--raw", "F"} << 2 << "--raw";
         QTest::newRow("unknown sub-command") << QStringList{"view", "list"} << 2 << "list";
+        QTest::newRow("missing file") << QStringList{"view", "decode", "NOFILE"} << 1 << "none.db";
     }
     void failures() {
-        QFETCH(QStringList, args);
-        QFETCH(int, exitCode);
-        QFETCH(QString, message);
-        args.replaceInStrings(QStringLiteral("NOFILE"), m_dir.filePath(QStringLiteral("none.db")));
-        for (QString& a : args)
-            if (a == QLatin1String("DB")) a = m_db;
-        const Result r = run(args);
-        QCOMPARE(r.exitCode, exitCode);
-        QCOMPARE(r.out, QString());
-        QVERIFY2(r.err.contains(message), qPrintable(r.err));
+        lnqtest::checkRefusal({}, {{"DB", m_db}, {"NOFILE", m_dir.filePath(QStringLiteral("none.db"))}});
         QVERIFY(!QFile::exists(m_dir.filePath(QStringLiteral("none.db"))));
     }
 
@@ -189,29 +179,24 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         QTest::newRow("/dev/stdin") << QStringLiteral("/dev/stdin");
         QTest::newRow("-") << QStringLiteral("-");
+        QTest::newRow("file") << QStringLiteral("FILE");
     }
     void decodeReadsAPipe() {
         QFETCH(QString, file);
+        // A file is named by its path and gets no standard input.
+        const bool onDisk = file == QLatin1String("FILE");
+        if (onDisk) file = writeFile(QStringLiteral("piped.bin"), conditionView(true));
         const lnqtest::ToolRun r = lnqtest::runTool(
             {QStringLiteral("view"), QStringLiteral("decode"), QStringLiteral("--sql"), file}, {},
             conditionView(true));
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out, QStringLiteral(" and (vName like '%北京%' And vOwner= '[%用户代码%]' )\n"));
+        if (onDisk) file = writeFile(QStringLiteral("cut.bin"), conditionView(true).left(20));
         const lnqtest::ToolRun cut = lnqtest::runTool(
             {QStringLiteral("view"), QStringLiteral("decode"), file}, {}, conditionView(true).left(20));
         QCOMPARE(cut.exitCode, 1);
+        QCOMPARE(cut.out, QString());
         QVERIFY2(cut.err.startsWith(QStringLiteral("lnq: 视图数据已损坏：条件数 2")), qPrintable(cut.err));
-    }
-
-    void decodeRefusesDamagedFiles() {
-        const QString cut = writeFile(QStringLiteral("cut.bin"), conditionView(true).left(20));
-        const Result r = run({"view", "decode", cut});
-        QCOMPARE(r.exitCode, 1);
-        QCOMPARE(r.out, QString());
-        QVERIFY2(r.err.startsWith(QStringLiteral("lnq: 视图数据")), qPrintable(r.err));
-        const Result missing = run({"view", "decode", m_dir.filePath(QStringLiteral("nothing.bin"))});
-        QCOMPARE(missing.exitCode, 1);
-        QVERIFY(missing.err.contains(QStringLiteral("nothing.bin")));
     }
 
 private:

@@ -70,9 +70,7 @@ private Q_SLOTS:
     }
 
     void errors_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("message");
+        lnqtest::refusalColumns();
         QTest::newRow("quoted user breaks the listing")
             << QStringList{"view", "list", "--db", "DB", "--ext", ".CUS", "--user", "o'neil"} << 1 << "lnq: ";
         QTest::newRow("missing user")
@@ -88,16 +86,7 @@ private Q_SLOTS:
         QTest::newRow("property without key")
             << QStringList{"property", "html", "--db", "DB", "--table", "Demo"} << 2 << "--key is required";
     }
-    void errors() {
-        QFETCH(QStringList, args);
-        QFETCH(int, exitCode);
-        QFETCH(QString, message);
-        args.replaceInStrings(QRegularExpression("^DB$"), m_db);
-        const auto r = runTool(args);
-        QCOMPARE(r.exitCode, exitCode);
-        QVERIFY2(r.err.contains(message), qPrintable(r.err));
-        QVERIFY(r.out.isEmpty());
-    }
+    void errors() { lnqtest::checkRefusal({}, {{"DB", m_db}}); }
 
     void recordHtml() {
         const auto r =
