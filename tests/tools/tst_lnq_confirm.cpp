@@ -60,10 +60,8 @@ private Q_SLOTS:
     }
 
     void refusals_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("message");
-        const QStringList base{"confirm", "--db",          "",
+        lnqtest::refusalColumns();
+        const QStringList base{"confirm", "--db",          "DB",
                                "--table", "Sal_SaleMain",  "--key-field",
                                "iNo",     "--state-field", "vConfirmState"};
         QTest::newRow("no row") << (QStringList(base) << "--key"
@@ -85,14 +83,8 @@ private Q_SLOTS:
                                        << 1 << "vNoSuch";
     }
     void refusals() {
-        QFETCH(QStringList, args);
-        QFETCH(int, exitCode);
-        QFETCH(QString, message);
-        args[2] = m_db;
         const QString before = column("vConfirmState", 1);
-        const auto run = runTool(args);
-        QCOMPARE(run.exitCode, exitCode);
-        QVERIFY2(run.err.contains(message), qPrintable(run.err));
+        lnqtest::checkRefusal({}, {{"DB", m_db}});
         QCOMPARE(column("vConfirmState", 1), before);
     }
 };
