@@ -5,6 +5,7 @@
 
 #include "MessageBoxWatch.h"
 #include "common/DataSetHelpers.h"
+#include "common/PdfText.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/ZipRead.h"
@@ -30,24 +31,6 @@
 using namespace lnq;
 
 namespace {
-
-QString pdfText(const QString& pdf) {
-    QProcess p;
-    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
-    p.waitForFinished(60000);
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
-
-// Whether the extracted text holds expected. Text extraction may give a CJK
-// radical code point (U+2E80-U+2FDF) for a glyph the embedded font shares
-// with an ordinary character: such a code point matches any character.
-bool has(const QString& text, const QString& expected) {
-    QString pattern;
-    for (QChar c : expected)
-        pattern += c.unicode() < 0x80 ? QRegularExpression::escape(QString(c))
-                                      : QStringLiteral("(?:%1|[\\x{2E80}-\\x{2FDF}])").arg(c);
-    return QRegularExpression(pattern).match(text).hasMatch();
-}
 
 class UrlCatcher : public QObject {
     Q_OBJECT
@@ -157,11 +140,11 @@ private Q_SLOTS:
             QFile::remove(qEnvironmentVariable("LNQ_REPORT_PDF_OUT"));
             QFile::copy(pdf, qEnvironmentVariable("LNQ_REPORT_PDF_OUT"));
         }
-        const QString text = pdfText(pdf);
-        QVERIFY2(has(text, QStringLiteral("客户列表")), qPrintable(text.left(400)));
-        QVERIFY(has(text, QStringLiteral("操作员：张三 日期：2021-03-04")));
-        QVERIFY(has(text, QStringLiteral("第1页 共2页")));
-        QVERIFY(has(text, QStringLiteral("第2页 共2页")));
+        const QString text = lnqtest::pdfText(pdf, {QStringLiteral("-layout")});
+        QVERIFY2(lnqtest::pdfHas(text, QStringLiteral("客户列表")), qPrintable(text.left(400)));
+        QVERIFY(lnqtest::pdfHas(text, QStringLiteral("操作员：张三 日期：2021-03-04")));
+        QVERIFY(lnqtest::pdfHas(text, QStringLiteral("第1页 共2页")));
+        QVERIFY(lnqtest::pdfHas(text, QStringLiteral("第2页 共2页")));
         // The header is on both pages; the total closes the last.
         QCOMPARE(text.count(QRegularExpression(QStringLiteral("信[\\x{2E80}-\\x{2FDF}用]额度"))), 2);
         QProcess info;
