@@ -1,3 +1,4 @@
+#include "common/DBGridDriver.h"
 #include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
 #include "data/ADOConnection.h"
@@ -98,25 +99,10 @@ struct Fixture {
             out << (a->isSeparator() ? QStringLiteral("-") : a->text());
         return out;
     }
-    // Right-click on a data cell, then choose the item with that caption.
     void choose(const QString& field, int row, const QString& caption) {
-        g.FocusCell(g.GridColOf(col(field)), row);
-        QMenu* menu = g.RuntimePopupMenu();
-        Q_EMIT menu->aboutToShow();
-        for (QAction* a : menu->actions())
-            if (a->text() == caption) {
-                a->trigger();
-                return;
-            }
-        QFAIL(qPrintable(QStringLiteral("no menu item ") + caption));
+        lnqtest::chooseMenuItem(g, field, row, caption);
     }
-    QStringList column(const QString& field) const {
-        QStringList out;
-        const int c = g.GridColOf(col(field));
-        for (int r = 1; r < g.RowCount(); ++r)
-            out << g.CellModel().Cell(c, r);
-        return out;
-    }
+    QStringList column(const QString& field) const { return lnqtest::shownColumn(g, field); }
 };
 
 // Types as a user does: each character goes to whatever has the focus.

@@ -3,6 +3,7 @@
 // grid's own menu on sample customers, with the real report library.
 
 #include "MessageBoxWatch.h"
+#include "common/DBGridDriver.h"
 #include "common/PdfText.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
@@ -60,23 +61,9 @@ struct Screen {
     }
     TColumn* col(const QString& f) const { return g->Columns().ColumnOfField(f); }
     void choose(const QString& field, int row, const QString& caption) {
-        g->FocusCell(g->GridColOf(col(field)), row);
-        QMenu* menu = g->RuntimePopupMenu();
-        Q_EMIT menu->aboutToShow();
-        for (QAction* a : menu->actions())
-            if (a->text() == caption) {
-                a->trigger();
-                return;
-            }
-        QFAIL(qPrintable(QStringLiteral("no menu item ") + caption));
+        lnqtest::chooseMenuItem(*g, field, row, caption);
     }
-    QStringList shown(const QString& field) const {
-        QStringList out;
-        const int c = g->GridColOf(col(field));
-        for (int r = 1; r < g->RowCount(); ++r)
-            out << g->CellModel().Cell(c, r);
-        return out;
-    }
+    QStringList shown(const QString& field) const { return lnqtest::shownColumn(*g, field); }
     QStringList layout() const {
         QStringList out;
         for (int i = 0; i < g->Columns().Count(); ++i) {
