@@ -1,6 +1,7 @@
 #include "common/DBGridDriver.h"
 #include "common/DataSetHelpers.h"
 #include "common/TestMain.h"
+#include "common/WidgetDriver.h"
 #include "data/ADOConnection.h"
 #include "data/DataSetModel.h"
 #include "data/Plat_dataenvironment.h"
@@ -104,19 +105,6 @@ struct Fixture {
     }
     QStringList column(const QString& field) const { return lnqtest::shownColumn(g, field); }
 };
-
-// Types as a user does: each character goes to whatever has the focus.
-void type(QWidget* fallback, const QString& text) {
-    for (QChar c : text) {
-        QWidget* w = QApplication::focusWidget();
-        QTest::keyClicks(w ? w : fallback, QString(c));
-    }
-}
-
-void press(QWidget* fallback, Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoModifier) {
-    QWidget* w = QApplication::focusWidget();
-    QTest::keyClick(w ? w : fallback, key, mods);
-}
 
 // The IDs of the picked records, sorted, read without moving the cursor.
 QStringList selectedIds(const Fixture& f) {
@@ -503,17 +491,17 @@ private Q_SLOTS:
         Fixture f;
         f.activate();
         f.g.FocusCell(f.g.GridColOf(f.col("vName")), 2);
-        type(&f.g, QStringLiteral("abc"));
-        press(&f.g, Qt::Key_Return);
-        press(&f.g, Qt::Key_Down); // leaving the row posts
+        lnqtest::typeKeys(&f.g, QStringLiteral("abc"));
+        lnqtest::pressKey(&f.g, Qt::Key_Return);
+        lnqtest::pressKey(&f.g, Qt::Key_Down); // leaving the row posts
         QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
         QCOMPARE(f.column("vName").at(1), QStringLiteral("abc"));
         // Escape cancels a pending edit.
         f.g.FocusCell(f.g.GridColOf(f.col("vName")), 1);
-        type(&f.g, QStringLiteral("zz"));
-        press(&f.g, Qt::Key_Return);
+        lnqtest::typeKeys(&f.g, QStringLiteral("zz"));
+        lnqtest::pressKey(&f.g, Qt::Key_Return);
         QCOMPARE(f.ds.State(), TDataSetState::dsEdit);
-        press(&f.g, Qt::Key_Escape);
+        lnqtest::pressKey(&f.g, Qt::Key_Escape);
         QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
         QCOMPARE(f.column("vName").at(0), QStringLiteral("张三"));
     }
@@ -546,17 +534,17 @@ private Q_SLOTS:
         Fixture f;
         f.activate();
         f.g.FocusCell(f.g.GridColOf(f.col("vName")), 4);
-        press(&f.g, Qt::Key_Down);
+        lnqtest::pressKey(&f.g, Qt::Key_Down);
         QCOMPARE(f.ds.State(), TDataSetState::dsInsert);
         QCOMPARE(f.g.Row(), 5);
-        press(&f.g, Qt::Key_Up); // nothing typed: the new record goes
+        lnqtest::pressKey(&f.g, Qt::Key_Up); // nothing typed: the new record goes
         QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
         QCOMPARE(f.g.RowCount(), 5);
         QCOMPARE(f.g.Row(), 4);
-        press(&f.g, Qt::Key_Down);
-        type(&f.g, QStringLiteral("new"));
-        press(&f.g, Qt::Key_Return);
-        press(&f.g, Qt::Key_Up);
+        lnqtest::pressKey(&f.g, Qt::Key_Down);
+        lnqtest::typeKeys(&f.g, QStringLiteral("new"));
+        lnqtest::pressKey(&f.g, Qt::Key_Return);
+        lnqtest::pressKey(&f.g, Qt::Key_Up);
         QCOMPARE(f.ds.RecordCount(), 5);
         QCOMPARE(f.column("vName").last(), QStringLiteral("new"));
     }
@@ -630,8 +618,8 @@ private Q_SLOTS:
         const int col = f.g.GridColOf(f.col("vName"));
         for (const QString& step : steps) {
             if (step == u"sd" || step == u"su" || step == u"d") {
-                press(&f.g, step.endsWith(u'u') ? Qt::Key_Up : Qt::Key_Down,
-                      step.startsWith(u's') ? Qt::ShiftModifier : Qt::NoModifier);
+                lnqtest::pressKey(&f.g, step.endsWith(u'u') ? Qt::Key_Up : Qt::Key_Down,
+                                  step.startsWith(u's') ? Qt::ShiftModifier : Qt::NoModifier);
                 continue;
             }
             const Qt::KeyboardModifiers mods = step[0] == u'C'   ? Qt::ControlModifier
@@ -824,7 +812,7 @@ private Q_SLOTS:
         Fixture f;
         f.activate();
         f.g.FocusCell(f.g.GridColOf(f.col("vName")), 3);
-        press(&f.g, Qt::Key_F2);
+        lnqtest::pressKey(&f.g, Qt::Key_F2);
         QWidget* editor = QApplication::focusWidget();
         QVERIFY(editor && editor != &f.g);
         QInputMethodEvent preedit(QStringLiteral("zhao"), {});
@@ -832,8 +820,8 @@ private Q_SLOTS:
         QInputMethodEvent commit;
         commit.setCommitString(QStringLiteral("赵六"));
         QApplication::sendEvent(editor, &commit);
-        press(&f.g, Qt::Key_Return);
-        press(&f.g, Qt::Key_Up);
+        lnqtest::pressKey(&f.g, Qt::Key_Return);
+        lnqtest::pressKey(&f.g, Qt::Key_Up);
         QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
         QCOMPARE(f.column("vName").at(2).right(2), QStringLiteral("赵六"));
     }
@@ -878,8 +866,8 @@ private Q_SLOTS:
         QApplication::sendEvent(w ? w : &f.g, &event);
         QCOMPARE(f.g.EditorMode(), editor);
         QCOMPARE(f.g.Row(), 2); // the text searched no rows
-        press(&f.g, Qt::Key_Return);
-        press(&f.g, Qt::Key_Up);
+        lnqtest::pressKey(&f.g, Qt::Key_Return);
+        lnqtest::pressKey(&f.g, Qt::Key_Up);
         QCOMPARE(f.ds.State(), TDataSetState::dsBrowse);
         QVERIFY(f.ds.Locate(QStringLiteral("ID"), 2));
         QCOMPARE(f.ds.FieldByName(field).AsString(), stored);
@@ -921,7 +909,7 @@ private Q_SLOTS:
         f.activate();
         f.g.FocusCell(f.g.GridColOf(code), 2);
         QCOMPARE(f.g.GetEditStyle(f.g.GridColOf(code), 2), esEllipsis);
-        press(&f.g, Qt::Key_F2);
+        lnqtest::pressKey(&f.g, Qt::Key_F2);
         QVERIFY(f.g.EditorMode());
         auto* button = f.g.InplaceEditor()->findChild<QToolButton*>();
         QVERIFY(button);
