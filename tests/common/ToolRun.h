@@ -17,10 +17,12 @@ struct ToolRun {
 };
 
 // extraEnv entries are added to the current environment. The standard input
-// gets `input` through a pipe and is then closed.
+// gets `input` through a pipe and is then closed. Relative paths are taken
+// from workDir when one is given.
 inline ToolRun runTool(const QStringList& args, const QProcessEnvironment& extraEnv = {},
-                       const QByteArray& input = {}) {
+                       const QByteArray& input = {}, const QString& workDir = {}) {
     QProcess p;
+    if (!workDir.isEmpty()) p.setWorkingDirectory(workDir);
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     for (const QString& key : extraEnv.keys())
         env.insert(key, extraEnv.value(key));
@@ -48,13 +50,13 @@ inline void refusalColumns() {
 // every argument equal to a key of `placeholders` replaced by its value. A
 // refusal prints nothing on the standard output.
 inline void checkRefusal(const QStringList& prefix = {}, const QHash<QString, QString>& placeholders = {},
-                         const QProcessEnvironment& extraEnv = {}) {
+                         const QProcessEnvironment& extraEnv = {}, const QString& workDir = {}) {
     QFETCH(QStringList, args);
     QFETCH(int, exitCode);
     QFETCH(QString, message);
     for (QString& a : args)
         a = placeholders.value(a, a);
-    const ToolRun r = runTool(prefix + args, extraEnv);
+    const ToolRun r = runTool(prefix + args, extraEnv, {}, workDir);
     QCOMPARE(r.exitCode, exitCode);
     QVERIFY2(r.err.contains(message), qPrintable(r.err));
     QCOMPARE(r.out, QString());
