@@ -10,25 +10,34 @@
 
 namespace lnqtest {
 
-// Signed in as 张伟 (code "zhangwei").
+// Text handed through a host's buffer: GBK bytes and their count.
+inline void putGbk(const QString& text, char* buffer, int& length) {
+    const QByteArray bytes = lnq::Gbk::encode(text);
+    std::memcpy(buffer, bytes.constData(), size_t(bytes.size()));
+    length = int(bytes.size());
+}
+
+// Signed in as 张伟 (code "zhangwei"), restricted by authority when it is set.
 class UserConnection : public lnq::TInterfacedADOConnection {
 public:
     using TInterfacedADOConnection::TInterfacedADOConnection;
+    QString authority;
     void GetCurrentUser(int& userNo, char* code, int& codeLen, char* name, int& nameLen) override {
         userNo = 2;
-        const QByteArray c = lnq::Gbk::encode(QStringLiteral("zhangwei"));
-        const QByteArray n = lnq::Gbk::encode(QStringLiteral("张伟"));
-        std::memcpy(code, c.constData(), size_t(c.size()));
-        codeLen = int(c.size());
-        std::memcpy(name, n.constData(), size_t(n.size()));
-        nameLen = int(n.size());
+        putGbk(QStringLiteral("zhangwei"), code, codeLen);
+        putGbk(QStringLiteral("张伟"), name, nameLen);
+    }
+    void GetAuthorityString(char* buffer, int& length) override {
+        if (!authority.isEmpty()) putGbk(authority, buffer, length);
     }
 };
 
-// Numbers receipts of the kind "SaleOrder" with receiptNo (none when empty).
+// Numbers receipts of the kind "SaleOrder" with receiptNo (none when empty)
+// and keeps the app links it is asked to open.
 class HostServices : public lnq::IServicesInterface {
 public:
     QByteArray receiptNo;
+    QStringList links;
     void GetOptionValue(const char*, char*, int&) override {}
     void GetOptionValueEx(const char*, const char*, char*, int&) override {}
     void SetOptionValueEx(const char*, const char*, const char*) override {}
@@ -40,7 +49,7 @@ public:
     void GetReceiptNoSetting(const char*, char*, int&, char*, int&, char*, int&, char*, int&) override {}
     void SetReceiptNoSetting(const char*, const char*, const char*, const char*, const char*) override {}
     void GetImeName(char*, int&) override {}
-    void OpenAppLink(const char*) override {}
+    void OpenAppLink(const char* link) override { links << lnq::Gbk::decode(QByteArray(link)); }
     int GetRecentCount(const char*) override { return 0; }
     bool GetRecentItem(const char*, int, char*, int&, char*, int&) override { return false; }
     void AddRecentItem(const char*, const char*, const char*) override {}

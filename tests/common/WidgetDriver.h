@@ -64,6 +64,21 @@ inline void commitText(QWidget* w, const QString& text) {
     QApplication::sendEvent(w, &event);
 }
 
+// Types text one key at a time into whatever has the focus (fallback when
+// nothing has): the first key into a grid cell opens its editor, which then
+// takes the rest.
+inline void typeKeys(QWidget* fallback, const QString& text) {
+    for (QChar c : text) {
+        QWidget* w = QApplication::focusWidget();
+        QTest::keyClicks(w ? w : fallback, QString(c));
+    }
+}
+
+inline void pressKey(QWidget* fallback, Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoModifier) {
+    QWidget* w = QApplication::focusWidget();
+    QTest::keyClick(w ? w : fallback, key, mods);
+}
+
 // The child widget of that object name; a missing one ends the test run.
 template <typename T> T* child(QWidget* form, const char* name) {
     T* w = form->findChild<T*>(QString::fromLatin1(name));

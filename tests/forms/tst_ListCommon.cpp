@@ -3,6 +3,7 @@
 // views tree: the newest rows, links handed to the host, confirmation written
 // back, link parameters, quick search, selection and database errors.
 
+#include "common/HostServices.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/WidgetDriver.h"
@@ -25,48 +26,11 @@
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeWidget>
-#include <cstring>
 
 using namespace lnq;
 using namespace lnqtest;
 
 namespace {
-
-void put(const QString& text, char* buffer, int& length) {
-    const QByteArray bytes = Gbk::encode(text);
-    std::memcpy(buffer, bytes.constData(), size_t(bytes.size()));
-    length = int(bytes.size());
-}
-
-// The host's user: 张伟 (zhangwei), who sees the orders above number 2.
-class UserConnection : public TInterfacedADOConnection {
-public:
-    using TInterfacedADOConnection::TInterfacedADOConnection;
-    void GetCurrentUser(int& userNo, char* code, int& codeLen, char* name, int& nameLen) override {
-        userNo = 2;
-        put(QStringLiteral("zhangwei"), code, codeLen);
-        put(QStringLiteral("张伟"), name, nameLen);
-    }
-    void GetAuthorityString(char* buffer, int& length) override {
-        put(QStringLiteral("iNo>2"), buffer, length);
-    }
-};
-
-class Services : public IServicesInterface {
-public:
-    QStringList links;
-    void GetOptionValue(const char*, char*, int&) override {}
-    void GetOptionValueEx(const char*, const char*, char*, int&) override {}
-    void SetOptionValueEx(const char*, const char*, const char*) override {}
-    void GetReceiptNo(const char*, char*, int&) override {}
-    void GetReceiptNoSetting(const char*, char*, int&, char*, int&, char*, int&, char*, int&) override {}
-    void SetReceiptNoSetting(const char*, const char*, const char*, const char*, const char*) override {}
-    void GetImeName(char*, int&) override {}
-    void OpenAppLink(const char* link) override { links << Gbk::decode(QByteArray(link)); }
-    int GetRecentCount(const char*) override { return 0; }
-    bool GetRecentItem(const char*, int, char*, int&, char*, int&) override { return false; }
-    void AddRecentItem(const char*, const char*, const char*) override {}
-};
 
 // Orders with their lines, or customers (no lines, no confirmation).
 class TestListfm : public TListCommonfm {
@@ -113,7 +77,7 @@ class tst_ListCommon : public QObject {
     QTemporaryDir m_dir;
     TADOConnection m_ado;
     std::shared_ptr<IConnection> m_conn;
-    Services m_services;
+    HostServices m_services;
     QStringList m_messages; // caption|text of every message the forms showed
 
     std::unique_ptr<TestListfm> open(const QString& target = QStringLiteral("MASTER"),
@@ -135,7 +99,10 @@ private Q_SLOTS:
         Clock::setFixedNow(QDateTime(QDate(2026, 3, 14), QTime(10, 0)));
         TDataEnvironment::SetCacheFileName(m_dir.filePath(QStringLiteral("FldAttr.xml")));
         openSmallSample(m_ado, m_dir.filePath(QStringLiteral("sample.db")));
-        m_conn = std::make_shared<UserConnection>(m_ado);
+        // 张伟 sees the orders above number 2.
+        auto user = std::make_shared<UserConnection>(m_ado);
+        user->authority = QStringLiteral("iNo>2");
+        m_conn = user;
         // 150 more orders: the list must show the newest hundred only.
         for (int i = 0; i < 150; ++i)
             m_conn->ExecuteNonQuery(

@@ -117,13 +117,8 @@ struct Fixture {
     void typeCell(const char* col, int row, const QString& text) {
         grid().setFocus();
         grid().FocusCell(grid().ColByName(col), row);
-        const auto focus = [this]() -> QWidget* {
-            QWidget* w = QApplication::focusWidget();
-            return w ? w : &grid();
-        };
-        for (QChar c : text) // the first key opens the cell editor, which takes the rest
-            QTest::keyClicks(focus(), QString(c));
-        QTest::keyClick(focus(), Qt::Key_Return);
+        typeKeys(&grid(), text);
+        pressKey(&grid(), Qt::Key_Return);
     }
     void click(const char* button) { QTest::mouseClick(form->Button(button), Qt::LeftButton); }
     // A new order with two lines, saved; its key.

@@ -1,6 +1,7 @@
 #include "common/HostServices.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
+#include "common/WidgetDriver.h"
 #include "demo/OrderEditForm_ui.h"
 #include "forms/Ctrl_LNQSuperEdit.h"
 #include "forms/Ctrl_SuperEditFm.h"
@@ -68,13 +69,8 @@ struct Fixture {
         activate();
         grid().setFocus();
         grid().FocusCell(grid().ColByName(col), row);
-        const auto focus = [this]() -> QWidget* {
-            QWidget* w = QApplication::focusWidget();
-            return w ? w : &grid();
-        };
-        for (QChar c : text)
-            QTest::keyClicks(focus(), QString(c));
-        QTest::keyClick(focus(), Qt::Key_Return);
+        typeKeys(&grid(), text);
+        pressKey(&grid(), Qt::Key_Return);
     }
     void chooseCustomer(const QString& typed) {
         form->CustomerEdit()->setFocus();

@@ -44,9 +44,7 @@ private Q_SLOTS:
     }
 
     void errors_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("message");
+        lnqtest::refusalColumns();
         QTest::newRow("no sub-command") << QStringList{} << 2 << "missing sub-command";
         QTest::newRow("unknown sub-command") << QStringList{"on", "x"} << 2 << "unknown sub-command \"on\"";
         QTest::newRow("status without name") << QStringList{"status"} << 2 << "expected one NAME";
@@ -59,13 +57,9 @@ private Q_SLOTS:
         QTest::newRow("bad name in status") << QStringList{"status", "a/b"} << 1 << "自动启动项名称无效";
     }
     void errors() {
-        QFETCH(QStringList, args);
-        QFETCH(int, exitCode);
-        QFETCH(QString, message);
-        const Run r = lnq(args);
-        QCOMPARE(r.exitCode, exitCode);
-        QVERIFY(r.out.isEmpty());
-        QVERIFY2(r.err.contains(message), qPrintable(r.err));
+        QProcessEnvironment env;
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.path());
+        lnqtest::checkRefusal({"autostart"}, {}, env);
     }
 };
 

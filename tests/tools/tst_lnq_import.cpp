@@ -25,15 +25,13 @@ class TestLnqImport : public QObject {
     QString m_db;
     QString m_xlsx;
 
-    Run sql(const QString& text) {
-        return lnqRun({QStringLiteral("sql"), QStringLiteral("--db"), m_db, text});
-    }
+    Run sql(const QString& text) { return lnqRun({"sql", "--db", m_db, text}); }
 
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
         m_db = m_dir.filePath(QStringLiteral("t.db"));
-        QCOMPARE(lnqRun({QStringLiteral("init-db"), m_db}).exitCode, 0);
+        QCOMPARE(lnqRun({"init-db", m_db}).exitCode, 0);
         QCOMPARE(sql(QStringLiteral("create table Narrow (客户编码 nvarchar(20))")).exitCode, 0);
         // A workbook whose second sheet has a Chinese name with a blank, a text longer
         // than 255 characters and a column mixing numbers and text.
@@ -58,7 +56,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("count");
         QTest::addColumn<QString>("columns");
         QTest::addColumn<QString>("rows");
-        QTest::newRow("xls, first sheet") << QStringList{QStringLiteral("--from"), kXls} << "导入客户"
+        QTest::newRow("xls, first sheet") << QStringList{"--from", kXls} << "导入客户"
                                           << "3\n"
                                           << "客户编码, 电话, 日期01"
                                           << "客户编码\t电话\t日期01\n"
@@ -66,14 +64,11 @@ private Q_SLOTS:
                                              "K002\t021-55556666\t2024-02-29 13:45:30\n"
                                              "K003\t020-87654321\t\n";
         QTest::newRow("xlsx, sheet by name, mixed column as text")
-            << QStringList{QStringLiteral("--from"), QStringLiteral("XLSX"), QStringLiteral("--sheet"),
-                           QStringLiteral("供应商 2024")}
-            << "供应商"
+            << QStringList{"--from", "XLSX", "--sheet", "供应商 2024"} << "供应商"
             << "2\n"
             << "编码, 名称, len(说明) n"
             << "编码\t名称\tn\n1001\t华东五金\t300\nA-02\t华南电子\t\n";
-        QTest::newRow("no header") << QStringList{QStringLiteral("--from"), kXls, QStringLiteral("--sheet"),
-                                                  QStringLiteral("Sheet2$"), QStringLiteral("--no-header")}
+        QTest::newRow("no header") << QStringList{"--from", kXls, "--sheet", "Sheet2$", "--no-header"}
                                    << "NoHeader"
                                    << "2\n"
                                    << "*"
@@ -86,9 +81,7 @@ private Q_SLOTS:
         QFETCH(QString, columns);
         QFETCH(QString, rows);
         args.replaceInStrings(QStringLiteral("XLSX"), m_xlsx);
-        const Run r = lnqRun(QStringList{QStringLiteral("import"), QStringLiteral("--db"), m_db,
-                                         QStringLiteral("--table"), table}
-                             << args);
+        const Run r = lnqRun(QStringList{"import", "--db", m_db, "--table", table} + args);
         QVERIFY2(r.exitCode == 0, qPrintable(r.err));
         QCOMPARE(r.out, count);
         const Run q = sql(QStringLiteral("select ") + columns + QStringLiteral(" from ") + table +
@@ -100,10 +93,7 @@ private Q_SLOTS:
     void newTableComparesWithoutCase() {
         // Text columns of a created table take the database's Chinese
         // case-insensitive collation.
-        QCOMPARE(lnqRun({QStringLiteral("import"), QStringLiteral("--from"), kXls, QStringLiteral("--db"),
-                         m_db, QStringLiteral("--table"), QStringLiteral("Ci")})
-                     .exitCode,
-                 0);
+        QCOMPARE(lnqRun({"import", "--from", kXls, "--db", m_db, "--table", "Ci"}).exitCode, 0);
         const Run q = sql(QStringLiteral("select 客户名称 from Ci where 客户编码 = 'k002'"));
         QCOMPARE(q.out, QStringLiteral("客户名称\n上海东方贸易公司\n"));
     }
@@ -116,9 +106,7 @@ private Q_SLOTS:
                      .exitCode,
                  0);
         for (int i = 0; i < 2; ++i) {
-            const Run r =
-                lnqRun({QStringLiteral("import"), QStringLiteral("--from"), kXls, QStringLiteral("--db"),
-                        m_db, QStringLiteral("--table"), QStringLiteral("imported")});
+            const Run r = lnqRun({"import", "--from", kXls, "--db", m_db, "--table", "imported"});
             QVERIFY2(r.exitCode == 0, qPrintable(r.err));
             QCOMPARE(r.out, QStringLiteral("3\n"));
         }
@@ -127,40 +115,22 @@ private Q_SLOTS:
     }
 
     void refusals_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("missing option")
-            << QStringList{QStringLiteral("--from"), kXls} << 2 << "usage: lnq import";
-        QTest::newRow("unknown option") << QStringList{QStringLiteral("--from"),  kXls,
-                                                       QStringLiteral("--db"),    QStringLiteral("DB"),
-                                                       QStringLiteral("--table"), QStringLiteral("T"),
-                                                       QStringLiteral("--x"),     QStringLiteral("1")}
-                                        << 2 << "unknown option --x";
-        QTest::newRow("no such sheet") << QStringList{QStringLiteral("--from"),  kXls,
-                                                      QStringLiteral("--db"),    QStringLiteral("DB"),
-                                                      QStringLiteral("--table"), QStringLiteral("T"),
-                                                      QStringLiteral("--sheet"), QStringLiteral("客户2")}
-                                       << 1 << "没有工作表 客户2 (有: 客户$, Sheet2$)";
+        lnqtest::refusalColumns();
+        const QStringList into{"--db", "DB", "--table", "T"};
+        QTest::newRow("missing option") << QStringList{"--from", kXls} << 2 << "usage: lnq import";
+        QTest::newRow("unknown option")
+            << QStringList{"--from", kXls, "--x", "1"} + into << 2 << "unknown option --x";
+        QTest::newRow("no such sheet") << QStringList{"--from", kXls, "--sheet", "客户2"} + into << 1
+                                       << "没有工作表 客户2 (有: 客户$, Sheet2$)";
         QTest::newRow("columns the table lacks")
-            << QStringList{QStringLiteral("--from"),  kXls,
-                           QStringLiteral("--db"),    QStringLiteral("DB"),
-                           QStringLiteral("--table"), QStringLiteral("Narrow")}
-            << 1 << "表 Narrow 没有工作表的列: 客户名称, 地址, 省份, 城市, 电话, 日期01";
+            << QStringList{"--from", kXls, "--db", "DB", "--table", "Narrow"} << 1
+            << "表 Narrow 没有工作表的列: 客户名称, 地址, 省份, 城市, 电话, 日期01";
         QTest::newRow("damaged workbook")
-            << QStringList{QStringLiteral("--from"), QStringLiteral("BROKEN"),  QStringLiteral("--db"),
-                           QStringLiteral("DB"),     QStringLiteral("--table"), QStringLiteral("T")}
-            << 1 << "外部表不是预期的格式";
+            << QStringList{"--from", "BROKEN"} + into << 1 << "外部表不是预期的格式";
         QTest::newRow("missing workbook")
-            << QStringList{QStringLiteral("--from"),  QStringLiteral("/nonexistent.xls"),
-                           QStringLiteral("--db"),    QStringLiteral("DB"),
-                           QStringLiteral("--table"), QStringLiteral("T")}
-            << 1 << "无法打开文件: /nonexistent.xls";
+            << QStringList{"--from", "/nonexistent.xls"} + into << 1 << "无法打开文件: /nonexistent.xls";
     }
     void refusals() {
-        QFETCH(QStringList, args);
-        QFETCH(int, exitCode);
-        QFETCH(QString, error);
         const QString broken = m_dir.filePath(QStringLiteral("broken.xlsx"));
         QFile f(kXls);
         QVERIFY(f.open(QIODevice::ReadOnly));
@@ -168,12 +138,7 @@ private Q_SLOTS:
         QVERIFY(b.open(QIODevice::WriteOnly));
         b.write("PK\x03\x04" + f.read(3000));
         b.close();
-        args.replaceInStrings(QStringLiteral("BROKEN"), broken);
-        args.replaceInStrings(QStringLiteral("DB"), m_db);
-        const Run r = lnqRun(QStringList{QStringLiteral("import")} << args);
-        QCOMPARE(r.exitCode, exitCode);
-        QVERIFY2(r.err.contains(error), qPrintable(r.err));
-        QVERIFY(r.out.isEmpty());
+        lnqtest::checkRefusal({"import"}, {{"BROKEN", broken}, {"DB", m_db}});
         // Nothing reached the tables.
         QCOMPARE(sql(QStringLiteral("select count(*) from Narrow")).out, QStringLiteral("\n0\n"));
         QVERIFY(!sql(QStringLiteral("select * from T")).err.isEmpty());

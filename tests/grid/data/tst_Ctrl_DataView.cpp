@@ -205,33 +205,22 @@ private Q_SLOTS:
         TDataView v;
         v.resize(560, 200);
         v.SetColumnCount(3);
-        const QStringList items = {"客户编号",
-                                   "C2024-0518",
-                                   "客户名称",
-                                   "北京华联商贸有限公司",
-                                   "联系人",
-                                   "张三",
-                                   "手机",
-                                   "13800138000",
-                                   "电话",
-                                   "010-62345678",
-                                   "所在省份",
-                                   "北京市",
-                                   "地址",
-                                   "北京市海淀区中关村大街二十七号中关村大厦十二层一二零八室（近地铁四号线）"
-                                   "，周一至周五 9:00-18:00 收货",
-                                   "客户类别",
-                                   "批发",
-                                   "信用额度",
-                                   "50,000.00",
-                                   "开户日期",
-                                   "2024-05-18",
-                                   "备注",
-                                   "每月初对账；\n发票随货寄出",
-                                   "业务员",
-                                   "李四"};
-        for (qsizetype i = 0; i + 1 < items.size(); i += 2)
-            v.AddItem(items[i], items[i + 1]);
+        const std::pair<const char*, const char*> items[] = {
+            {"客户编号", "C2024-0518"},
+            {"客户名称", "北京华联商贸有限公司"},
+            {"联系人", "张三"},
+            {"手机", "13800138000"},
+            {"电话", "010-62345678"},
+            {"所在省份", "北京市"},
+            {"地址", "北京市海淀区中关村大街二十七号中关村大厦十二层一二零八室（近地铁四号线），周一至周五 "
+                     "9:00-18:00 收货"},
+            {"客户类别", "批发"},
+            {"信用额度", "50,000.00"},
+            {"开户日期", "2024-05-18"},
+            {"备注", "每月初对账；\n发票随货寄出"},
+            {"业务员", "李四"}};
+        for (const auto& [caption, value] : items)
+            v.AddItem(QString::fromUtf8(caption), QString::fromUtf8(value));
         v.show();
         QVERIFY(QTest::qWaitForWindowExposed(&v));
         QVERIFY(v.grab().save(QDir(dir).filePath(QStringLiteral("data-view.png"))));
