@@ -284,6 +284,28 @@ private Q_SLOTS:
         QFile::remove(file);
     }
 
+    // A screen whose columns were rebuilt after the first layout (as a list
+    // form does when it hides fields) saves, as its dataset closes, the widths
+    // the user saw, not the narrow ones of columns without a field.
+    void closingSavesTheWidthsShown() {
+        reopen();
+        const QString name = QStringLiteral("widths_test");
+        const QString file = LayoutFileName(name, QString(), QString());
+        QFile::remove(file);
+        Screen s(&m_customers, true, name);
+        s.g->Columns().RebuildColumns();
+        QStringList shown;
+        for (int i = 0; i < s.g->Columns().Count(); ++i)
+            shown << s.g->Columns()[i]->FieldName() + u':' + QString::number(s.g->Columns()[i]->Width());
+        m_customers.Close();
+        QStringList saved;
+        for (const TLayoutEntry& e : LoadLayoutFile(file))
+            saved << e.FieldName + u':' + QString::number(e.Width);
+        QCOMPARE(saved, shown);
+        m_customers.Open();
+        QFile::remove(file);
+    }
+
     void setupItemAppliesAndSaves() {
         reopen();
         const QString name = QStringLiteral("setup_test");
