@@ -758,13 +758,17 @@ void TGridDataLink::ActiveChanged() {
     m_wasActive = Active();
     m_lastFields = m_wasActive ? m_dataSet->FieldNames() : QStringList();
     m_grid.m_insertRow = -1;
-    if (m_grid.m_columns->State() == csDefault) m_grid.m_columns->RebuildColumns();
-    LayoutChanged();
-    // Every layout of the columns from an active dataset reads the layout file.
-    if (m_wasActive) {
-        m_grid.autoLoadFormat();
-        m_grid.guarded([this] { m_grid.followSortAfterReload(); });
+    {
+        // The rebuilt columns and the layout file's widths and titles reach
+        // the cells in one pass, not one per step.
+        m_grid.BeginLayout();
+        const auto once = qScopeGuard([this] { m_grid.EndLayout(); });
+        if (m_grid.m_columns->State() == csDefault) m_grid.m_columns->RebuildColumns();
+        LayoutChanged();
+        // Every layout of the columns from an active dataset reads the layout file.
+        if (m_wasActive) m_grid.autoLoadFormat();
     }
+    if (m_wasActive) m_grid.guarded([this] { m_grid.followSortAfterReload(); });
 }
 
 void TGridDataLink::DataSetChanged() {
