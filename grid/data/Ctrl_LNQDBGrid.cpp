@@ -761,13 +761,17 @@ void TGridDataLink::ActiveChanged() {
     m_wasActive = Active();
     m_lastFields = m_wasActive ? m_dataSet->FieldNames() : QStringList();
     m_grid.m_insertRow = -1;
-    if (m_grid.m_columns->State() == csDefault) m_grid.m_columns->RebuildColumns();
-    LayoutChanged();
-    // Every layout of the columns from an active dataset reads the layout file.
-    if (m_wasActive) {
-        m_grid.autoLoadFormat();
-        m_grid.guarded([this] { m_grid.followSortAfterReload(); });
+    {
+        // The rebuilt columns and the layout file's widths and titles reach
+        // the cells in one pass, not one per step.
+        m_grid.BeginLayout();
+        const auto once = qScopeGuard([this] { m_grid.EndLayout(); });
+        if (m_grid.m_columns->State() == csDefault) m_grid.m_columns->RebuildColumns();
+        LayoutChanged();
+        // Every layout of the columns from an active dataset reads the layout file.
+        if (m_wasActive) m_grid.autoLoadFormat();
     }
+    if (m_wasActive) m_grid.guarded([this] { m_grid.followSortAfterReload(); });
 }
 
 void TGridDataLink::DataSetChanged() {
@@ -1016,7 +1020,6 @@ TLNQCustomDBGrid::TLNQCustomDBGrid(QWidget* parent) : TLNQCustomGrid(parent) {
         m_columns->EndUpdate();
     });
     SetDBOptions(m_dbOptions);
-    CreateRuntimePopupMenu(nullptr);
     applyLayout();
 }
 
@@ -1178,12 +1181,12 @@ void TLNQCustomDBGrid::SetDBOptions(TLNQDBGridOptions o) {
 
 void TLNQCustomDBGrid::SetControlOptions(TDBGridControlOptions options) {
     m_controlOptions = options;
-    CreateRuntimePopupMenu(m_userMenu);
+    InvalidateRuntimePopupMenu();
 }
 
 void TLNQCustomDBGrid::SetUserMenu(QMenu* menu) {
     m_userMenu = menu;
-    CreateRuntimePopupMenu(menu);
+    InvalidateRuntimePopupMenu();
 }
 
 void TLNQCustomDBGrid::SetHighLightColor(const QColor& c) {
@@ -1855,7 +1858,27 @@ QMenu* TLNQCustomDBGrid::CreateRuntimePopupMenu(QMenu* userMenu) {
     }
     connect(menu.get(), &QMenu::aboutToShow, this, [this] { guarded([this] { PopupMenuFieldPopup(); }); });
     m_runtimeMenu = std::move(menu);
+    m_runtimeMenuStale = false;
     return m_runtimeMenu.get();
+}
+
+QMenu* TLNQCustomDBGrid::RuntimePopupMenu() const {
+    // Building the menu the options call for changes nothing a caller can
+    // see but the menu itself: asking for it is a read.
+    if (m_runtimeMenuStale) const_cast<TLNQCustomDBGrid*>(this)->CreateRuntimePopupMenu(m_userMenu);
+    return m_runtimeMenu.get();
+}
+
+QMenu* TLNQCustomDBGrid::ValueFilterItem() const {
+    RuntimePopupMenu();
+    return m_valueMenu;
+}
+
+void TLNQCustomDBGrid::InvalidateRuntimePopupMenu() {
+    // The old menu goes at once, as a rebuild would drop it.
+    m_runtimeMenu.reset();
+    m_valueMenu = nullptr;
+    m_runtimeMenuStale = true;
 }
 
 void TLNQCustomDBGrid::guarded(const std::function<void()>& fn) {
@@ -1877,8 +1900,8 @@ void TLNQCustomDBGrid::contextMenuEvent(QContextMenuEvent* event) {
         c->PopupMenu()->exec(event->globalPos());
         return;
     }
-    if (m_runtimeMenu && !m_runtimeMenu->actions().isEmpty()) {
-        m_runtimeMenu->exec(event->globalPos());
+    if (QMenu* menu = RuntimePopupMenu(); menu && !menu->actions().isEmpty()) {
+        menu->exec(event->globalPos());
         event->accept();
         return;
     }

@@ -522,9 +522,13 @@ public:
     virtual void AfterMoveCurrent() {}
 
     // ---- run-time menu and quick filters
+    // Builds the menu now from the options, the printer count and userMenu.
     QMenu* CreateRuntimePopupMenu(QMenu* userMenu);
-    QMenu* RuntimePopupMenu() const { return m_runtimeMenu.get(); }
-    QMenu* ValueFilterItem() const { return m_valueMenu; }
+    // The menu in force, built on first use after a change of the options or
+    // the user menu (asking for the printers is slow, and most grids are
+    // never right-clicked).
+    QMenu* RuntimePopupMenu() const;
+    QMenu* ValueFilterItem() const;
     void PopupMenuFieldPopup();
     void SetMenus(QMenu* menu, QMenu* item);
     void GetSearchItems(QStringList& strings) const;
@@ -678,6 +682,8 @@ private:
     void drawDataCell(QPainter& painter, const QRect& rect, int col, int row, TGridDrawState state,
                       const TColumn* column, bool current, qreal dpr);
     void guarded(const std::function<void()>& fn);
+    // Drops the run-time menu; the next use builds it again.
+    void InvalidateRuntimePopupMenu();
     void reportError(const QString& message);
     bool rowSelected(int viewRow) const;
     void toggleCurrentSelection();
@@ -698,6 +704,7 @@ private:
     std::unique_ptr<TLayoutColumns> m_layoutColumns;
     std::unique_ptr<QMenu> m_runtimeMenu;
     QPointer<QMenu> m_valueMenu;
+    bool m_runtimeMenuStale = true;
 
     TLNQDBGridOptions m_dbOptions = kDefaultDBGridOptions;
     TDBGridControlOptions m_controlOptions;

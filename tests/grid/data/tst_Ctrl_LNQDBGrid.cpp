@@ -227,6 +227,25 @@ private Q_SLOTS:
         QCOMPARE(f.g.ValueFilterItem() != nullptr, expected.contains(QStringLiteral("指定内容筛选")));
     }
 
+    // Asking for the printers can take long: a grid asks only when its menu
+    // is first wanted after a change, not at every option or menu change.
+    void menuAsksForPrintersOnFirstUse() {
+        Fixture f;
+        int asked = 0;
+        f.g.PrinterCount = [&asked] { return ++asked, 1; };
+        QMenu user;
+        user.addAction(QStringLiteral("自定义"));
+        f.g.SetControlOptions(f.g.ControlOptions());
+        f.g.SetUserMenu(&user);
+        QCOMPARE(asked, 0);
+        QVERIFY(f.menuCaptions().contains(QStringLiteral("打印预览")));
+        QVERIFY(f.menuCaptions().contains(QStringLiteral("自定义")));
+        QCOMPARE(asked, 1);
+        // A change drops the menu; the next use builds it with the new options.
+        f.g.SetControlOptions(TDBGridControlOption::coMenuCopy);
+        QCOMPARE(f.menuCaptions(), (QStringList{"自定义", "-", "复制", "-"}));
+    }
+
     void userMenuComesFirst() {
         Fixture f;
         QMenu user;
