@@ -340,8 +340,11 @@ void TSqliteDriver::OpenDataSet(const QString& sql, TDataSet& target) {
         if (declared.isEmpty()) declared = utf8(sqlite3_column_decltype(stmt, i));
         if (declared.isEmpty() && rc == SQLITE_ROW) declared = typeFromValue(stmt, i);
         int size = 0;
-        def.DataType = FieldTypeFromDeclaredType(declared, &size);
+        int scale = 0;
+        // DECIMAL(p,s) and MONEY keep their decimals, as the server reports them.
+        def.DataType = FieldTypeFromDeclaredType(declared, &size, &scale);
         def.Size = size;
+        def.Scale = scale;
         const char* table = sqlite3_column_table_name(stmt, i);
         const char* origin = sqlite3_column_origin_name(stmt, i);
         if (table && origin) {

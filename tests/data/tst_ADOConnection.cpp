@@ -161,23 +161,26 @@ private Q_SLOTS:
     void declaredTypesGiveFieldTypes_data() {
         QTest::addColumn<QString>("field");
         QTest::addColumn<int>("type");
-        QTest::newRow("identity") << "iNo" << int(TFieldType::ftAutoInc);
-        QTest::newRow("datetime") << "dWhen" << int(TFieldType::ftDateTime);
-        QTest::newRow("bit") << "bFlag" << int(TFieldType::ftBoolean);
-        QTest::newRow("money") << "mPrice" << int(TFieldType::ftCurrency);
-        QTest::newRow("decimal") << "dcAmount" << int(TFieldType::ftBCD);
-        QTest::newRow("int") << "iQty" << int(TFieldType::ftInteger);
-        QTest::newRow("bigint") << "iBig" << int(TFieldType::ftLargeint);
-        QTest::newRow("float") << "fRate" << int(TFieldType::ftFloat);
-        QTest::newRow("image") << "imgData" << int(TFieldType::ftBlob);
-        QTest::newRow("date") << "dDay" << int(TFieldType::ftDate);
+        QTest::addColumn<int>("scale"); // -1: not checked
+        QTest::newRow("identity") << "iNo" << int(TFieldType::ftAutoInc) << -1;
+        QTest::newRow("datetime") << "dWhen" << int(TFieldType::ftDateTime) << -1;
+        QTest::newRow("bit") << "bFlag" << int(TFieldType::ftBoolean) << -1;
+        QTest::newRow("money") << "mPrice" << int(TFieldType::ftCurrency) << 4;
+        QTest::newRow("decimal") << "dcAmount" << int(TFieldType::ftBCD) << 2;
+        QTest::newRow("int") << "iQty" << int(TFieldType::ftInteger) << -1;
+        QTest::newRow("bigint") << "iBig" << int(TFieldType::ftLargeint) << -1;
+        QTest::newRow("float") << "fRate" << int(TFieldType::ftFloat) << -1;
+        QTest::newRow("image") << "imgData" << int(TFieldType::ftBlob) << -1;
+        QTest::newRow("date") << "dDay" << int(TFieldType::ftDate) << -1;
     }
     void declaredTypesGiveFieldTypes() {
         QFETCH(QString, field);
         QFETCH(int, type);
+        QFETCH(int, scale);
         TADODataSet ds;
         openDataSet(ds, QStringLiteral("select * from T order by iNo"));
         QCOMPARE(int(ds.FieldByName(field).DataType()), type);
+        if (scale >= 0) QCOMPARE(ds.FieldDefs()[size_t(ds.FieldByName(field).Index())].Scale, scale);
         QVERIFY(ds.FieldByName(QStringLiteral("vName")).DataType() == TFieldType::ftString ||
                 ds.FieldByName(QStringLiteral("vName")).DataType() == TFieldType::ftWideString);
     }
