@@ -76,6 +76,10 @@ public:
     // lines "a=1" and "b=2". A trailing separator adds no empty last line; the
     // empty text gives the empty list.
     static QStringList GetAppLinkListValue(const QString& text);
+    // The value of the first "name=value" line whose name (blanks around it
+    // ignored) equals name regardless of letter case; false when no line
+    // names it. The value is returned as written.
+    static bool GetAppLinkValue(const QStringList& lines, const QString& name, QString& value);
 
     // Directory of the running executable with a trailing "/".
     static QString GetAppDir();
