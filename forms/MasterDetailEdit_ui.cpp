@@ -375,21 +375,8 @@ QString TMasterDetailEditfm::AuditUserText() const {
     return code.isEmpty() ? CurrentUserName() : code;
 }
 
-namespace {
-std::function<int(const QString&, const QString&, int)>& defaultMessageBox() {
-    static std::function<int(const QString&, const QString&, int)> handler;
-    return handler;
-}
-} // namespace
-
-void TMasterDetailEditfm::SetDefaultOnMessageBox(
-    std::function<int(const QString&, const QString&, int)> handler) {
-    defaultMessageBox() = std::move(handler);
-}
-
 int TMasterDetailEditfm::ShowMessage(const QString& text, const QString& caption, int flags) {
     if (OnMessageBox) return OnMessageBox(text, caption, flags);
-    if (defaultMessageBox()) return defaultMessageBox()(text, caption, flags);
     return TClientUtils::MsgBox(text, caption, flags);
 }
 

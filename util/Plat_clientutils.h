@@ -19,6 +19,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace lnq {
 
 class IConnection;
@@ -119,6 +121,11 @@ public:
     // the themed message box (returns the button that closed it) and clearing
     // a string grid below its fixed first row and column.
     static int MsgBox(const QString& text, const QString& caption, int flags);
+    // A process-wide replacement of the message box (tests, unattended
+    // demonstrations answer without a window); an empty function restores the
+    // box. Returns the replacement it replaces.
+    using TMsgBoxFn = std::function<int(const QString& text, const QString& caption, int flags)>;
+    static TMsgBoxFn SetMsgBoxHandler(TMsgBoxFn handler);
     static void ClearLNQStringGrid(TLNQStringGrid& grid);
 };
 
