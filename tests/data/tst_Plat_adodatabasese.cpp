@@ -189,12 +189,7 @@ private Q_SLOTS:
             } catch (const Exception& e) {
                 QCOMPARE(e.Message(), u"数据类型不正确"_qs);
             }
-            try {
-                m_conn->CloneDataset(*other, target);
-                QFAIL("cloned from another class");
-            } catch (const Exception& e) {
-                QCOMPARE(e.Message(), u"数据类型不正确"_qs);
-            }
+            QVERIFY_THROWS_EXCEPTION(Exception, m_conn->CloneDataset(*other, target));
         }
     }
 
