@@ -108,12 +108,9 @@ bool GroupAllowed(const QString& allowedGroups, const QString& entry) {
 }
 
 bool ViewNameMatches(const QString& name, const QString& text) {
-    const QString wanted = text.trimmed();
-    if (wanted.isEmpty()) return true;
-    if (name.contains(wanted, Qt::CaseInsensitive)) return true;
-    // The initials are upper-case ASCII (and a marker byte for symbols).
-    const QByteArray initials = TUtils_Convert::StrToPY(name);
-    return initials.contains(wanted.toUpper().toLatin1());
+    TQuickSearchText search;
+    search.SetText(text);
+    return search.Matches(name);
 }
 
 } // namespace lnq

@@ -203,27 +203,4 @@ int TSearchLists::DefaultSearchColumn(const QStringList& titles) {
     return titles.isEmpty() ? -1 : 0;
 }
 
-// ---------------------------------------------------------------- quick search
-
-void TQuickSearchText::SetText(const QString& text) {
-    m_text = text.trimmed();
-    m_initials.clear();
-    bool ascii = !m_text.isEmpty();
-    for (const QChar c : m_text)
-        ascii = ascii && c.unicode() < 128 && c.isLetterOrNumber();
-    // Initials are upper-case letters and digits: only such a text can be them.
-    if (ascii) m_initials = m_text.toUpper().toLatin1();
-}
-
-bool TQuickSearchText::Matches(const QString& value) const {
-    if (m_text.isEmpty() || value.contains(m_text, Qt::CaseInsensitive)) return true;
-    if (m_initials.isEmpty()) return false;
-    auto it = m_initialsOf.constFind(value);
-    if (it == m_initialsOf.constEnd()) {
-        if (m_initialsOf.size() >= kCacheLimit) m_initialsOf.clear();
-        it = m_initialsOf.insert(value, TUtils_Convert::StrToPY(value));
-    }
-    return it->contains(m_initials);
-}
-
 } // namespace lnq

@@ -5,8 +5,10 @@
 // list by a column's text or by its pinyin initials. The dialogs and the lnq
 // tool's "lookup" command share them.
 
+#include "util/Plat_convert.h"
 #include <QByteArray>
 #include <QHash>
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -48,26 +50,6 @@ public:
     // The column the quick search starts on: the one titled "名称", else the
     // first whose title holds "名称", else the first; -1 for no columns.
     static int DefaultSearchColumn(const QStringList& titles);
-};
-
-// The quick search's value: a value passes when it contains the text
-// (letter case ignored) or, for a text of ASCII letters and digits, when its
-// pinyin initials contain the text. An empty (or blank) text passes every value.
-class TQuickSearchText {
-public:
-    void SetText(const QString& text);
-    QString Text() const { return m_text; }
-    bool IsEmpty() const { return m_text.isEmpty(); }
-    bool Matches(const QString& value) const;
-
-private:
-    QString m_text;
-    QByteArray m_initials;
-    // Initials of the values met so far: a list is searched again at every
-    // keystroke, and looking a text up costs a fraction of working out its
-    // initials. Bounded: emptied when it reaches kCacheLimit texts.
-    static constexpr qsizetype kCacheLimit = 250000;
-    mutable QHash<QString, QByteArray> m_initialsOf;
 };
 
 } // namespace lnq

@@ -4,6 +4,7 @@
 // number texts and the "[code]name" texts of lookup lists.
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 
 namespace lnq {
@@ -57,6 +58,26 @@ public:
     // 1000 characters. The name behind the bracket is not split off: callers
     // that want it cut it themselves.
     static QString GetValue(const QString& text);
+};
+
+// A search text as users type it into a search box: a value passes when it contains the text
+// (letter case ignored) or, for a text of ASCII letters and digits, when its
+// pinyin initials contain the text. An empty (or blank) text passes every value.
+class TQuickSearchText {
+public:
+    void SetText(const QString& text);
+    QString Text() const { return m_text; }
+    bool IsEmpty() const { return m_text.isEmpty(); }
+    bool Matches(const QString& value) const;
+
+private:
+    QString m_text;
+    QByteArray m_initials;
+    // Initials of the values met so far: a list is searched again at every
+    // keystroke, and looking a text up costs a fraction of working out its
+    // initials. Bounded: emptied when it reaches kCacheLimit texts.
+    static constexpr qsizetype kCacheLimit = 250000;
+    mutable QHash<QString, QByteArray> m_initialsOf;
 };
 
 } // namespace lnq
