@@ -130,17 +130,9 @@ private Q_SLOTS:
         QCOMPARE(changes.count(), 4);
     }
 
-    void newColumnDefaults() {
+    void displayNameFollowsTheCaption() {
         TGridHeaderControl header(nullptr);
         TGridCol* c = header.Sections().MyAdd();
-        QVERIFY(c->Sortable());
-        QVERIFY(!c->CheckBox());
-        QCOMPARE(c->ColColor(), 0u);
-        QVERIFY(!c->ShowZero());
-        QVERIFY(!c->PopComboBoxAllowed());
-        QVERIFY(!c->CalendarShowCheckBox());
-        QVERIFY(!c->HasPopListStrings());
-        QVERIFY(!c->HasPopListValues());
         QCOMPARE(c->GetDisplayName(), QStringLiteral("TGridCol"));
         c->SetCaption(QStringLiteral("数量"));
         QCOMPARE(c->GetDisplayName(), QStringLiteral("数量"));
