@@ -51,7 +51,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("group");
         QTest::newRow("50 thirds") << 50 << false << 16;
         QTest::newRow("50 halves") << 50 << true << 25;
-        QTest::newRow("40 thirds") << 40 << false << 13;
         QTest::newRow("41 halves") << 41 << true << 20;
     }
     void groupLevelHeight() {
