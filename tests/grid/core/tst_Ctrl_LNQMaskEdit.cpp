@@ -75,21 +75,12 @@ private Q_SLOTS:
         QTest::newRow("pads to width") << dpDecimal << 2 << 8 << "12.5"
                                        << "12.5"
                                        << "   12.50";
-        QTest::newRow("refused keys") << dpDecimal << 2 << 8 << "1a.2.3-x-"
-                                      << "1.23-"
-                                      << "    1.23";
-        QTest::newRow("point refused without decimals") << dpComboCount << 0 << 4 << "7.5"
-                                                        << "75"
-                                                        << "  75";
         QTest::newRow("currency unfiltered, not padded") << dpCurrency << 2 << 8 << "12.5x"
                                                          << "12.5x"
                                                          << "12.5x";
         QTest::newRow("code upper-cased") << dpCode << 0 << 8 << "ab#_1"
                                           << "AB_1"
                                           << "AB_1";
-        QTest::newRow("string unfiltered") << dpString << 2 << 8 << "a b#"
-                                           << "a b#"
-                                           << "a b#";
     }
     void typingAndEnter() {
         QFETCH(TLNQDataTypePro, pro);
@@ -193,8 +184,6 @@ private Q_SLOTS:
                                                         << "-1";
         QTest::newRow("code upper-cased") << dpCode << "ab中"
                                           << "AB";
-        QTest::newRow("string takes Chinese") << dpString << "中文"
-                                              << "中文";
     }
     void inputMethodTextIsFiltered() {
         QFETCH(TLNQDataTypePro, pro);
@@ -222,9 +211,6 @@ private Q_SLOTS:
         f.focusEdit();
         QVERIFY(f.edit->Button()->isVisible());
         QCOMPARE(f.edit->ButtonWidth(), 18);
-        QCOMPARE(f.edit->Button()->width(), 18);
-        QVERIFY(f.edit->Button()->geometry().right() < f.edit->width());
-        QVERIFY(f.edit->Button()->geometry().left() >= f.edit->width() - 18 - 4);
         QCOMPARE(f.edit->textMargins().right(), 18);
         QVERIFY(!f.edit->Button()->icon().isNull());
 
@@ -253,7 +239,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("lbCanUse");
         QTest::addColumn<int>("fired");
         QTest::newRow("editable") << false << false << 1;
-        QTest::newRow("editable, LBCanUse") << false << true << 1;
         QTest::newRow("read-only") << true << false << 0;
         QTest::newRow("read-only, LBCanUse") << true << true << 1;
     }
