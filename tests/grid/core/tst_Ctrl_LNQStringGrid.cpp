@@ -499,9 +499,6 @@ private Q_SLOTS:
         QTest::newRow("lone minus") << int(dpCurrency) << false << "-"
                                     << ""
                                     << "";
-        QTest::newRow("minus mid-text") << int(dpDecimal) << false << "12-3"
-                                        << "-3.00"
-                                        << "-3.00";
         QTest::newRow("blank stays") << int(dpDecimal) << false << "  "
                                      << "  "
                                      << "  ";

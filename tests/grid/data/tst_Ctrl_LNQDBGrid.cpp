@@ -815,7 +815,6 @@ private Q_SLOTS:
         QCOMPARE(pm.deviceIndependentSize(), QSizeF(12, 12));
         QCOMPARE(pm.size(), QSize(18, 18));
         QCOMPARE(DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.25).deviceIndependentSize(), QSizeF(12, 12));
-        QCOMPARE(DBGridBitmap(QStringLiteral("RWDBGARROW"), 1.3).deviceIndependentSize(), QSizeF(12, 12));
         QVERIFY(DBGridBitmap(QStringLiteral("NOSUCH"), 1).isNull());
         // The grid paints into a fractional-ratio surface without losing its texts.
         Fixture f;
