@@ -64,7 +64,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("totals");
         QTest::addColumn<int>("extra"); // pages beyond ceil(rows / perPage)
         QTest::newRow("empty") << 0 << true << 0;
-        QTest::newRow("one") << 1 << true << 0;
         QTest::newRow("full page, totals need another") << -1 << true << 1;
         QTest::newRow("full page, no totals") << -1 << false << 0;
         QTest::newRow("ten thousand") << 10000 << true << -2;
@@ -134,8 +133,6 @@ private Q_SLOTS:
         const int pages = preview.View()->PageCount();
         QVERIFY(pages > 100);
         QVERIFY(preview.View()->PaintedPages() <= 4);
-        if (qEnvironmentVariableIsSet("LNQ_PREVIEW_PNG"))
-            preview.grab().save(qEnvironmentVariable("LNQ_PREVIEW_PNG"));
         QCOMPARE(preview.View()->CurrentPage(), 0);
         // "末页" goes to the last page; only what comes into view is painted.
         const auto actions = preview.findChildren<QAction*>();
@@ -175,10 +172,6 @@ private Q_SLOTS:
         if (cols->item(2, 0)->checkState() == Qt::Checked) cols->item(2, 0)->setCheckState(Qt::Unchecked);
         QCOMPARE(dlg.Template().Columns.size(), size_t(2));
         QCOMPARE(dlg.Template().Orientation, QPageLayout::Landscape);
-        if (qEnvironmentVariableIsSet("LNQ_DESIGNER_PNG")) {
-            QTest::qWait(400);
-            dlg.grab().save(qEnvironmentVariable("LNQ_DESIGNER_PNG"));
-        }
     }
 };
 

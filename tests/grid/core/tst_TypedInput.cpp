@@ -38,8 +38,6 @@ private Q_SLOTS:
         QTest::newRow("minus after digits") << dpDecimal << 2 << "12" << QChar(u'-') << QChar(u'-');
         QTest::newRow("second minus") << dpCurrency << 2 << "-1" << QChar(u'-') << kRefused;
         QTest::newRow("letter E") << dpDecimal << 2 << "1" << QChar(u'E') << kRefused;
-        QTest::newRow("blank") << dpComboCount << 0 << "" << QChar(u' ') << kRefused;
-        QTest::newRow("plus") << dpDecimal << 2 << "" << QChar(u'+') << kRefused;
         QTest::newRow("hanzi") << dpDecimal << 2 << "" << QChar(u'中') << kRefused;
         QTest::newRow("arabic-indic digit") << dpDecimal << 2 << "" << QChar(0x0663) << kRefused;
         QTest::newRow("full-width digit") << dpCurrency << 2 << "" << QChar(0xFF15) << QChar(u'5');
@@ -52,25 +50,19 @@ private Q_SLOTS:
             << dpDecimal << 0 << "1" << QChar(0x3002) << kRefused;
         QTest::newRow("full-width letter folds but is refused")
             << dpDecimal << 2 << "" << QChar(0xFF21) << kRefused;
-        QTest::newRow("full-width comma") << dpDecimal << 2 << "" << QChar(0xFF0C) << kRefused;
 
         QTest::newRow("code lower-case") << dpCode << 0 << "" << QChar(u'a') << QChar(u'A');
-        QTest::newRow("code z") << dpCode << 0 << "" << QChar(u'z') << QChar(u'Z');
         QTest::newRow("code digit") << dpCode << 0 << "" << QChar(u'1') << QChar(u'1');
         QTest::newRow("code underscore") << dpCode << 0 << "" << QChar(u'_') << QChar(u'_');
-        QTest::newRow("code star") << dpCode << 0 << "" << QChar(u'*') << QChar(u'*');
         QTest::newRow("code second minus") << dpCode << 0 << "A-" << QChar(u'-') << QChar(u'-');
-        QTest::newRow("code second point") << dpCode << 0 << "A." << QChar(u'.') << QChar(u'.');
         QTest::newRow("code backspace") << dpCode << 0 << "" << QChar(kKeyBackspace) << QChar(kKeyBackspace);
         QTest::newRow("code hash") << dpCode << 0 << "" << QChar(u'#') << kRefused;
         QTest::newRow("code blank") << dpCode << 0 << "" << QChar(u' ') << kRefused;
         QTest::newRow("code full-width digit not folded") << dpCode << 0 << "" << QChar(0xFF11) << kRefused;
-        QTest::newRow("code hanzi") << dpCode << 0 << "" << QChar(u'中') << kRefused;
 
         QTest::newRow("string passes anything") << dpString << 0 << "" << QChar(u'#') << QChar(u'#');
         QTest::newRow("string keeps full-width") << dpString << 0 << "" << QChar(0xFF11) << QChar(0xFF11);
         QTest::newRow("date passes letters") << dpDate3 << 0 << "" << QChar(u'x') << QChar(u'x');
-        QTest::newRow("order number unfiltered") << dpOrderNo << 0 << "" << QChar(u'?') << QChar(u'?');
     }
     void gridTypeCheck() {
         QFETCH(TLNQDataTypePro, pro);
@@ -127,8 +119,6 @@ private Q_SLOTS:
                                 << "2.00";
         QTest::newRow("zero decimals") << dpComboCount << 0 << "17"
                                        << "17";
-        QTest::newRow("currency") << dpCurrency << 3 << "4.5"
-                                  << "4.500";
         QTest::newRow("inner blank") << dpDecimal << 2 << "1 234"
                                      << "1234.00";
         QTest::newRow("negative fraction") << dpDecimal << 2 << "-0.5"
@@ -137,8 +127,6 @@ private Q_SLOTS:
                                                       << "-0.00";
         QTest::newRow("minus after digits drops them") << dpDecimal << 2 << "12-3"
                                                        << "-3.00";
-        QTest::newRow("minus after blank") << dpDecimal << 2 << "12 -3"
-                                           << "-3.00";
         QTest::newRow("double minus") << dpDecimal << 2 << "--5"
                                       << "--5.00";
         QTest::newRow("plus sign skipped") << dpDecimal << 1 << "+5"
@@ -151,12 +139,8 @@ private Q_SLOTS:
                                << "";
         QTest::newRow("blanks only") << dpDecimal << 2 << "   "
                                      << "   ";
-        QTest::newRow("tab only") << dpDecimal << 2 << "\t"
-                                  << "\t";
         QTest::newRow("minus only") << dpDecimal << 2 << "-"
                                     << "-";
-        QTest::newRow("minus and blanks") << dpDecimal << 2 << " - "
-                                          << " - ";
         QTest::newRow("exponent scales down") << dpDecimal << 2 << "1.5E2"
                                               << "1.50";
         QTest::newRow("exponent without point") << dpDecimal << 2 << "15E2"
@@ -169,8 +153,6 @@ private Q_SLOTS:
                                                          << "-2.00";
         QTest::newRow("power wraps at 32 bits") << dpDecimal << 2 << "1E10"
                                                 << "1410065408.00";
-        QTest::newRow("wrapped power turns negative") << dpDecimal << 0 << "1E12"
-                                                      << "-727379968";
         QTest::newRow("power wraps to zero") << dpDecimal << 2 << "1E32"
                                              << "0.00";
         QTest::newRow("division by wrapped zero keeps text") << dpDecimal << 2 << "1E-32"
@@ -179,17 +161,11 @@ private Q_SLOTS:
                                                << "1Ex";
         QTest::newRow("empty exponent") << dpDecimal << 2 << "1E"
                                         << "1E";
-        QTest::newRow("exponent with second minus") << dpDecimal << 2 << "1E-2-3"
-                                                    << "1E-2-3";
         QTest::newRow("exponent out of 32 bits") << dpDecimal << 2 << "1E99999999999"
                                                  << "1E99999999999";
 
         QTest::newRow("string column untouched") << dpString << 2 << "12-3"
                                                  << "12-3";
-        QTest::newRow("code column untouched") << dpCode << 2 << " 1.5"
-                                               << " 1.5";
-        QTest::newRow("date column untouched") << dpDate1 << 2 << "2024-03-03"
-                                               << "2024-03-03";
     }
     void gridNumAdjust() {
         QFETCH(TLNQDataTypePro, pro);
@@ -212,13 +188,11 @@ private Q_SLOTS:
         QTest::newRow("second point") << dpDecimal << 2 << "4.1" << QChar(u'.') << kRefused;
         QTest::newRow("minus") << dpDecimal << 2 << "4" << QChar(u'-') << QChar(u'-');
         QTest::newRow("second minus") << dpComboCount << 2 << "-4" << QChar(u'-') << kRefused;
-        QTest::newRow("letter") << dpDecimal << 2 << "" << QChar(u'x') << kRefused;
         QTest::newRow("no folding of full-width digits") << dpDecimal << 2 << "" << QChar(0xFF11) << kRefused;
         QTest::newRow("no folding of ideographic stop") << dpDecimal << 2 << "1" << QChar(0x3002) << kRefused;
         QTest::newRow("currency unfiltered") << dpCurrency << 2 << "" << QChar(u'x') << QChar(u'x');
         QTest::newRow("currency second point") << dpCurrency << 2 << "1." << QChar(u'.') << QChar(u'.');
         QTest::newRow("code upper-cases") << dpCode << 0 << "" << QChar(u'q') << QChar(u'Q');
-        QTest::newRow("code refuses hash") << dpCode << 0 << "" << QChar(u'#') << kRefused;
         QTest::newRow("code backspace") << dpCode << 0 << "" << QChar(kKeyBackspace) << QChar(kKeyBackspace);
         QTest::newRow("string unfiltered") << dpString << 0 << "" << QChar(u'中') << QChar(u'中');
     }
@@ -246,16 +220,12 @@ private Q_SLOTS:
                                                    << "-    3.00";
         QTest::newRow("digits before the minus dropped") << dpComboCount << 2 << 8 << "12-3"
                                                          << "-    3.00";
-        QTest::newRow("lone minus, no decimals") << dpDecimal << 0 << 8 << "-"
-                                                 << "       -";
         QTest::newRow("lone minus with decimals") << dpDecimal << 2 << 8 << "-"
                                                   << "    -.00";
         QTest::newRow("trailing minus stays") << dpDecimal << 0 << 4 << "3-"
                                               << "  3-";
         QTest::newRow("blanks removed") << dpDecimal << 0 << 0 << " 1 2 "
                                         << "12";
-        QTest::newRow("re-padding is stable") << dpDecimal << 2 << 8 << "   12.50"
-                                              << "   12.50";
         QTest::newRow("six zeros at most") << dpDecimal << 8 << 0 << "1"
                                            << "1.000000";
         QTest::newRow("existing decimals kept up to dataDec") << dpDecimal << 8 << 0 << "1.5"
@@ -269,8 +239,6 @@ private Q_SLOTS:
                                             << "12.5";
         QTest::newRow("string untouched") << dpString << 2 << 8 << " -3"
                                           << " -3";
-        QTest::newRow("code untouched") << dpCode << 2 << 8 << "AB"
-                                        << "AB";
     }
     void maskEditNumAdjust() {
         QFETCH(TLNQDataTypePro, pro);
