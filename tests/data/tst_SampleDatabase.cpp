@@ -115,10 +115,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("minRows");
         QTest::newRow("provinces") << "select vProvince as 省份 from dic_Province"
                                    << "省份" << 34;
-        QTest::newRow("services")
-            << " SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  ORDER "
-               "BY iServiceNo DESC"
-            << "服务名称" << 20;
         QTest::newRow("services of a supplier") << " SELECT vService AS '服务名称', iServiceNo AS '服务编号' "
                                                    "FROM Dic_Service  WHERE iGoodsNo = 1 ORDER BY "
                                                    "iServiceNo DESC"
@@ -126,14 +122,6 @@ private Q_SLOTS:
         QTest::newRow("programme packages")
             << "select iProgramNo 节目编号,vProgram 节目名称,vCBsimpleProgram 上传节目名称 from dic_program  "
             << "节目编号" << 50;
-        QTest::newRow("programmes with packages") << "select iProgramNo 节目编号,vProgram 节目名称,mPrice  "
-                                                     "节目单价,'单一节目' as 节目类型 from dic_program   "
-                                                     "union all  select iNo as 节目编号,vPackageName "
-                                                     "节目名称,mPrice 节目单价,'节目包' as 节目类型 from "
-                                                     "dic_programPackage "
-                                                  << "节目编号" << 60;
-        QTest::newRow("product types") << "SELECT DISTINCT vProductType 大类名称 FROM Dic_ProductType  "
-                                       << "大类名称" << 5;
         QTest::newRow("product subtypes") << "SELECT DISTINCT vProductType2 小类名称 FROM Dic_ProductType  "
                                           << "小类名称" << 15;
         QTest::newRow("products")
@@ -159,31 +147,9 @@ private Q_SLOTS:
             << " select iCustomerNo as 编号, vCustomerName as 供应商名称,vProvince as 省份 "
                "from Cust_CustomersMain  where bIsSupplier=1 "
             << "编号" << 50;
-        QTest::newRow("product list")
-            << " SELECT vBarCode 商品编码   , vProductName 商品名称   , mSellPrice 销售单价   , fSellCount "
-               "可销售数量   "
-               ", fStorageCount 库存数量   , vModel 生产商编码   , vSpecification 规格   , vProductNameEn "
-               "客户方编码   , "
-               "vGoodsName 供应商   , iGoodsNo 供应商No   , iProductNo 编号   FROM St_Products"
-            << "商品编码" << 1000;
-        QTest::newRow("customer kinds")
-            << "select vCustomersKind as 类型名称,min(vCustomersKindCn) as 类型描述 from "
-               "dic_unicustomerskind group by vCustomersKind"
-            << "类型名称" << 5;
-        QTest::newRow("suppliers, other spelling")
-            << "SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 FROM cust_CustomersMain "
-               "where "
-               "bisSupplier=1 "
-            << "省份" << 50;
-        QTest::newRow("user's customer")
-            << " SELECT iCustomerNo, vCustomerNo  FROM sys_SystemUser  WHERE iUserNo = 1"
-            << "iCustomerNo" << 1;
         QTest::newRow("property list") << "select * from sys_properties where "
                                           "vTableName='Cust_CustomersMain' and vKeyField='5'"
                                        << "iNo" << 5;
-        QTest::newRow("newest hundred")
-            << "SELECT TOP 100 * FROM Cust_CustomersMain ORDER BY iCustomerNo DESC"
-            << "iCustomerNo" << 100;
         QTest::newRow("users for rights") << "select vUserName from sys_Systemuser"
                                           << "vUserName" << 20;
         QTest::newRow("groups") << "select vGroupID,vGroupName from sys_group"
@@ -215,9 +181,6 @@ private Q_SLOTS:
             << "北京华信通达科技有限公司";
         QTest::newRow("customers without code")
             << "select count(*) from Cust_CustomersMain where vPYCode is null or vPYCode=''"
-            << "0";
-        QTest::newRow("products without code")
-            << "select count(*) from St_Products where vPYCode is null or vPYCode=''"
             << "0";
         QTest::newRow("codes are letters and digits")
             << "select count(*) from Cust_CustomersMain where vPYCode like '%（%' or vPYCode like '% %'"
@@ -261,9 +224,6 @@ private Q_SLOTS:
         QTest::newRow("key") << "iCustomerNo" << int(TFieldType::ftAutoInc);
         QTest::newRow("money") << "mCreditLimit" << int(TFieldType::ftCurrency);
         QTest::newRow("decimal") << "dcBalance" << int(TFieldType::ftBCD);
-        QTest::newRow("flag") << "bIsAgent" << int(TFieldType::ftBoolean);
-        QTest::newRow("date") << "dCreateDate" << int(TFieldType::ftDateTime);
-        QTest::newRow("count") << "iEmployees" << int(TFieldType::ftInteger);
     }
     void columnTypes() {
         QFETCH(QString, field);
