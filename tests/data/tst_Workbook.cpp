@@ -306,8 +306,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("id");
         QTest::addColumn<QString>("code");
         QTest::addColumn<bool>("date");
-        QTest::newRow("built-in date") << 14 << QString() << true;
-        QTest::newRow("built-in number") << 4 << QString() << false;
         QTest::newRow("scientific") << 164 << "0.00E+00" << false;
         QTest::newRow("quoted letters") << 164 << "0.00\"days\"" << false;
         QTest::newRow("escaped letter") << 164 << "0\\d" << false;
