@@ -36,7 +36,6 @@ public:
     QMap<QString, QStringList> receiptSettings;
     QString receiptNo = QStringLiteral("XS-2024-0001");
     QString ime = QStringLiteral("微软拼音");
-    QStringList links;
     QList<lnq::TRecentItem> recent;
     QStringList recentExts;
     int reportedRecentCount = -1; // -1: the real count
@@ -67,7 +66,7 @@ public:
         receiptSettings[got(receiptKind)] = QStringList{got(s1), got(s2), got(s3), got(s4)};
     }
     void GetImeName(char* out, int& outLen) override { answer(ime, out, outLen); }
-    void OpenAppLink(const char* link) override { links << got(link); }
+    void OpenAppLink(const char*) override {}
     int GetRecentCount(const char* ext) override {
         recentExts << got(ext);
         return reportedRecentCount >= 0 ? reportedRecentCount : int(recent.size());
@@ -384,12 +383,6 @@ private Q_SLOTS:
         TClientUtils::GetReceiptNoSetting(s, QStringLiteral("退货单"), a, b, c, d);
         QCOMPARE(QStringList({a, b, c, d}), QStringList(4, QString()));
         QCOMPARE(TClientUtils::GetImeName(s), QStringLiteral("微软拼音"));
-    }
-
-    void appLinkGoesToHost() {
-        FakeServices s;
-        TClientUtils::OpenAppLink(s, QStringLiteral("app://客户?Action=EDIT&KeyField=12"));
-        QCOMPARE(s.links, QStringList{QStringLiteral("app://客户?Action=EDIT&KeyField=12")});
     }
 
     void recentItems() {
