@@ -108,7 +108,7 @@ private Q_SLOTS:
                  3000);
     }
 
-    // The texts the lookup dialogs and forms send, each with its first column.
+    // The texts the lookup dialogs and forms send run on the sample schema, each with its first column.
     void lookupQueries_data() {
         QTest::addColumn<QString>("sql");
         QTest::addColumn<QString>("firstColumn");
@@ -154,6 +154,41 @@ private Q_SLOTS:
                                           << "vUserName" << 20;
         QTest::newRow("groups") << "select vGroupID,vGroupName from sys_group"
                                 << "vGroupID" << 5;
+        QTest::newRow("services")
+            << " SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  ORDER "
+               "BY iServiceNo DESC"
+            << "服务名称" << 20;
+        QTest::newRow("programmes with packages") << "select iProgramNo 节目编号,vProgram 节目名称,mPrice  "
+                                                     "节目单价,'单一节目' as 节目类型 from dic_program   "
+                                                     "union all  select iNo as 节目编号,vPackageName "
+                                                     "节目名称,mPrice 节目单价,'节目包' as 节目类型 from "
+                                                     "dic_programPackage "
+                                                  << "节目编号" << 60;
+        QTest::newRow("product types") << "SELECT DISTINCT vProductType 大类名称 FROM Dic_ProductType  "
+                                       << "大类名称" << 5;
+        QTest::newRow("product list")
+            << " SELECT vBarCode 商品编码   , vProductName 商品名称   , mSellPrice 销售单价   , fSellCount "
+               "可销售数量   "
+               ", fStorageCount 库存数量   , vModel 生产商编码   , vSpecification 规格   , vProductNameEn "
+               "客户方编码   , "
+               "vGoodsName 供应商   , iGoodsNo 供应商No   , iProductNo 编号   FROM St_Products"
+            << "商品编码" << 1000;
+        QTest::newRow("suppliers, other spelling")
+            << "SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 FROM cust_CustomersMain "
+               "where "
+               "bisSupplier=1 "
+            << "省份" << 50;
+        QTest::newRow("user's customer")
+            << " SELECT iCustomerNo, vCustomerNo  FROM sys_SystemUser  WHERE iUserNo = 1"
+            << "iCustomerNo" << 1;
+        QTest::newRow("field dictionary") << "select * from Sys_TableDictionary"
+                                          << "iNo" << 10;
+        QTest::newRow("quick search") << " select * from Cust_CustomersMain where 1=1 and vCustomerName like "
+                                         "'%北京%' and bIsAgent=0"
+                                      << "iCustomerNo" << 1;
+        QTest::newRow("lookup edit filter")
+            << "select * from Cust_CustomersMain where vCustomerNo like '%c''2%' and 1=1"
+            << "iCustomerNo" << 0;
         QTest::newRow("view tree")
             << "select dbo.GetFilePath(vFileName) as f1,dbo.GetFileName(vFileName) as f2,vDescription from "
                "Sys_FileBase where vExt='.CUS' and (bShare=1 or vOwner='lina' or "

@@ -147,8 +147,6 @@ private Q_SLOTS:
     void corpus();
     void corpusIsLargeAndSourced();
 
-    void frameworkTexts_data();
-    void frameworkTexts();
     void createTempCustomerBatch();
 
     void unsupportedConstructsAreNamed_data();
@@ -236,104 +234,6 @@ void TestTsqlDialect::corpusIsLargeAndSourced() {
         QVERIFY2(c.hasExpect || !c.error.isEmpty() || c.query.isEmpty(),
                  qPrintable(c.name + QStringLiteral(" expects nothing")));
     }
-}
-
-// ------------------------------------------------------------------ the framework's own SQL texts
-
-namespace {
-const char* kFrameworkSchema = R"(
-CREATE TABLE Sys_TableDictionary (vTableName nvarchar(50), vFieldName nvarchar(50), vFieldDescribe nvarchar(50), bDisplay bit)
-CREATE TABLE sys_Systemuser (iUserNo int, vUserName nvarchar(20), vName nvarchar(20), vWorkRole nvarchar(20),
-  vTel nvarchar(20), vEmail nvarchar(50), iCustomerNo int, vCustomerNo nvarchar(20))
-CREATE TABLE Cust_CustomersMain (iCustomerNo int IDENTITY(1,1), vCustomerNo nvarchar(20), vCustomerName nvarchar(80),
-  vProvince nvarchar(20), bIsAgent bit, bIsSupplier bit, dCreateDate datetime, vReceiptNo nvarchar(20), iNo int)
-CREATE TABLE Dic_Service (iServiceNo int, vService nvarchar(50), iGoodsNo int, mPrice money)
-CREATE TABLE dic_program (iProgramNo int, vProgram nvarchar(50), vCBsimpleProgram nvarchar(50), mPrice money)
-CREATE TABLE dic_programPackage (iNo int, vPackageName nvarchar(50), mPrice money)
-CREATE TABLE Dic_ProductType (vProductType nvarchar(20), vProductType2 nvarchar(20))
-CREATE TABLE St_Products (iProductNo int, vBarcode nvarchar(20), vProductName nvarchar(50), mSellPrice money,
-  fSellCount float, fStorageCount float, vModel nvarchar(20), vSpecification nvarchar(20), vProductNameEn nvarchar(20),
-  vGoodsName nvarchar(50), iGoodsNo int)
-INSERT INTO Sys_TableDictionary VALUES ('Cust_CustomersMain', 'vCustomerName', N'客户名称', 1),
-  ('Cust_CustomersMain', 'iNo', NULL, 0)
-INSERT INTO sys_Systemuser VALUES (1, 'ann', N'安', 'sales', '1', 'a@x', 12, 'C12'), (2, 'bob', N'鲍', 'it', '2', 'b@x', 0, '')
-INSERT INTO Cust_CustomersMain (vCustomerNo, vCustomerName, vProvince, bIsAgent, bIsSupplier, dCreateDate, vReceiptNo, iNo)
-  VALUES ('C1', N'甲公司', N'浙江', 1, 0, '2024-03-14 09:00:00', 'R1', 1),
-         ('C2', N'乙公司', N'江苏', 0, 1, '2024-03-15 18:00:00', 'R2', 2),
-         ('C3', N'丙公司', N'浙江', 1, 1, '2024-02-20', 'R1', 3)
-INSERT INTO Dic_Service VALUES (1, N'安装', 5, 10), (2, N'维修', 6, 20)
-INSERT INTO dic_program VALUES (1, N'新闻', N'新', 2.5), (2, N'体育', N'体', 3)
-INSERT INTO dic_programPackage VALUES (7, N'全包', 9)
-INSERT INTO Dic_ProductType VALUES (N'电器', N'冰箱'), (N'电器', N'彩电'), (N'食品', N'饮料')
-INSERT INTO St_Products VALUES (1, '690', N'冰箱A', 1999.5, 3, 10, 'M1', 'S1', 'E1', N'海', 5)
-)";
-} // namespace
-
-void TestTsqlDialect::frameworkTexts_data() {
-    QTest::addColumn<QString>("sql");
-    QTest::addColumn<QStringList>("rows");
-    QTest::newRow("field dictionary")
-        << QStringLiteral("select * from Sys_TableDictionary")
-        << QStringList{QStringLiteral("Cust_CustomersMain | vCustomerName | 客户名称 | 1"),
-                       QStringLiteral("Cust_CustomersMain | iNo | NULL | 0")};
-    QTest::newRow("user customer")
-        << QStringLiteral(" SELECT iCustomerNo, vCustomerNo  FROM sys_SystemUser  WHERE iUserNo = 1")
-        << QStringList{QStringLiteral("12 | C12")};
-    QTest::newRow("receipt check")
-        << QStringLiteral(" SELECT * FROM Cust_CustomersMain WHERE vReceiptNo = 'r1'  AND iNo <> 1")
-        << QStringList{QStringLiteral("3 | C3 | 丙公司 | 浙江 | 1 | 1 | 2024-02-20 00:00:00 | R1 | 3")};
-    QTest::newRow("quick search all data")
-        << QStringLiteral(
-               " select * from Cust_CustomersMain where 1=1 and vCustomerName like '%乙%' and bIsAgent=0")
-        << QStringList{QStringLiteral("2 | C2 | 乙公司 | 江苏 | 0 | 1 | 2024-03-15 18:00:00 | R2 | 2")};
-    QTest::newRow("services") << QStringLiteral(" SELECT vService AS '服务名称', iServiceNo AS '服务编号' "
-                                                "FROM Dic_Service  ORDER BY iServiceNo DESC")
-                              << QStringList{QStringLiteral("维修 | 2"), QStringLiteral("安装 | 1")};
-    QTest::newRow("programs with packages")
-        << QStringLiteral("select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价,'单一节目' as "
-                          "节目类型 from dic_program   union all  select iNo as 节目编号,vPackageName "
-                          "节目名称,mPrice 节目单价,'节目包' as 节目类型 from dic_programPackage ")
-        << QStringList{QStringLiteral("1 | 新闻 | 2.5 | 单一节目"), QStringLiteral("2 | 体育 | 3 | 单一节目"),
-                       QStringLiteral("7 | 全包 | 9 | 节目包")};
-    QTest::newRow("product types") << QStringLiteral(
-                                          "SELECT DISTINCT vProductType 大类名称 FROM Dic_ProductType  ")
-                                   << QStringList{QStringLiteral("电器"), QStringLiteral("食品")};
-    QTest::newRow("sell places")
-        << QStringLiteral(" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from "
-                          "Cust_CustomersMain  where bIsAgent=1  and vProvince='浙江'")
-        << QStringList{QStringLiteral("1 | 甲公司 | 浙江"), QStringLiteral("3 | 丙公司 | 浙江")};
-    QTest::newRow("product list")
-        << QStringLiteral(" SELECT vBarCode 商品编码   , vProductName 商品名称   , mSellPrice 销售单价   , "
-                          "fSellCount 可销售数量   , fStorageCount 库存数量   , vModel 生产商编码   , "
-                          "vSpecification 规格   , vProductNameEn 客户方编码   , vGoodsName 供应商   , "
-                          "iGoodsNo 供应商No   , iProductNo 编号   FROM St_Products where 1=1 AND iGoodsNo=5")
-        << QStringList{QStringLiteral("690 | 冰箱A | 1999.5 | 3 | 10 | M1 | S1 | E1 | 海 | 5 | 1")};
-    QTest::newRow("goods suppliers") << QStringLiteral(
-                                            "SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 "
-                                            "FROM cust_CustomersMain where bisSupplier=1 ")
-                                     << QStringList{QStringLiteral("江苏 | 乙公司 | 2"),
-                                                    QStringLiteral("浙江 | 丙公司 | 3")};
-    QTest::newRow("lookup edit filter")
-        << QStringLiteral("select * from Cust_CustomersMain where vCustomerNo like '%c''2%' and 1=1")
-        << QStringList{};
-}
-
-void TestTsqlDialect::frameworkTexts() {
-    QFETCH(QString, sql);
-    QFETCH(QStringList, rows);
-    Db db;
-    db.t->ExecuteBatch(QString::fromUtf8(kFrameworkSchema));
-    QStringList got;
-    try {
-        got = db.rows(sql);
-    } catch (const lnq::Exception& e) {
-        QFAIL(qPrintable(e.Message()));
-    }
-    if (!sql.contains(QLatin1String("ORDER BY"), Qt::CaseInsensitive)) {
-        got.sort();
-        rows.sort();
-    }
-    QCOMPARE(got, rows);
 }
 
 void TestTsqlDialect::createTempCustomerBatch() {
