@@ -311,7 +311,6 @@ private Q_SLOTS:
         QTest::newRow("escaped letter") << 164 << "0\\d" << false;
         QTest::newRow("colour and locale") << 164 << "[Red][$-804]0.00" << false;
         QTest::newRow("elapsed hours") << 164 << "[h]:mm" << true;
-        QTest::newRow("Chinese date") << 164 << "yyyy\"年\"m\"月\"d\"日\"" << true;
         QTest::newRow("locale then date") << 164 << "[$-F800]dddd, mmmm dd, yyyy" << true;
         QTest::newRow("date only in a later section") << 164 << "0;\"d\"yyyy" << false;
     }
