@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QStringList>
-#include <functional>
 #include <sqlite3.h>
 
 using lnq::TsqlDialect;
@@ -147,10 +146,6 @@ private Q_SLOTS:
     void corpus();
     void corpusIsLargeAndSourced();
 
-    void frameworkTexts_data();
-    void frameworkTexts();
-    void operatorTemplates_data();
-    void operatorTemplates();
     void createTempCustomerBatch();
 
     void unsupportedConstructsAreNamed_data();
@@ -163,7 +158,6 @@ private Q_SLOTS:
     void declaredTypesAndBaseTable();
     void identityValues();
     void translationCacheFollowsSchema();
-    void getDateFollowsClock();
     void getDateIsOneMomentPerStatement();
     void syntaxErrorsAreReported_data();
     void syntaxErrorsAreReported();
@@ -176,7 +170,6 @@ private Q_SLOTS:
     void outputIsLinear_data();
     void outputIsLinear();
     void literalsStayLiterals();
-    void randomExpressionsStayContained();
     void errorsQuoteLittle_data();
     void errorsQuoteLittle();
     void translationCacheIsBoundedBySize();
@@ -241,327 +234,25 @@ void TestTsqlDialect::corpusIsLargeAndSourced() {
     }
 }
 
-// ------------------------------------------------------------------ the framework's own SQL texts
-
-namespace {
-const char* kFrameworkSchema = R"(
-CREATE TABLE Sys_FileBase (iNo int IDENTITY(1,1) PRIMARY KEY, vFileName nvarchar(255), vExt nvarchar(20),
-  vOwner nvarchar(50), imgFileData image, bShare bit DEFAULT 0, vAllowedUsers nvarchar(2000),
-  vAllowedGroups nvarchar(2000), vDescription nvarchar(200))
-CREATE TABLE Sys_TableDictionary (vTableName nvarchar(50), vFieldName nvarchar(50), vFieldDescribe nvarchar(50), bDisplay bit)
-CREATE TABLE sys_Systemuser (iUserNo int, vUserName nvarchar(20), vName nvarchar(20), vWorkRole nvarchar(20),
-  vTel nvarchar(20), vEmail nvarchar(50), iCustomerNo int, vCustomerNo nvarchar(20))
-CREATE TABLE sys_group (vGroupID nvarchar(10), vGroupName nvarchar(20))
-CREATE TABLE sys_properties (vTableName nvarchar(50), vKeyField nvarchar(50), vName nvarchar(50), vValue nvarchar(50))
-CREATE TABLE Cust_CustomersMain (iCustomerNo int IDENTITY(1,1), vCustomerNo nvarchar(20), vCustomerName nvarchar(80),
-  vProvince nvarchar(20), bIsAgent bit, bIsSupplier bit, dCreateDate datetime, vReceiptNo nvarchar(20), iNo int)
-CREATE TABLE dic_Province (vProvince nvarchar(20))
-CREATE TABLE Dic_Service (iServiceNo int, vService nvarchar(50), iGoodsNo int, mPrice money)
-CREATE TABLE dic_program (iProgramNo int, vProgram nvarchar(50), vCBsimpleProgram nvarchar(50), mPrice money)
-CREATE TABLE dic_programPackage (iNo int, vPackageName nvarchar(50), mPrice money)
-CREATE TABLE Dic_ProductType (vProductType nvarchar(20), vProductType2 nvarchar(20))
-CREATE TABLE St_Products (iProductNo int, vBarcode nvarchar(20), vProductName nvarchar(50), mSellPrice money,
-  fSellCount float, fStorageCount float, vModel nvarchar(20), vSpecification nvarchar(20), vProductNameEn nvarchar(20),
-  vGoodsName nvarchar(50), iGoodsNo int)
-CREATE TABLE dic_unicustomerskind (vCustomersKind nvarchar(20), vCustomersKindCn nvarchar(20))
-INSERT INTO Sys_FileBase (vFileName, vExt, vOwner, bShare, vAllowedUsers, vAllowedGroups, vDescription) VALUES
-  (N'客户\重要', '.CV', 'bob', 0, ',ann,', '', N'重要客户'),
-  (N'客户\全部', '.CV', 'carl', 1, ',', '', N'全部客户'),
-  (N'供应商\华东', '.CV', 'carl', 0, ',', '[1[2', N'华东'),
-  (N'供应商\华北', '.CV', 'carl', 0, ',anne,', '[3', N'华北'),
-  (N'客户\别人', '.SV', 'ann', 0, ',', '', N'其他列表'),
-  (N'VIEW', '.DAT', 'O''Neil', 0, ',', '', 'x')
-INSERT INTO Sys_TableDictionary VALUES ('Cust_CustomersMain', 'vCustomerName', N'客户名称', 1),
-  ('Cust_CustomersMain', 'iNo', NULL, 0)
-INSERT INTO sys_Systemuser VALUES (1, 'ann', N'安', 'sales', '1', 'a@x', 12, 'C12'), (2, 'bob', N'鲍', 'it', '2', 'b@x', 0, '')
-INSERT INTO sys_group VALUES ('1', N'销售'), ('2', N'财务')
-INSERT INTO sys_properties VALUES ('Cust_CustomersMain', '3', N'级别', 'A')
-INSERT INTO Cust_CustomersMain (vCustomerNo, vCustomerName, vProvince, bIsAgent, bIsSupplier, dCreateDate, vReceiptNo, iNo)
-  VALUES ('C1', N'甲公司', N'浙江', 1, 0, '2024-03-14 09:00:00', 'R1', 1),
-         ('C2', N'乙公司', N'江苏', 0, 1, '2024-03-15 18:00:00', 'R2', 2),
-         ('C3', N'丙公司', N'浙江', 1, 1, '2024-02-20', 'R1', 3)
-INSERT INTO dic_Province VALUES (N'浙江'), (N'江苏')
-INSERT INTO Dic_Service VALUES (1, N'安装', 5, 10), (2, N'维修', 6, 20)
-INSERT INTO dic_program VALUES (1, N'新闻', N'新', 2.5), (2, N'体育', N'体', 3)
-INSERT INTO dic_programPackage VALUES (7, N'全包', 9)
-INSERT INTO Dic_ProductType VALUES (N'电器', N'冰箱'), (N'电器', N'彩电'), (N'食品', N'饮料')
-INSERT INTO St_Products VALUES (1, '690', N'冰箱A', 1999.5, 3, 10, 'M1', 'S1', 'E1', N'海', 5)
-INSERT INTO dic_unicustomerskind VALUES ('VIP', N'贵宾'), ('VIP', N'甲'), ('STD', N'普通')
-)";
-} // namespace
-
-void TestTsqlDialect::frameworkTexts_data() {
-    QTest::addColumn<QString>("sql");
-    QTest::addColumn<QStringList>("rows");
-    QTest::newRow("list form newest hundred")
-        << QStringLiteral("SELECT TOP 100 * FROM Cust_CustomersMain ORDER BY iCustomerNo DESC")
-        << QStringList{QStringLiteral("3 | C3 | 丙公司 | 浙江 | 1 | 1 | 2024-02-20 00:00:00 | R1 | 3"),
-                       QStringLiteral("2 | C2 | 乙公司 | 江苏 | 0 | 1 | 2024-03-15 18:00:00 | R2 | 2"),
-                       QStringLiteral("1 | C1 | 甲公司 | 浙江 | 1 | 0 | 2024-03-14 09:00:00 | R1 | 1")};
-    QTest::newRow("list form by key")
-        << QStringLiteral(
-               "SELECT TOP 100 * FROM Cust_CustomersMain where iCustomerNo=2 ORDER BY iCustomerNo DESC")
-        << QStringList{QStringLiteral("2 | C2 | 乙公司 | 江苏 | 0 | 1 | 2024-03-15 18:00:00 | R2 | 2")};
-    QTest::newRow("field list") << QStringLiteral("select top 1 vUserName from sys_Systemuser")
-                                << QStringList{QStringLiteral("ann")};
-    QTest::newRow("stream exists")
-        << QStringLiteral("select vOwner from Sys_Filebase where vFileName+vExt='客户\\重要.cv'")
-        << QStringList{QStringLiteral("bob")};
-    QTest::newRow("save stream lookup")
-        << QStringLiteral("select vOwner from Sys_FileBase  where  vFileName+vExt='VIEW.DAT'")
-        << QStringList{QStringLiteral("O'Neil")};
-    QTest::newRow("get property") << QStringLiteral("select bShare,vAllowedUsers,vAllowedGroups,vDescription "
-                                                    "from Sys_FileBase where vFileName+vExt='客户\\重要.CV'")
-                                  << QStringList{QStringLiteral("0 | ,ann, |  | 重要客户")};
-    QTest::newRow("properties of a row")
-        << QStringLiteral("select *,'' as vAppLinkFormat from sys_properties where "
-                          "vTableName='Cust_CustomersMain' and vKeyField='3'")
-        << QStringList{QStringLiteral("Cust_CustomersMain | 3 | 级别 | A | ")};
-    QTest::newRow("saved views listing")
-        << QStringLiteral("select dbo.GetFilePath(vFileName) as f1,dbo.GetFileName(vFileName) as "
-                          "f2,vDescription from Sys_FileBase where vExt='.CV' and (bShare=1 or vOwner='ann' "
-                          "or charindex(',ann,',vAllowedUsers)>0 or dbo.intersectstr(vAllowedGroups,'[2'  "
-                          ")>0) order by dbo.GetFilePath(vFileName)")
-        << QStringList{QStringLiteral("供应商 | 华东 | 华东"), QStringLiteral("客户 | 重要 | 重要客户"),
-                       QStringLiteral("客户 | 全部 | 全部客户")};
-    QTest::newRow("rename duplicate count")
-        << QStringLiteral(" SELECT COUNT(*)  FROM Sys_FileBase WHERE vFileName + vExt = '客户\\全部.CV' AND "
-                          "vFileName + vExt <> '客户\\重要.CV'")
-        << QStringList{QStringLiteral("1")};
-    QTest::newRow("field dictionary")
-        << QStringLiteral("select * from Sys_TableDictionary")
-        << QStringList{QStringLiteral("Cust_CustomersMain | vCustomerName | 客户名称 | 1"),
-                       QStringLiteral("Cust_CustomersMain | iNo | NULL | 0")};
-    QTest::newRow("users") << QStringLiteral("select vUserName from sys_Systemuser")
-                           << QStringList{QStringLiteral("ann"), QStringLiteral("bob")};
-    QTest::newRow("groups") << QStringLiteral("select vGroupID,vGroupName from sys_group")
-                            << QStringList{QStringLiteral("1 | 销售"), QStringLiteral("2 | 财务")};
-    QTest::newRow("user customer")
-        << QStringLiteral(" SELECT iCustomerNo, vCustomerNo  FROM sys_SystemUser  WHERE iUserNo = 1")
-        << QStringList{QStringLiteral("12 | C12")};
-    QTest::newRow("receipt check")
-        << QStringLiteral(" SELECT * FROM Cust_CustomersMain WHERE vReceiptNo = 'r1'  AND iNo <> 1")
-        << QStringList{QStringLiteral("3 | C3 | 丙公司 | 浙江 | 1 | 1 | 2024-02-20 00:00:00 | R1 | 3")};
-    QTest::newRow("combo by table") << QStringLiteral("select * from dic_Province")
-                                    << QStringList{QStringLiteral("浙江"), QStringLiteral("江苏")};
-    QTest::newRow("detail rows") << QStringLiteral(" SELECT * FROM dic_programPackage WHERE iNo = 7")
-                                 << QStringList{QStringLiteral("7 | 全包 | 9")};
-    QTest::newRow("quick search all data")
-        << QStringLiteral(
-               " select * from Cust_CustomersMain where 1=1 and vCustomerName like '%乙%' and bIsAgent=0")
-        << QStringList{QStringLiteral("2 | C2 | 乙公司 | 江苏 | 0 | 1 | 2024-03-15 18:00:00 | R2 | 2")};
-    QTest::newRow("opened view") << QStringLiteral("select * from Cust_CustomersMain where 1=1   and "
-                                                   "(vProvince= '浙江' And iNo> 1 ) and bIsAgent=1")
-                                 << QStringList{QStringLiteral(
-                                        "3 | C3 | 丙公司 | 浙江 | 1 | 1 | 2024-02-20 00:00:00 | R1 | 3")};
-    QTest::newRow("provinces") << QStringLiteral("select vProvince as 省份 from dic_Province")
-                               << QStringList{QStringLiteral("浙江"), QStringLiteral("江苏")};
-    QTest::newRow("services") << QStringLiteral(" SELECT vService AS '服务名称', iServiceNo AS '服务编号' "
-                                                "FROM Dic_Service  ORDER BY iServiceNo DESC")
-                              << QStringList{QStringLiteral("维修 | 2"), QStringLiteral("安装 | 1")};
-    QTest::newRow("services of goods")
-        << QStringLiteral(" SELECT vService AS '服务名称', iServiceNo AS '服务编号' FROM Dic_Service  WHERE "
-                          "iGoodsNo = 5 ORDER BY iServiceNo DESC")
-        << QStringList{QStringLiteral("安装 | 1")};
-    QTest::newRow("program package") << QStringLiteral(
-                                            "select iProgramNo 节目编号,vProgram 节目名称,vCBsimpleProgram "
-                                            "上传节目名称 from dic_program  ")
-                                     << QStringList{QStringLiteral("1 | 新闻 | 新"),
-                                                    QStringLiteral("2 | 体育 | 体")};
-    QTest::newRow("programs with packages")
-        << QStringLiteral("select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价,'单一节目' as "
-                          "节目类型 from dic_program   union all  select iNo as 节目编号,vPackageName "
-                          "节目名称,mPrice 节目单价,'节目包' as 节目类型 from dic_programPackage ")
-        << QStringList{QStringLiteral("1 | 新闻 | 2.5 | 单一节目"), QStringLiteral("2 | 体育 | 3 | 单一节目"),
-                       QStringLiteral("7 | 全包 | 9 | 节目包")};
-    QTest::newRow("programs")
-        << QStringLiteral("select iProgramNo 节目编号,vProgram 节目名称,mPrice  节目单价 from dic_program  ")
-        << QStringList{QStringLiteral("1 | 新闻 | 2.5"), QStringLiteral("2 | 体育 | 3")};
-    QTest::newRow("product types") << QStringLiteral(
-                                          "SELECT DISTINCT vProductType 大类名称 FROM Dic_ProductType  ")
-                                   << QStringList{QStringLiteral("电器"), QStringLiteral("食品")};
-    QTest::newRow("product subtypes")
-        << QStringLiteral("SELECT DISTINCT vProductType2 小类名称 FROM Dic_ProductType  ")
-        << QStringList{QStringLiteral("冰箱"), QStringLiteral("彩电"), QStringLiteral("饮料")};
-    QTest::newRow("products")
-        << QStringLiteral(
-               "SELECT iProductNo 商品编号,vBarcode 商品条码,vProductName 商品名称 FROM St_Products  ")
-        << QStringList{QStringLiteral("1 | 690 | 冰箱A")};
-    QTest::newRow("service list")
-        << QStringLiteral("select iServiceNo 服务编号,vService 服务名称,mPrice  服务单价 from dic_Service  ")
-        << QStringList{QStringLiteral("1 | 安装 | 10"), QStringLiteral("2 | 维修 | 20")};
-    QTest::newRow("customers with condition")
-        << QStringLiteral(" select      iCustomerNo as 编号    , vCustomerNo as 编码    , vCustomerName as "
-                          "名称    , vProvince as 省份  from Cust_CustomersMain  where vProvince='浙江'")
-        << QStringList{QStringLiteral("1 | C1 | 甲公司 | 浙江"), QStringLiteral("3 | C3 | 丙公司 | 浙江")};
-    QTest::newRow("system users")
-        << QStringLiteral("SELECT iUserNo 用户编号,vUserName as 用户编码,vName 用户名称,vWorkRole "
-                          "工作角色,vTel 电话,vEmail Email FROM Sys_SystemUser ")
-        << QStringList{QStringLiteral("1 | ann | 安 | sales | 1 | a@x"),
-                       QStringLiteral("2 | bob | 鲍 | it | 2 | b@x")};
-    QTest::newRow("customers multi") << QStringLiteral(" select iCustomerNo as 编号, vCustomerName as "
-                                                       "名称,vProvince as 省份 from Cust_CustomersMain ")
-                                     << QStringList{QStringLiteral("1 | 甲公司 | 浙江"),
-                                                    QStringLiteral("2 | 乙公司 | 江苏"),
-                                                    QStringLiteral("3 | 丙公司 | 浙江")};
-    QTest::newRow("sell places")
-        << QStringLiteral(" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from "
-                          "Cust_CustomersMain  where bIsAgent=1  and vProvince='浙江'")
-        << QStringList{QStringLiteral("1 | 甲公司 | 浙江"), QStringLiteral("3 | 丙公司 | 浙江")};
-    QTest::newRow("sell places multi")
-        << QStringLiteral(" select iCustomerNo as 编号, vCustomerName as 名称,vProvince as 省份 from "
-                          "Cust_CustomersMain where bIsAgent=1 ")
-        << QStringList{QStringLiteral("1 | 甲公司 | 浙江"), QStringLiteral("3 | 丙公司 | 浙江")};
-    QTest::newRow("suppliers") << QStringLiteral(
-                                      " select iCustomerNo as 编号, vCustomerName as 供应商名称,vProvince as "
-                                      "省份 from Cust_CustomersMain  where bIsSupplier=1 ")
-                               << QStringList{QStringLiteral("2 | 乙公司 | 江苏"),
-                                              QStringLiteral("3 | 丙公司 | 浙江")};
-    QTest::newRow("product list")
-        << QStringLiteral(" SELECT vBarCode 商品编码   , vProductName 商品名称   , mSellPrice 销售单价   , "
-                          "fSellCount 可销售数量   , fStorageCount 库存数量   , vModel 生产商编码   , "
-                          "vSpecification 规格   , vProductNameEn 客户方编码   , vGoodsName 供应商   , "
-                          "iGoodsNo 供应商No   , iProductNo 编号   FROM St_Products where 1=1 AND iGoodsNo=5")
-        << QStringList{QStringLiteral("690 | 冰箱A | 1999.5 | 3 | 10 | M1 | S1 | E1 | 海 | 5 | 1")};
-    QTest::newRow("customer kinds") << QStringLiteral(
-                                           "select vCustomersKind as 类型名称,min(vCustomersKindCn) as "
-                                           "类型描述 from dic_unicustomerskind group by vCustomersKind")
-                                    << QStringList{QStringLiteral("STD | 普通"),
-                                                   QStringLiteral("VIP | 贵宾")};
-    QTest::newRow("goods suppliers") << QStringLiteral(
-                                            "SELECT vProvince 省份,vCustomerName 供应商名称,iCustomerNo 编号 "
-                                            "FROM cust_CustomersMain where bisSupplier=1 ")
-                                     << QStringList{QStringLiteral("江苏 | 乙公司 | 2"),
-                                                    QStringLiteral("浙江 | 丙公司 | 3")};
-    QTest::newRow("lookup edit filter")
-        << QStringLiteral("select * from Cust_CustomersMain where vCustomerNo like '%c''2%' and 1=1")
-        << QStringList{};
-}
-
-void TestTsqlDialect::frameworkTexts() {
-    QFETCH(QString, sql);
-    QFETCH(QStringList, rows);
-    Db db;
-    db.t->ExecuteBatch(QString::fromUtf8(kFrameworkSchema));
-    QStringList got;
-    try {
-        got = db.rows(sql);
-    } catch (const lnq::Exception& e) {
-        QFAIL(qPrintable(e.Message()));
-    }
-    if (QByteArray(QTest::currentDataTag()) == "saved views listing") {
-        // Rows come grouped by folder; within a folder their order is open.
-        QStringList folders, wantFolders;
-        for (const QString& r : got)
-            folders << r.section(QLatin1String(" | "), 0, 0);
-        for (const QString& r : rows)
-            wantFolders << r.section(QLatin1String(" | "), 0, 0);
-        QCOMPARE(folders, wantFolders);
-    }
-    if (!sql.contains(QLatin1String("ORDER BY"), Qt::CaseInsensitive) ||
-        QByteArray(QTest::currentDataTag()) == "saved views listing") {
-        got.sort();
-        rows.sort();
-    }
-    QCOMPARE(got, rows);
-}
-
-void TestTsqlDialect::operatorTemplates_data() {
-    // Rows of Cust_CustomersMain by creation date: C1 2024-03-14 09:00, C2 2024-03-15 18:00, C3 2024-02-20;
-    // today is Friday 2024-03-15.
-    QTest::addColumn<QString>("condition");
-    QTest::addColumn<QString>("keys");
-    QTest::newRow("包含") << QStringLiteral("vCustomerName like '%甲%'") << QStringLiteral("C1");
-    QTest::newRow("不包含") << QStringLiteral("vCustomerName not like '%甲%'") << QStringLiteral("C2,C3");
-    QTest::newRow("等于(精确地)") << QStringLiteral("vCustomerNo= 'c2'") << QStringLiteral("C2");
-    QTest::newRow("不等于(精确地)") << QStringLiteral("vCustomerNo<> 'c2'") << QStringLiteral("C1,C3");
-    QTest::newRow("数字等于") << QStringLiteral("iNo= 2") << QStringLiteral("C2");
-    QTest::newRow("大于") << QStringLiteral("iNo> 1") << QStringLiteral("C2,C3");
-    QTest::newRow("小于") << QStringLiteral("iNo< 2") << QStringLiteral("C1");
-    QTest::newRow("大于等于") << QStringLiteral("iNo>= 2") << QStringLiteral("C2,C3");
-    QTest::newRow("小于等于") << QStringLiteral("iNo<= 2") << QStringLiteral("C1,C2");
-    QTest::newRow("不等于") << QStringLiteral("iNo<> 2") << QStringLiteral("C1,C3");
-    QTest::newRow("是") << QStringLiteral("bIsAgent=1") << QStringLiteral("C1,C3");
-    QTest::newRow("否") << QStringLiteral("bIsAgent=0") << QStringLiteral("C2");
-    QTest::newRow("日期等于") << QStringLiteral("DateDiff(d,dCreateDate,'2024-03-14' )=0")
-                              << QStringLiteral("C1");
-    QTest::newRow("日期大于") << QStringLiteral("DateDiff(d,dCreateDate,'2024-03-14' )<0 ")
-                              << QStringLiteral("C2");
-    QTest::newRow("日期小于") << QStringLiteral("DateDiff(d,dCreateDate,'2024-03-14' )>0 ")
-                              << QStringLiteral("C3");
-    QTest::newRow("日期大于等于") << QStringLiteral("DateDiff(d,dCreateDate,'2024-03-14' )<=0")
-                                  << QStringLiteral("C1,C2");
-    QTest::newRow("日期小于等于") << QStringLiteral("DateDiff(d,dCreateDate,'2024-03-14' )>=0")
-                                  << QStringLiteral("C1,C3");
-    QTest::newRow("日期不等于") << QStringLiteral("DateDiff(d,dCreateDate,'2024-03-14' )<>0")
-                                << QStringLiteral("C2,C3");
-    QTest::newRow("昨天") << QStringLiteral("DateDiff(d,dCreateDate,GetDate() )=1") << QStringLiteral("C1");
-    QTest::newRow("今天") << QStringLiteral("DateDiff(d,dCreateDate,GetDate() )=0") << QStringLiteral("C2");
-    QTest::newRow("明天") << QStringLiteral("DateDiff(d,dCreateDate,GetDate() )=-1") << QString();
-    QTest::newRow("最近N天") << QStringLiteral("DateDiff(d,dCreateDate,GetDate() )<= 7")
-                             << QStringLiteral("C1,C2");
-    QTest::newRow("随后N天") << QStringLiteral("DateDiff(d,dCreateDate,GetDate() )>=-7")
-                             << QStringLiteral("C1,C2,C3");
-    QTest::newRow("上个星期") << QStringLiteral("DateDiff(ww,dCreateDate,GetDate() )=1") << QString();
-    QTest::newRow("这个星期") << QStringLiteral("DateDiff(ww,dCreateDate,GetDate() )=0")
-                              << QStringLiteral("C1,C2");
-    QTest::newRow("下个星期") << QStringLiteral("DateDiff(ww,dCreateDate,GetDate() )=-1") << QString();
-    QTest::newRow("上月") << QStringLiteral("DateDiff(m,dCreateDate,GetDate() )=1") << QStringLiteral("C3");
-    QTest::newRow("本月") << QStringLiteral("DateDiff(m,dCreateDate,GetDate() )=0")
-                          << QStringLiteral("C1,C2");
-    QTest::newRow("下月") << QStringLiteral("DateDiff(m,dCreateDate,GetDate() )=-1") << QString();
-    // "y" is dayofyear in SQL Server, which DATEDIFF counts in days.
-    QTest::newRow("去年") << QStringLiteral("DateDiff(y,dCreateDate,GetDate() )=1") << QStringLiteral("C1");
-    QTest::newRow("今年") << QStringLiteral("DateDiff(y,dCreateDate,GetDate() )=0") << QStringLiteral("C2");
-    QTest::newRow("明年") << QStringLiteral("DateDiff(y,dCreateDate,GetDate() )=-1") << QString();
-}
-
-void TestTsqlDialect::operatorTemplates() {
-    QFETCH(QString, condition);
-    QFETCH(QString, keys);
-    Db db;
-    db.t->ExecuteBatch(QString::fromUtf8(kFrameworkSchema));
-    const QStringList got =
-        db.rows(QStringLiteral("select vCustomerNo from Cust_CustomersMain where 1=1  and (") + condition +
-                QStringLiteral(" ) order by vCustomerNo"));
-    QCOMPARE(got.join(u','), keys);
-}
-
 void TestTsqlDialect::createTempCustomerBatch() {
-    const QStringList columns = {
-        QStringLiteral("客户编码|50"),     QStringLiteral("客户名称|80"),     QStringLiteral("地址|80"),
-        QStringLiteral("客户英文名称|80"), QStringLiteral("客户英文地址|80"), QStringLiteral("省份|20"),
-        QStringLiteral("城市|20"),         QStringLiteral("邮政编码|6"),      QStringLiteral("网址|80"),
-        QStringLiteral("备注|500"),        QStringLiteral("客户类型|20"),     QStringLiteral("联系人|20"),
-        QStringLiteral("性别|8"),          QStringLiteral("电话|50"),         QStringLiteral("传真|50"),
-        QStringLiteral("手机|50"),         QStringLiteral("Email|50"),        QStringLiteral("自定义01|200"),
-        QStringLiteral("自定义02|200"),    QStringLiteral("日期01|"),         QStringLiteral("日期02|")};
-    const QString name = QStringLiteral("TmpCust_1");
-    QString sql = QStringLiteral(" if exists (select * from dbo.sysobjects where id = object_id(N'[dbo].[") +
-                  name + QStringLiteral("]') and OBJECTPROPERTY(id, N'IsUserTable') = 1)") +
-                  QStringLiteral(" drop table [dbo].[") + name + QStringLiteral("]") + QStringLiteral(" ") +
-                  QStringLiteral(" CREATE TABLE [dbo].[") + name + QStringLiteral("] (");
-    for (int i = 0; i < columns.size(); ++i) {
-        const QStringList p = columns[i].split(u'|');
-        const QString type = p[1].isEmpty()
-                                 ? QStringLiteral("[datetime] NULL")
-                                 : QStringLiteral("[varchar] (%1) COLLATE Chinese_PRC_CI_AS NULL").arg(p[1]);
-        sql += QStringLiteral(" \t[") + p[0] + QStringLiteral("] ") + type +
-               (i + 1 < columns.size() ? QStringLiteral(" ,") : QStringLiteral(" "));
-    }
-    sql += QStringLiteral(" ) ON [PRIMARY]");
+    // Run twice: the second run drops the filled table and creates it empty.
+    const QString sql = QStringLiteral(
+        " if exists (select * from dbo.sysobjects where id = object_id(N'[dbo].[TmpCust_1]') and "
+        "OBJECTPROPERTY(id, N'IsUserTable') = 1) drop table [dbo].[TmpCust_1]  CREATE TABLE "
+        "[dbo].[TmpCust_1] "
+        "( \t[客户编码] [varchar] (50) COLLATE Chinese_PRC_CI_AS NULL , \t[Email] [varchar] (50) COLLATE "
+        "Chinese_PRC_CI_AS NULL , \t[日期01] [datetime] NULL  ) ON [PRIMARY]");
 
     Db db;
     db.t->ExecuteBatch(sql);
     db.t->ExecuteBatch(QStringLiteral("insert into TmpCust_1 (客户编码, 日期01) values ('a', '2024-3-5')"));
     QCOMPARE(db.value(QStringLiteral("select count(*) from TmpCust_1")), QStringLiteral("1"));
-    // Running it again drops the filled table and creates it empty.
     db.t->ExecuteBatch(sql);
     QCOMPARE(db.value(QStringLiteral("select count(*) from TmpCust_1")), QStringLiteral("0"));
     QStringList names;
     std::vector<QString> types;
     db.rows(QStringLiteral("select * from TmpCust_1"), &names, &types);
-    QCOMPARE(names.size(), 21);
+    QCOMPARE(names.size(), 3);
     QCOMPARE(names.first(), QStringLiteral("客户编码"));
     QCOMPARE(types.front(), QStringLiteral("VARCHAR(50)"));
     QCOMPARE(types.back(), QStringLiteral("DATETIME"));
@@ -580,21 +271,10 @@ void TestTsqlDialect::createTempCustomerBatch() {
 void TestTsqlDialect::unsupportedConstructsAreNamed_data() {
     QTest::addColumn<QString>("sql");
     QTest::addColumn<QString>("named");
-    QTest::newRow("merge") << QStringLiteral("MERGE INTO T USING S ON T.a = S.a WHEN MATCHED THEN DELETE")
-                           << QStringLiteral("MERGE");
-    QTest::newRow("declare") << QStringLiteral("DECLARE @x int") << QStringLiteral("DECLARE");
-    QTest::newRow("exec") << QStringLiteral("EXEC sp_who") << QStringLiteral("EXEC");
-    QTest::newRow("select into") << QStringLiteral("SELECT * INTO T2 FROM T")
-                                 << QStringLiteral("SELECT ... INTO");
-    QTest::newRow("cross apply") << QStringLiteral("SELECT * FROM T CROSS APPLY S")
-                                 << QStringLiteral("CROSS APPLY");
     QTest::newRow("with ties") << QStringLiteral("SELECT TOP 1 WITH TIES * FROM T ORDER BY a")
                                << QStringLiteral("WITH TIES");
-    QTest::newRow("unknown function")
-        << QStringLiteral("SELECT SOUNDEX(a) FROM T") << QStringLiteral("SOUNDEX");
     QTest::newRow("other dbo function")
         << QStringLiteral("SELECT dbo.fnX(a) FROM T") << QStringLiteral("dbo.fnX");
-    QTest::newRow("temp table") << QStringLiteral("SELECT * FROM #tmp") << QStringLiteral("#tmp");
     QTest::newRow("variable") << QStringLiteral("SELECT * FROM T WHERE a = @a") << QStringLiteral("@A");
     QTest::newRow("for xml") << QStringLiteral("SELECT * FROM T FOR XML AUTO") << QStringLiteral("FOR XML");
     QTest::newRow("case-sensitive collate")
@@ -664,10 +344,7 @@ void TestTsqlDialect::stackedStatementsAreRefused() {
 void TestTsqlDialect::textPlusTextIsNeverZero_data() {
     QTest::addColumn<QString>("expr");
     QTest::addColumn<QString>("result");
-    QTest::newRow("literals") << QStringLiteral("'a'+'b'") << QStringLiteral("ab");
-    QTest::newRow("n literals") << QStringLiteral("N'甲'+N'乙'") << QStringLiteral("甲乙");
     QTest::newRow("columns") << QStringLiteral("v1+v2") << QStringLiteral("xy");
-    QTest::newRow("column and literal") << QStringLiteral("v1 + '-' + v2") << QStringLiteral("x-y");
     QTest::newRow("derived column") << QStringLiteral("(select top 1 v1 from S)+'b'") << QStringLiteral("xb");
     QTest::newRow("untyped view column") << QStringLiteral("(select w from V)+'b'") << QStringLiteral("xxb");
     QTest::newRow("function results") << QStringLiteral("upper(v1)+lower('B')") << QStringLiteral("Xb");
@@ -739,11 +416,7 @@ void TestTsqlDialect::identityValues() {
     QCOMPARE(db.t->LastIdentity(), 100);
     db.t->ExecuteBatch(QStringLiteral("INSERT T (v) VALUES ('b')"));
     QCOMPARE(db.t->LastIdentity(), 101);
-    QCOMPARE(db.value(QStringLiteral("SELECT @@IDENTITY")), QStringLiteral("101"));
-    QCOMPARE(db.value(QStringLiteral("SELECT SCOPE_IDENTITY()")), QStringLiteral("101"));
     QCOMPARE(db.value(QStringLiteral("SELECT IDENT_CURRENT('T')")), QStringLiteral("101"));
-    db.t->ExecuteBatch(QStringLiteral("TRUNCATE TABLE T INSERT T (v) VALUES ('c')"));
-    QCOMPARE(db.value(QStringLiteral("SELECT id FROM T")), QStringLiteral("1"));
 }
 
 void TestTsqlDialect::translationCacheFollowsSchema() {
@@ -752,7 +425,6 @@ void TestTsqlDialect::translationCacheFollowsSchema() {
         QStringLiteral("CREATE TABLE T (a varchar(10), b varchar(10)) INSERT T VALUES ('1', '2')"));
     const QString q = QStringLiteral("select a + b from T");
     QCOMPARE(db.value(q), QStringLiteral("12"));
-    QCOMPARE(db.t->Translate(q), db.t->Translate(q));
     // The same text means addition once the columns are numbers.
     db.t->ExecuteBatch(QStringLiteral("DROP TABLE T CREATE TABLE T (a int, b int) INSERT T VALUES (1, 2)"));
     QCOMPARE(db.value(q), QStringLiteral("3"));
@@ -760,17 +432,6 @@ void TestTsqlDialect::translationCacheFollowsSchema() {
     sqlite3_exec(db.db, "DROP TABLE T; CREATE TABLE T (a TEXT, b TEXT); INSERT INTO T VALUES ('4', '5');",
                  nullptr, nullptr, nullptr);
     QCOMPARE(db.value(q), QStringLiteral("45"));
-}
-
-void TestTsqlDialect::getDateFollowsClock() {
-    Db db;
-    lnq::Clock::setFixedNow(QDateTime(QDate(2023, 12, 31), QTime(23, 59, 58)));
-    QCOMPARE(db.value(QStringLiteral("select getdate()")), QStringLiteral("2023-12-31 23:59:58"));
-    QCOMPARE(db.value(QStringLiteral(
-                 "select datediff(yy, '2023-06-01', getdate()), datediff(ww, getdate(), '2024-01-01')")),
-             QStringLiteral("0 | 0"));
-    lnq::Clock::setFixedNow(QDateTime(QDate(2024, 1, 7), QTime(0, 0, 0)));
-    QCOMPARE(db.value(QStringLiteral("select datediff(ww, '2024-01-06', getdate())")), QStringLiteral("1"));
 }
 
 // SQL Server evaluates GETDATE() once per query: rows read while the clock
@@ -812,7 +473,6 @@ void TestTsqlDialect::getDateIsOneMomentPerStatement() {
 
 void TestTsqlDialect::syntaxErrorsAreReported_data() {
     QTest::addColumn<QString>("sql");
-    QTest::newRow("unterminated string") << QStringLiteral("select 'abc from T");
     QTest::newRow("unterminated bracket") << QStringLiteral("select [abc from T");
     QTest::newRow("unterminated comment") << QStringLiteral("select 1 /* open");
     QTest::newRow("missing expression") << QStringLiteral("select from T");
@@ -839,10 +499,6 @@ void TestTsqlDialect::deepNestingIsRefused_data() {
         << QStringLiteral("select ") + repeat("(", 100000) + u'1' + repeat(")", 100000) << false;
     QTest::newRow("minus signs 100000") << QStringLiteral("select ") + repeat("- ", 100000) + u'1' << false;
     QTest::newRow("sum of 150 terms") << QStringLiteral("select 1") + repeat("+1", 150) << true;
-    QTest::newRow("text of 150 pieces") << QStringLiteral("select 'a'") + repeat("+'b'", 150) << true;
-    QTest::newRow("or chain of 500") << QStringLiteral("select 1 from T where a = 0") +
-                                            repeat(" or a = 1", 500)
-                                     << true;
     QTest::newRow("sum of 100000 terms") << QStringLiteral("select 1") + repeat("+1", 100000) << false;
     QTest::newRow("and chain") << QStringLiteral("select 1 where 1=1") + repeat(" and 1=1", 50000) << false;
     QTest::newRow("joins 20000") << QStringLiteral("select 1 from T") + repeat(" join T on 1=1", 20000)
@@ -906,8 +562,6 @@ void TestTsqlDialect::rowIdColumn_data() {
         {QStringLiteral("pen | 3 | 1")});
     add("star without key", "SELECT * FROM Notes", "rowid",
         {QStringLiteral("a | 1"), QStringLiteral("b | 2"), QStringLiteral("b | 3")});
-    add("equal rows told apart", "SELECT txt FROM Notes WHERE txt = 'B'", "rowid",
-        {QStringLiteral("b | 2"), QStringLiteral("b | 3")});
     add("aggregate in a subquery", "SELECT txt, (SELECT COUNT(*) FROM Goods) FROM Notes WHERE txt = 'a'",
         "rowid", {QStringLiteral("a | 3 | 1")});
     add("top percent, a name twice", "SELECT TOP (50) PERCENT name, name FROM Goods ORDER BY name", "rowid",
@@ -923,7 +577,6 @@ void TestTsqlDialect::rowIdColumn_data() {
     add("aggregate", "SELECT COUNT(*) FROM Notes", "");
     add("aggregate in expression", "SELECT MAX(qty) + 1 FROM Goods WHERE qty < 5", "");
     add("union", "SELECT txt FROM Notes UNION SELECT name FROM Goods", "");
-    add("union all", "SELECT txt FROM Notes UNION ALL SELECT txt FROM Notes", "");
     add("cte", "WITH n AS (SELECT txt FROM Notes) SELECT txt FROM n", "");
     add("join", "SELECT n.txt, g.name FROM Notes n JOIN Goods g ON g.qty = 3", "");
     add("derived table", "SELECT x.txt FROM (SELECT txt FROM Notes) AS x", "");
@@ -1043,75 +696,6 @@ void TestTsqlDialect::literalsStayLiterals() {
                      QString::number(++done));
         }
     }
-}
-
-// Seeded random expressions of operators, functions and hostile literals:
-// every one translates to output linear in its size, and runs or fails with
-// the dialect's error, leaving the table alone.
-void TestTsqlDialect::randomExpressionsStayContained() {
-    quint32 seed = 20261124;
-    auto next = [&](int n) {
-        seed = seed * 1664525u + 1013904223u;
-        return int((seed >> 8) % quint32(n));
-    };
-    const QStringList atoms = {"1",     "-1",   "0",      "9223372036854775807",
-                               "1e308", "2.5",  "'-5'",   "'--'",
-                               "'/*'",  "'%1'", "'a''b'", "NULL",
-                               "n",     "v",    "N'甲'"};
-    const QStringList unary = {"-X",
-                               "- X",
-                               "~X",
-                               "+X",
-                               "(X)",
-                               "SQUARE(X)",
-                               "CAST(X AS BIT)",
-                               "ABS(X)",
-                               "LEN(X)",
-                               "ROUND(X, -1)",
-                               "CAST(X AS varchar(10))",
-                               "SQRT(X)"};
-    const QStringList binary = {"X + Y",
-                                "X - Y",
-                                "X * Y",
-                                "X / Y",
-                                "X % Y",
-                                "X ^ Y",
-                                "X & Y",
-                                "X | Y",
-                                "POWER(X, Y)",
-                                "LOG(X, Y)",
-                                "CASE WHEN X = Y THEN X ELSE Y END",
-                                "X - -Y"};
-    std::function<QString(int)> gen = [&](int depth) -> QString {
-        const int k = depth <= 0 ? 0 : next(3);
-        if (k == 0) return atoms[next(int(atoms.size()))];
-        if (k == 1)
-            return QString(unary[next(int(unary.size()))]).replace(QLatin1String("X"), gen(depth - 1));
-        QString t = binary[next(int(binary.size()))];
-        const QString x = gen(depth - 1), y = gen(depth - 1);
-        const qsizetype xi = t.indexOf(u'X');
-        t.replace(xi, 1, x);
-        const qsizetype yi = t.indexOf(u'Y', xi + x.size());
-        return yi < 0 ? t : t.replace(yi, 1, y);
-    };
-    Db db;
-    db.t->ExecuteBatch(
-        QStringLiteral("CREATE TABLE T (n bigint, v nvarchar(20))\nINSERT INTO T VALUES (3, 'x')"));
-    int failures = 0;
-    for (int i = 0; i < 1500; ++i) {
-        const QString sql = QStringLiteral("SELECT ") + gen(6) + QStringLiteral(" FROM T");
-        try {
-            const QString out = db.t->Translate(sql);
-            QVERIFY2(out.size() < 12 * sql.size() + 200, qPrintable(sql));
-            db.rows(sql);
-        } catch (const lnq::Exception& e) {
-            ++failures;
-            QVERIFY2(e.Message().size() < 600, qPrintable(e.Message()));
-        }
-        if (i % 100 == 0) QCOMPARE(db.value(QStringLiteral("SELECT count(*) FROM T")), QStringLiteral("1"));
-    }
-    QCOMPARE(db.value(QStringLiteral("SELECT n, v FROM T")), QStringLiteral("3 | x"));
-    QVERIFY2(failures < 1500, "every random expression failed");
 }
 
 void TestTsqlDialect::errorsQuoteLittle_data() {

@@ -163,7 +163,6 @@ private Q_SLOTS:
         QTest::newRow("hostile table")
             << QStringList{"--master", "Sal_SaleMain;drop table Sal_SaleDetail", "1"} << 2;
         QTest::newRow("key not a number") << QStringList{"1 or 1=1"} << 2;
-        QTest::newRow("no key") << QStringList{} << 2;
         QTest::newRow("unknown option") << QStringList{"--user", "x", "1"} << 2;
         QTest::newRow("missing table") << QStringList{"--master", "NoSuchTable", "1"} << 1;
     }

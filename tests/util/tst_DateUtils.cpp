@@ -17,7 +17,6 @@ private Q_SLOTS:
         QTest::addColumn<double>("value");
         QTest::addColumn<QString>("text"); // "" for no date
         QTest::newRow("epoch") << 0.0 << "1899-12-30 00:00:00.000";
-        QTest::newRow("2000-01-01") << 36526.0 << "2000-01-01 00:00:00.000";
         QTest::newRow("noon") << 45000.5 << "2023-03-15 12:00:00.000";
         QTest::newRow("before the epoch keeps the time positive") << -1.25 << "1899-12-29 06:00:00.000";
         QTest::newRow("rounds up to the next day") << 1.9999999999 << "1900-01-01 00:00:00.000";
@@ -26,7 +25,6 @@ private Q_SLOTS:
             << QDate(1899, 12, 30).addDays(qint64(kMaxDateTimeDays)).toString("yyyy-MM-dd 00:00:00.000");
         QTest::newRow("beyond the limit") << kMaxDateTimeDays + 1 << "";
         QTest::newRow("huge negative") << -1.24251e+308 << "";
-        QTest::newRow("huge") << 1e300 << "";
         QTest::newRow("nan") << std::numeric_limits<double>::quiet_NaN() << "";
         QTest::newRow("infinity") << std::numeric_limits<double>::infinity() << "";
     }

@@ -63,7 +63,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("empty is four zero bytes") << QString() << QByteArray(4, '\0');
-        QTest::newRow("ascii") << QStringLiteral("abc") << QByteArray("\x03\0\0\0abc", 7);
         QTest::newRow("gbk") << QStringLiteral("零元整") << le32(6) + QByteArray("\xC1\xE3\xD4\xAA\xD5\xFB");
         QTest::newRow("length is little-endian") << QString(258, u'x') << le32(258) + QByteArray(258, 'x');
     }

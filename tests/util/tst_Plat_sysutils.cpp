@@ -12,11 +12,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("ok");
         QTest::addColumn<int>("value");
-        QTest::newRow("plain") << "42" << true << 42;
         QTest::newRow("leading blanks") << "  42" << true << 42;
         QTest::newRow("trailing blank refused") << "42 " << false << 0;
         QTest::newRow("plus") << "+7" << true << 7;
-        QTest::newRow("minus") << "-7" << true << -7;
         QTest::newRow("max") << "2147483647" << true << 2147483647;
         QTest::newRow("min") << "-2147483648" << true << int(std::numeric_limits<int>::min());
         QTest::newRow("max+1") << "2147483648" << false << 0;
@@ -28,7 +26,6 @@ private Q_SLOTS:
         QTest::newRow("empty") << "" << false << 0;
         QTest::newRow("sign only") << "-" << false << 0;
         QTest::newRow("decimal point") << "1.5" << false << 0;
-        QTest::newRow("exponent form") << "1E15" << false << 0;
         QTest::newRow("full-width digit") << QStringLiteral("１") << false << 0;
     }
     void strToInt() {
@@ -66,7 +63,6 @@ private Q_SLOTS:
         QTest::newRow("clean") << "123" << 123 << 0;
         QTest::newRow("partial") << "12a" << 12 << 3;
         QTest::newRow("partial negative") << "-12a" << -12 << 4;
-        QTest::newRow("letters") << "abc" << 0 << 1;
         QTest::newRow("empty") << "" << 0 << 1;
         QTest::newRow("blanks only") << "  " << 0 << 3;
         QTest::newRow("trailing blank") << "5 " << 5 << 2;
@@ -86,7 +82,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("ok");
         QTest::addColumn<double>("value");
-        QTest::newRow("integer") << "12" << true << 12.0;
         QTest::newRow("decimal") << "12.05" << true << 12.05;
         QTest::newRow("blanks around") << "  -1.5  " << true << -1.5;
         QTest::newRow("no integer digits") << ".5" << true << 0.5;
@@ -98,9 +93,7 @@ private Q_SLOTS:
         QTest::newRow("point only") << "." << false << 0.0;
         QTest::newRow("exponent without digits") << "1e" << false << 0.0;
         QTest::newRow("comma decimal") << "1,5" << false << 0.0;
-        QTest::newRow("thousands") << "1,000.5" << false << 0.0;
         QTest::newRow("empty") << "" << false << 0.0;
-        QTest::newRow("text") << "abc" << false << 0.0;
         QTest::newRow("nan text") << "NAN" << false << 0.0;
     }
     void strToFloat() {
@@ -149,9 +142,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::newRow("zero") << 0.0 << "0";
         QTest::newRow("negative zero") << -0.0 << "0";
-        QTest::newRow("integer") << 1005.0 << "1005";
         QTest::newRow("decimal") << 12.05 << "12.05";
-        QTest::newRow("below one") << 0.5 << "0.5";
         QTest::newRow("negative") << -3.25 << "-3.25";
         QTest::newRow("one tenth") << 0.1 << "0.1";
         QTest::newRow("15 digits rounding") << 2.0 / 3.0 << "0.666666666666667";
@@ -163,7 +154,6 @@ private Q_SLOTS:
         QTest::newRow("large") << 1.5e20 << "1.5E20";
         QTest::newRow("int max") << 2147483647.0 << "2147483647";
         QTest::newRow("nan") << qQNaN() << "NAN";
-        QTest::newRow("inf") << qInf() << "INF";
         QTest::newRow("-inf") << -qInf() << "-INF";
     }
     void floatToStr() {
@@ -189,7 +179,6 @@ private Q_SLOTS:
         QTest::newRow("min digits") << "%.5d" << QVariantList{-12} << "-00012";
         QTest::newRow("left aligned") << "[%-5d]" << QVariantList{7} << "[7    ]";
         QTest::newRow("width and decimals") << "%*.*f" << QVariantList{8, 2, 3.14159} << "    3.14";
-        QTest::newRow("decimals") << "%.*f" << QVariantList{3, 2.0} << "2.000";
         QTest::newRow("default decimals") << "%f" << QVariantList{1.005} << "1.00";
         // Half away from zero on the 18-digit decimal value, as business users expect.
         QTest::newRow("zero decimals tie") << "%.0f" << QVariantList{2.5} << "3";
@@ -199,7 +188,6 @@ private Q_SLOTS:
         QTest::newRow("carry into integer") << "%.2f" << QVariantList{1.999} << "2.00";
         QTest::newRow("first digit rounds") << "%.2f" << QVariantList{0.005} << "0.01";
         QTest::newRow("carry adds a digit") << "%.1f" << QVariantList{99.96} << "100.0";
-        QTest::newRow("tiny") << "%.3f" << QVariantList{1e-7} << "0.000";
         QTest::newRow("negative rounding to zero") << "%.2f" << QVariantList{-0.001} << "0.00";
         QTest::newRow("number") << "%0.2n" << QVariantList{1234567.891} << "1,234,567.89";
         QTest::newRow("number negative") << "%.1n" << QVariantList{-1234.56} << "-1,234.6";
@@ -231,7 +219,6 @@ private Q_SLOTS:
         QTest::newRow("missing argument") << "%d %d" << QVariantList{1};
         QTest::newRow("float for d") << "%d" << QVariantList{1.5};
         QTest::newRow("text for f") << "%f" << QVariantList{QStringLiteral("1")};
-        QTest::newRow("number for s") << "%s" << QVariantList{1};
         QTest::newRow("unknown type") << "%q" << QVariantList{1};
         QTest::newRow("dangling percent") << "50%" << QVariantList{};
         QTest::newRow("star needs int") << "%*d" << QVariantList{1.5, 2};
