@@ -322,6 +322,29 @@ private Q_SLOTS:
         QCOMPARE(TClientUtils::GetAppLinkListValue(text), lines);
     }
 
+    // A parameter by name: letter case and blanks around the name ignored,
+    // the first line wins, a named empty value differs from an absent one.
+    void appLinkValue_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("case") << "keyfield" << true << "12";
+        QTest::newRow("first wins, blanks around the name") << "Action" << true << "sign";
+        QTest::newRow("empty value") << "FilterName" << true << "";
+        QTest::newRow("absent") << "SignType" << false << "";
+        QTest::newRow("no name before =") << "" << false << "";
+    }
+    void appLinkValue() {
+        QFETCH(QString, name);
+        QFETCH(bool, found);
+        QFETCH(QString, value);
+        const QStringList lines = TClientUtils::GetAppLinkListValue(
+            QStringLiteral(" Action =sign&KeyField=12&ACTION=EDIT&FilterName=&=x"));
+        QString got;
+        QCOMPARE(TClientUtils::GetAppLinkValue(lines, name, got), found);
+        QCOMPARE(got, value);
+    }
+
     void appDir() {
         const QString dir = TClientUtils::GetAppDir();
         QVERIFY(dir.endsWith(u'/'));
