@@ -1,7 +1,5 @@
-#include "common/HostServices.h"
-#include "common/SampleDb.h"
+#include "common/FormFixture.h"
 #include "common/TestMain.h"
-#include "common/WidgetDriver.h"
 #include "forms/MasterDetailEdit_ui.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Clock.h"
@@ -12,7 +10,6 @@
 #include <QDateTimeEdit>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QTemporaryDir>
 #include <QToolButton>
 
 using namespace lnq;
@@ -84,42 +81,9 @@ protected:
     bool CanUndoConfirm() override { return allowUndo; }
 };
 
-struct Fixture {
-    QTemporaryDir dir;
-    TADOConnection ado;
-    std::shared_ptr<UserConnection> conn;
-    HostServices services;
-    std::unique_ptr<OrderForm> form;
-    QStringList messages;
-    int answer = id::Yes;
-
-    explicit Fixture(const QString& word = {}) {
-        openSmallSample(ado, dir.filePath("s.db"));
-        conn = std::make_shared<UserConnection>(ado);
-        form = std::make_unique<OrderForm>(conn, &services);
-        form->word = word;
-        form->OnMessageBox = [this](const QString& text, const QString&, int) {
-            messages << text;
-            return answer;
-        };
-        form->FormCreate();
-        form->resize(800, 500);
-        form->show();
-        form->activateWindow();
-        (void)QTest::qWaitForWindowActive(form.get());
-    }
-    TLNQStringGrid& grid() { return *form->DetailGrid(); }
-    QVariant scalar(const QString& sql) {
-        auto ds = conn->ExecuteWithQuery(sql);
-        return ds->IsEmpty() ? QVariant() : ds->Fields(0).AsVariant();
-    }
-    // Types into a cell as a user does and leaves it with Enter.
-    void typeCell(const char* col, int row, const QString& text) {
-        grid().setFocus();
-        grid().FocusCell(grid().ColByName(col), row);
-        typeKeys(&grid(), text);
-        pressKey(&grid(), Qt::Key_Return);
-    }
+struct Fixture : FormFixture<OrderForm> {
+    explicit Fixture(const QString& word = {})
+        : FormFixture({800, 500}, [&word](OrderForm& f) { f.word = word; }) {}
     void click(const char* button) { QTest::mouseClick(form->Button(button), Qt::LeftButton); }
     // A new order with two lines, saved; its key.
     int enterOrder(const QString& receiptNo) {
