@@ -236,15 +236,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("sqls");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("rows") << kCustomers << "bjhx"
-                              << "";
-        QTest::newRow("no rows") << kCustomers << "zzzzq"
-                                 << "无内容显示";
-        QTest::newRow("missing table") << "select * from NoSuchTable"
-                                       << "bj"
-                                       << "无法打开数据集";
-        QTest::newRow("hostile text stays quoted") << kCustomers << "x' or 1=1 --"
-                                                   << "无内容显示";
+        const auto add = [](const char* row, const QString& sqls, const char* typed, const char* shown) {
+            QTest::newRow(row) << sqls << QString::fromUtf8(typed) << QString::fromUtf8(shown);
+        };
+        add("rows", kCustomers, "bjhx", "");
+        add("no rows", kCustomers, "zzzzq", "无内容显示");
+        add("missing table", "select * from NoSuchTable", "bj", "无法打开数据集");
+        add("hostile text stays quoted", kCustomers, "x' or 1=1 --", "无内容显示");
     }
     void messagesInPlaceOfTheGrid() {
         QFETCH(QString, sqls);

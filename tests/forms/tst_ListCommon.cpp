@@ -159,7 +159,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("confirmed");
         QTest::newRow("confirmed") << QStringLiteral("已确认") << true;
         QTest::newRow("unconfirmed") << QStringLiteral("未确认") << false;
-        QTest::newRow("empty") << QString() << false;
         QTest::newRow("other word") << QStringLiteral("已审核") << false;
     }
     void confirmButtonsFollowState() {
@@ -296,21 +295,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("value");
         QTest::addColumn<QString>("editor");
         QTest::addColumn<QString>("sql");
-        QTest::newRow("text") << "客户名称"
-                              << "包含"
-                              << "华信"
-                              << "EditValueString"
-                              << "vCustomerName like '%华信%'";
-        QTest::newRow("number") << "金额"
-                                << "大于等于"
-                                << "1200.5元"
-                                << "EditValueNumber"
-                                << "mAmount>= 1200.5";
-        QTest::newRow("date") << "销售日期"
-                              << "等于"
-                              << ""
-                              << "DateTimePicker"
-                              << "DateDiff(d,dSaleDate,'2026-03-14' )=0";
+        const auto add = [](const char* name, const char* field, const char* op, const char* value,
+                            const char* editor, const char* sql) {
+            QTest::newRow(name) << QString::fromUtf8(field) << QString::fromUtf8(op)
+                                << QString::fromUtf8(value) << QString::fromUtf8(editor)
+                                << QString::fromUtf8(sql);
+        };
+        add("text", "客户名称", "包含", "华信", "EditValueString", "vCustomerName like '%华信%'");
+        add("number", "金额", "大于等于", "1200.5元", "EditValueNumber", "mAmount>= 1200.5");
+        add("date", "销售日期", "等于", "", "DateTimePicker", "DateDiff(d,dSaleDate,'2026-03-14' )=0");
     }
     void quickSearchValueByFieldType() {
         QFETCH(QString, field);
