@@ -67,13 +67,6 @@ void pickOperator(QWidget* form, const QString& name) {
     pickComboText(child<QComboBox>(form, "ComboboxOpType"), name);
 }
 
-QStringList fieldEntries(QWidget* form) {
-    QStringList out;
-    for (QToolButton* entry : child<QMenu>(form, "FieldMenu")->findChildren<QToolButton*>())
-        out << entry->text();
-    return out;
-}
-
 void toggleCheck(QListWidget* list, const QString& text) {
     const auto items = list->findItems(text, Qt::MatchExactly);
     if (items.isEmpty()) qFatal("no entry %s", qPrintable(text));
@@ -173,9 +166,6 @@ private Q_SLOTS:
             << "常用视图\\北京客户" << true
             << "select * from Cust_CustomersMain where 1=1   and (vProvince= '北京' ) "
                "and vCreateUser='zhangwei'";
-        QTest::newRow("conditions")
-            << "常用视图\\北京客户" << false
-            << "select * from Cust_CustomersMain where 1=1   and (vProvince= '北京' )";
         QTest::newRow("user substituted")
             << "销售分析\\北京重点客户" << false
             << "select * from Cust_CustomersMain where 1=1   and (vProvince= '北京' And "
@@ -234,15 +224,11 @@ private Q_SLOTS:
     void newViewSharedWithUsersAndGroups() {
         m_frame->TreeView()->setCurrentItem(find("销售分析\\北京重点客户"));
         QString title, folder, emptyMessage, duplicateMessage;
-        QStringList fields, textOps, valueBoxes;
+        QStringList valueBoxes;
         whenModal<TFilterEditorFM>([&](TFilterEditorFM* form) {
             title = form->windowTitle();
             folder = child<QLineEdit>(form, "EditGroup")->text();
-            fields = fieldEntries(form);
             pickField(form, QStringLiteral("客户名称"));
-            auto* ops = child<QComboBox>(form, "ComboboxOpType");
-            for (int i = 0; i < ops->count(); ++i)
-                textOps << ops->itemText(i);
             pickOperator(form, QStringLiteral("包含"));
             commitText(child<QLineEdit>(form, "EditValueString"), QStringLiteral("北京"));
             click(form, "ButtonAdd");
@@ -274,10 +260,6 @@ private Q_SLOTS:
         action("新建视图(&N)")->trigger();
         QCOMPARE(title, QStringLiteral("新建视图"));
         QCOMPARE(folder, QStringLiteral("销售分析"));
-        QVERIFY(fields.contains(QStringLiteral("客户名称")));
-        for (const char* hidden : {"共享", "允许用户", "允许组", "bShare", "vAllowedUsers", "vAllowedGroups"})
-            QVERIFY2(!fields.contains(QString::fromUtf8(hidden)), hidden);
-        QCOMPARE(textOps, (QStringList{"包含", "不包含", "等于(精确地)", "不等于(精确地)"}));
         QCOMPARE(valueBoxes, QStringList());
         QCOMPARE(emptyMessage, QStringLiteral("视图名称/所属组都不能为空！"));
         QCOMPARE(duplicateMessage, QStringLiteral("重复的视图名称"));
