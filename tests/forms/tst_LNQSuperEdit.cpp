@@ -95,30 +95,25 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected"); // empty: no query runs
 
         const QString base = QStringLiteral("select iCustomerNo, vPYCode from Cust_CustomersMain");
-        QTest::newRow("apostrophe doubled")
-            << base << "vCustomerName" << false << "O'Neil" << base + " where vPYCode like '%O''Neil%'";
-        QTest::newRow("letters win over digits")
-            << base << "vCustomerName" << false << "12a" << base + " where vPYCode like '%12a%'";
-        QTest::newRow("digits only") << base << "vCustomerName" << false << "123"
-                                     << base + " where iCustomerNo like '%123%'";
-        QTest::newRow("chinese") << base << "vCustomerName" << false << "华信A"
-                                 << base + " where vCustomerName like '%华信A%'";
-        QTest::newRow("chinese without value field") << base << "" << false << "华信"
-                                                     << "";
-        QTest::newRow("punctuation only") << base << "vCustomerName" << false << "-/ "
-                                          << "";
-        QTest::newRow("lower-case where and authority")
-            << base + " where bIsAgent = 0"
-            << "vCustomerName" << true << "bj"
-            << base + " where bIsAgent = 0 and vPYCode like '%bj%' and vProvince = '北京'";
-        QTest::newRow("authority after the filter's where")
-            << base << "vCustomerName" << true << "bj"
-            << base + " where vPYCode like '%bj%' and vProvince = '北京'";
-        QTest::newRow("authority only for customers")
-            << "select iProductNo as iCustomerNo, vProductName as vPYCode from St_Products"
-            << "vCustomerName" << true << "7"
-            << "select iProductNo as iCustomerNo, vProductName as vPYCode from St_Products where iCustomerNo "
-               "like '%7%'";
+        const auto add = [](const char* row, const QString& sqls, const char* valueField, bool authority,
+                            const char* typed, const QString& expected) {
+            QTest::newRow(row) << sqls << QString::fromUtf8(valueField) << authority
+                               << QString::fromUtf8(typed) << expected;
+        };
+        const char* v = "vCustomerName";
+        add("apostrophe doubled", base, v, false, "O'Neil", base + " where vPYCode like '%O''Neil%'");
+        add("letters win over digits", base, v, false, "12a", base + " where vPYCode like '%12a%'");
+        add("digits only", base, v, false, "123", base + " where iCustomerNo like '%123%'");
+        add("chinese", base, v, false, "华信A", base + " where vCustomerName like '%华信A%'");
+        add("chinese without value field", base, "", false, "华信", "");
+        add("punctuation only", base, v, false, "-/ ", "");
+        add("lower-case where and authority", base + " where bIsAgent = 0", v, true, "bj",
+            base + " where bIsAgent = 0 and vPYCode like '%bj%' and vProvince = '北京'");
+        add("authority after the filter's where", base, v, true, "bj",
+            base + " where vPYCode like '%bj%' and vProvince = '北京'");
+        const QString products = "select iProductNo as iCustomerNo, vProductName as vPYCode from St_Products";
+        add("authority only for customers", products, v, true, "7",
+            products + " where iCustomerNo like '%7%'");
     }
     void filterSql() {
         QFETCH(QString, sqls);
