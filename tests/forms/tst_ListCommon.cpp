@@ -344,34 +344,6 @@ private Q_SLOTS:
         QCOMPARE(keys(form->ListDataSet()), before);
         QCOMPARE(form->LNQDBGridList()->model()->rowCount(), 101);
     }
-
-    // With LNQ_SCREENSHOT_DIR set: the order list with a view open, saved as
-    // list-form.png.
-    void screenshot() {
-        const QString dir = qEnvironmentVariable("LNQ_SCREENSHOT_DIR");
-        if (dir.isEmpty()) QSKIP("LNQ_SCREENSHOT_DIR not set");
-        // A sample of the usual size, without the rows the other cases add.
-        TADOConnection ado;
-        SampleDatabase::Options options;
-        options.customers = 300;
-        options.products = 100;
-        options.sales = 400;
-        SampleDatabase::CreateSample(m_dir.filePath(QStringLiteral("shot.db")), options);
-        ado.SetConnectionString(m_dir.filePath(QStringLiteral("shot.db")));
-        ado.Open();
-        auto conn = std::make_shared<UserConnection>(ado);
-        TestListfm form0(conn, &m_services, QStringLiteral("MASTER"), false);
-        TestListfm* form = &form0;
-        form->setWindowTitle(QStringLiteral("销售单"));
-        form->show();
-        form->FormCreate();
-        form->resize(1180, 640);
-        form->FilterFrame()->OpenFilter(QStringLiteral("常用视图\\未审核销售单"));
-        pickComboText(child<QComboBox>(form, "ComboBoxSearchField"), QStringLiteral("业务员"));
-        QVERIFY(QTest::qWaitForWindowExposed(form));
-        QTest::qWait(200);
-        QVERIFY(form->grab().save(dir + QStringLiteral("/list-form.png")));
-    }
 };
 
 LNQ_TEST_MAIN_WIDGETS(tst_ListCommon)

@@ -107,11 +107,6 @@ private Q_SLOTS:
                 .toInt(),
             2);
 
-        if (const QByteArray shot = qgetenv("LNQ_ORDER_SHOT"); !shot.isEmpty()) {
-            QTest::qWait(50); // pending layout requests
-            f.form->grab().save(QString::fromLocal8Bit(shot));
-        }
-
         // Confirmed: the goods button and the customer are locked too.
         QVERIFY(f.form->DoConfirm());
         QVERIFY(!f.form->Button("SpeedButtonChooseGoods")->isEnabled());
