@@ -169,57 +169,68 @@ double seconds(std::chrono::steady_clock::time_point since) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
 }
 
-void BM_Baseline_Top100AndPaint(benchmark::State& state) {
-    Db& d = db();
-    double total = 0;
+// Wall and thread CPU time of the timed part of each iteration.
+struct Timing {
+    double wall = 0;
     double cpu = 0;
     int runs = 0;
+    std::chrono::steady_clock::time_point t0;
+    double c0 = 0;
+
+    void start() {
+        t0 = std::chrono::steady_clock::now();
+        c0 = threadCpu();
+    }
+    void stop(benchmark::State& state) {
+        const double t = seconds(t0);
+        cpu += threadCpu() - c0;
+        state.SetIterationTime(t);
+        wall += t;
+        ++runs;
+    }
+    // Per-iteration figures, and their ratios to the baseline once it ran.
+    void report(benchmark::State& state) const {
+        const double perWall = wall / runs;
+        const double perCpu = cpu / runs;
+        state.counters["ms"] = perWall * 1000;
+        state.counters["cpu_ms"] = perCpu * 1000;
+        if (g_base > 0) state.counters["x_base"] = perWall / g_base;
+        if (g_baseCpu > 0) state.counters["x_base_cpu"] = perCpu / g_baseCpu;
+    }
+};
+
+void BM_Baseline_Top100AndPaint(benchmark::State& state) {
+    Db& d = db();
+    Timing timing;
     for (auto _ : state) {
         TLNQDBGrid grid;
         grid.resize(kWindow.width() - 240, kWindow.height() - 300);
-        const auto t0 = std::chrono::steady_clock::now();
-        const double c0 = threadCpu();
+        timing.start();
         std::unique_ptr<TADODataSet> ds =
             d.conn->ExecuteWithQuery(QStringLiteral("SELECT TOP 100 * FROM Bench_List ORDER BY iNo DESC"));
         grid.SetDataSet(ds.get());
         benchmark::DoNotOptimize(grid.grab());
-        const double t = seconds(t0);
-        cpu += threadCpu() - c0;
-        state.SetIterationTime(t);
-        total += t;
-        ++runs;
+        timing.stop(state);
         grid.SetDataSet(nullptr);
     }
-    g_base = total / runs;
-    g_baseCpu = cpu / runs;
-    state.counters["ms"] = g_base * 1000;
-    state.counters["cpu_ms"] = g_baseCpu * 1000;
+    g_base = timing.wall / timing.runs;
+    g_baseCpu = timing.cpu / timing.runs;
+    timing.report(state);
 }
 
 void BM_ListForm_Open(benchmark::State& state) {
     Db& d = db();
-    double total = 0;
-    double cpu = 0;
-    int runs = 0;
+    Timing timing;
     for (auto _ : state) {
-        const auto t0 = std::chrono::steady_clock::now();
-        const double c0 = threadCpu();
+        timing.start();
         BenchListfm form(d.conn, nullptr);
         form.resize(kWindow);
         form.FormCreate();
         benchmark::DoNotOptimize(form.LNQDBGridList()->grab());
-        const double t = seconds(t0);
-        cpu += threadCpu() - c0;
+        timing.stop(state);
         if (form.ListDataSet().RecordCount() != 100) state.SkipWithError("the form did not load 100 rows");
-        state.SetIterationTime(t);
-        total += t;
-        ++runs;
     }
-    const double per = total / runs;
-    state.counters["ms"] = per * 1000;
-    state.counters["cpu_ms"] = cpu / runs * 1000;
-    if (g_base > 0) state.counters["x_base"] = per / g_base;
-    if (g_baseCpu > 0) state.counters["x_base_cpu"] = cpu / runs / g_baseCpu;
+    timing.report(state);
 }
 
 // An open form reloading its newest rows (the "刷新" button) and painting
@@ -230,25 +241,14 @@ void BM_ListForm_Refresh(benchmark::State& state) {
     form.resize(kWindow);
     form.FormCreate();
     benchmark::DoNotOptimize(form.LNQDBGridList()->grab());
-    double total = 0;
-    double cpu = 0;
-    int runs = 0;
+    Timing timing;
     for (auto _ : state) {
-        const auto t0 = std::chrono::steady_clock::now();
-        const double c0 = threadCpu();
+        timing.start();
         form.RefreshData();
         benchmark::DoNotOptimize(form.LNQDBGridList()->grab());
-        const double t = seconds(t0);
-        cpu += threadCpu() - c0;
-        state.SetIterationTime(t);
-        total += t;
-        ++runs;
+        timing.stop(state);
     }
-    const double per = total / runs;
-    state.counters["ms"] = per * 1000;
-    state.counters["cpu_ms"] = cpu / runs * 1000;
-    if (g_base > 0) state.counters["x_base"] = per / g_base;
-    if (g_baseCpu > 0) state.counters["x_base_cpu"] = cpu / runs / g_baseCpu;
+    timing.report(state);
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include "data/Plat_dataenvironment.h"
 #include "data/SampleDatabase.h"
 #include "demo/DemoConnection.h"
-#include "demo/DemoPrompt_ui.h"
 #include "demo/DemoScreens.h"
 #include "demo/DemoServices.h"
 #include "demo/MainWindow_ui.h"

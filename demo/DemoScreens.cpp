@@ -126,16 +126,11 @@ TAppLink ParseAppLink(const QString& link) {
         out.Target.chop(1);
     out.Params = q < 0 ? QString() : rest.mid(q + 1);
     out.Valid = !out.Target.isEmpty();
-    for (const QString& line : TClientUtils::GetAppLinkListValue(out.Params)) {
-        const qsizetype eq = line.indexOf(QLatin1Char('='));
-        if (eq < 0) continue;
-        const QString name = line.left(eq).trimmed();
-        const QString value = line.mid(eq + 1).trimmed();
-        if (name.compare(QLatin1String("Action"), Qt::CaseInsensitive) == 0)
-            out.Action = value.toUpper();
-        else if (name.compare(QLatin1String("KeyField"), Qt::CaseInsensitive) == 0)
-            out.Key = value;
-    }
+    const QStringList lines = TClientUtils::GetAppLinkListValue(out.Params);
+    TClientUtils::GetAppLinkValue(lines, QStringLiteral("Action"), out.Action);
+    out.Action = out.Action.trimmed().toUpper();
+    TClientUtils::GetAppLinkValue(lines, QStringLiteral("KeyField"), out.Key);
+    out.Key = out.Key.trimmed();
     return out;
 }
 

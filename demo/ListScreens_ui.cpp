@@ -2,7 +2,6 @@
 
 #include "data/DataSet.h"
 #include "demo/DemoConnection.h"
-#include "demo/DemoPrompt_ui.h"
 #include "grid/data/Ctrl_LNQDBGrid.h"
 #include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
@@ -52,8 +51,9 @@ QString TDemoListfm::ConfirmDateField() const {
 
 bool TDemoListfm::mayConfirm() {
     if (UserMayConfirm(m_demoConnection->CurrentUser().Groups)) return true;
-    DemoMsgBox(QStringLiteral("只有财务部或系统管理员可以") + QStringLiteral("审核") + m_screen.Caption,
-               QStringLiteral("提示"), mb::Ok | mb::IconAsterisk);
+    TClientUtils::MsgBox(QStringLiteral("只有财务部或系统管理员可以") + QStringLiteral("审核") +
+                             m_screen.Caption,
+                         QStringLiteral("提示"), mb::Ok | mb::IconAsterisk);
     return false;
 }
 
@@ -101,7 +101,6 @@ std::unique_ptr<TDemoListfm> CreateDemoListfm(std::shared_ptr<TDemoConnection> c
     auto form = std::make_unique<TDemoListfm>(std::move(connection), services, screen);
     keepLayouts(form->LNQDBGridList());
     keepLayouts(form->LNQDBGridDetail());
-    form->OnMessage = DemoMsgBox; // before the creation steps, which may report errors
     form->FormCreate();
     return form;
 }

@@ -2,12 +2,12 @@
 
 #include "demo/BackupScreen_ui.h"
 #include "demo/DemoConnection.h"
-#include "demo/DemoPrompt_ui.h"
 #include "demo/DemoServices.h"
 #include "demo/ListScreens_ui.h"
 #include "demo/OrderEditForm_ui.h"
 #include "demo/RecordEdit_ui.h"
 #include "util/Exceptions.h"
+#include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
 #include "util/Plat_trayicon_ui.h"
 #include "web/Ctrl_datawebbrowser.h"
@@ -89,8 +89,9 @@ TDemoMainfm::TDemoMainfm(std::shared_ptr<TDemoConnection> connection, TDemoServi
     QMenu* helpMenu = menuBar()->addMenu(QStringLiteral("帮助(&H)"));
     QAction* about = helpMenu->addAction(QStringLiteral("关于(&A)"));
     connect(about, &QAction::triggered, this, [] {
-        DemoMsgBox(QStringLiteral("LNQ 业务客户端示例\n基于 LNQ 组件与窗体框架，运行于内置示例数据库。"),
-                   QStringLiteral("提示"), mb::Ok | mb::IconAsterisk);
+        TClientUtils::MsgBox(
+            QStringLiteral("LNQ 业务客户端示例\n基于 LNQ 组件与窗体框架，运行于内置示例数据库。"),
+            QStringLiteral("提示"), mb::Ok | mb::IconAsterisk);
     });
 
     m_userLabel = new QLabel(this);
@@ -174,7 +175,6 @@ std::unique_ptr<QWidget> TDemoMainfm::createScreen(const TDemoScreen& screen) {
     }
     case TDemoScreenKind::OrderEntry: {
         auto form = std::make_unique<TOrderEditfm>(m_connection, &m_services);
-        form->OnMessageBox = DemoMsgBox;
         form->FormCreate();
         form->ApplinkInit(QStringLiteral("Action=INSERT"));
         TOrderEditfm* raw = form.get();
@@ -209,8 +209,8 @@ QWidget* TDemoMainfm::OpenScreen(const QString& id) {
     const TDemoScreen* screen = FindDemoScreen(id);
     if (!screen) return nullptr;
     if (!UserMaySee(*screen, m_connection->CurrentUser().Groups)) {
-        DemoMsgBox(QStringLiteral("您没有权限打开“") + screen->Caption + QStringLiteral("”"),
-                   QStringLiteral("提示"), mb::Ok | mb::IconAsterisk);
+        TClientUtils::MsgBox(QStringLiteral("您没有权限打开“") + screen->Caption + QStringLiteral("”"),
+                             QStringLiteral("提示"), mb::Ok | mb::IconAsterisk);
         return nullptr;
     }
     QWidget* w = ScreenWidget(screen->Id);
@@ -242,8 +242,8 @@ bool TDemoMainfm::OpenAppLink(const QString& link) {
     const TDemoScreen* screen = parsed.Valid ? FindDemoScreen(parsed.Target) : nullptr;
     switch (route) {
     case TLinkRoute::Unknown:
-        DemoMsgBox(QStringLiteral("无法识别的链接：") + link, QStringLiteral("提示"),
-                   mb::Ok | mb::IconAsterisk);
+        TClientUtils::MsgBox(QStringLiteral("无法识别的链接：") + link, QStringLiteral("提示"),
+                             mb::Ok | mb::IconAsterisk);
         return false;
     case TLinkRoute::RecordEdit:
         return editRecord(*screen, parsed.Action == QLatin1String("INSERT") ? QString() : parsed.Key);
@@ -305,9 +305,9 @@ bool TDemoMainfm::deleteRecord(const TDemoScreen& screen, const QString& key) {
         showError(QStringLiteral("记录编号无效：") + key);
         return false;
     }
-    if (DemoMsgBox(QStringLiteral("确定要删除这条") + screen.Caption + QStringLiteral("记录（编号 ") + key +
-                       QStringLiteral("）吗？"),
-                   QStringLiteral("提示"), mb::YesNo | mb::IconQuestion) != id::Yes)
+    if (TClientUtils::MsgBox(QStringLiteral("确定要删除这条") + screen.Caption +
+                                 QStringLiteral("记录（编号 ") + key + QStringLiteral("）吗？"),
+                             QStringLiteral("提示"), mb::YesNo | mb::IconQuestion) != id::Yes)
         return false;
     const QString table = screen.EditTable.isEmpty() ? QStringLiteral("Sal_SaleMain") : screen.EditTable;
     const QString keyField = screen.KeyField.isEmpty() ? QStringLiteral("iNo") : screen.KeyField;
@@ -340,7 +340,7 @@ void TDemoMainfm::refreshList(const QString& id) {
 }
 
 void TDemoMainfm::showError(const QString& text) {
-    DemoMsgBox(text, QStringLiteral("错误提示"), mb::Ok | mb::IconHand);
+    TClientUtils::MsgBox(text, QStringLiteral("错误提示"), mb::Ok | mb::IconHand);
 }
 
 void TDemoMainfm::SaveState() {

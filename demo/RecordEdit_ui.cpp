@@ -4,11 +4,11 @@
 #include "data/FieldTypes.h"
 #include "data/Plat_adodatabasese.h"
 #include "data/Plat_dataenvironment.h"
-#include "demo/DemoPrompt_ui.h"
 #include "filter/ViewList.h"
 #include "forms/Ctrl_LNQSuperEdit.h"
 #include "grid/core/Ctrl_LNQMaskEdit.h"
 #include "util/Exceptions.h"
+#include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
 #include "util/Plat_enterfocus_ui.h"
 
@@ -225,7 +225,8 @@ bool TDemoRecordEditfm::storeValue(const Binding& b) {
     TField& field = m_data->FieldByName(b.Field);
     const QString caption = captionOf(b.Field);
     auto refuse = [&](const QString& why) {
-        DemoMsgBox(QStringLiteral("“") + caption + QStringLiteral("”") + why, QStringLiteral("提示"), mb::Ok);
+        TClientUtils::MsgBox(QStringLiteral("“") + caption + QStringLiteral("”") + why,
+                             QStringLiteral("提示"), mb::Ok);
         b.Editor->setFocus();
         return false;
     };
@@ -293,8 +294,8 @@ bool TDemoRecordEditfm::Save() {
         m_data->Post();
         m_savedKey = m_data->FieldByName(m_screen.KeyField).AsString();
     } catch (const Exception& e) {
-        DemoMsgBox(QStringLiteral("保存失败：") + e.Message(), QStringLiteral("错误提示"),
-                   mb::Ok | mb::IconHand);
+        TClientUtils::MsgBox(QStringLiteral("保存失败：") + e.Message(), QStringLiteral("错误提示"),
+                             mb::Ok | mb::IconHand);
         return false;
     }
     Q_EMIT saved(m_savedKey);

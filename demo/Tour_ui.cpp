@@ -3,7 +3,6 @@
 #include "data/DataSet.h"
 #include "demo/BackupScreen_ui.h"
 #include "demo/DemoConnection.h"
-#include "demo/DemoPrompt_ui.h"
 #include "demo/DemoServices.h"
 #include "demo/ListScreens_ui.h"
 #include "demo/MainWindow_ui.h"
@@ -101,7 +100,7 @@ public:
 
     int run() {
         QDir().mkpath(m_dir);
-        m_previous = SetDemoMsgBox([this](const QString& text, const QString&, int flags) {
+        m_previous = TClientUtils::SetMsgBoxHandler([this](const QString& text, const QString&, int flags) {
             m_out << QStringLiteral("  [提示] ") << QString(text).replace(QLatin1Char('\n'), QLatin1Char(' '))
                   << Qt::endl;
             m_messages << text;
@@ -123,7 +122,7 @@ public:
         step(QStringLiteral("order-entry"), [this] { orderEntry(); });
         step(QStringLiteral("backup"), [this] { backup(); });
 
-        SetDemoMsgBox(std::move(m_previous));
+        TClientUtils::SetMsgBoxHandler(std::move(m_previous));
         TUtils_SearchDialogs::OnBeforeShow = {};
         m_main.OnBeforeEditorShow = {};
         m_out << (m_failures == 0 ? QStringLiteral("导览完成：") : QStringLiteral("导览有步骤失败："))
@@ -386,7 +385,7 @@ private:
     TDemoMainfm& m_main;
     QString m_dir;
     QTextStream& m_out;
-    TDemoMsgBoxFn m_previous;
+    TClientUtils::TMsgBoxFn m_previous;
     QStringList m_messages;
     int m_failures = 0;
     int m_shots = 0;

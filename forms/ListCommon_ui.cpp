@@ -37,14 +37,11 @@ const char16_t kDetail[] = u"DETAIL";
 const char16_t kPrompt[] = u"提示";
 const char16_t kErrorPrompt[] = u"错误提示";
 
-// The value of name in a list of name=value lines; names compare without
-// regard to letter case, the first line wins.
+// A link parameter's value ("" when the link does not name it).
 QString valueOf(const QStringList& lines, const QString& name) {
-    for (const QString& line : lines) {
-        const qsizetype eq = line.indexOf(QLatin1Char('='));
-        if (eq > 0 && line.left(eq).compare(name, Qt::CaseInsensitive) == 0) return line.mid(eq + 1);
-    }
-    return QString();
+    QString value;
+    TClientUtils::GetAppLinkValue(lines, name, value);
+    return value;
 }
 
 QString messageOf(const std::exception& e) {

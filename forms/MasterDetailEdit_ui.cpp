@@ -217,21 +217,13 @@ void TMasterDetailEditfm::FormCreate() {
 }
 
 void TMasterDetailEditfm::ApplinkInit(const QString& params) {
+    const QStringList lines = TClientUtils::GetAppLinkListValue(params);
     QString action;
     QString keyText;
-    bool hasKey = false;
-    for (const QString& line : TClientUtils::GetAppLinkListValue(params)) {
-        const int eq = line.indexOf(QLatin1Char('='));
-        if (eq < 0) continue;
-        const QString name = line.left(eq).trimmed();
-        const QString value = line.mid(eq + 1).trimmed();
-        if (name.compare(QLatin1String("Action"), Qt::CaseInsensitive) == 0) {
-            action = value.toUpper();
-        } else if (name.compare(QLatin1String("KeyField"), Qt::CaseInsensitive) == 0) {
-            keyText = value;
-            hasKey = true;
-        }
-    }
+    TClientUtils::GetAppLinkValue(lines, QStringLiteral("Action"), action);
+    action = action.trimmed().toUpper();
+    const bool hasKey = TClientUtils::GetAppLinkValue(lines, QStringLiteral("KeyField"), keyText);
+    keyText = keyText.trimmed();
     if (action == QLatin1String("INSERT")) {
         NewDocument();
         return;
@@ -383,21 +375,8 @@ QString TMasterDetailEditfm::AuditUserText() const {
     return code.isEmpty() ? CurrentUserName() : code;
 }
 
-namespace {
-std::function<int(const QString&, const QString&, int)>& defaultMessageBox() {
-    static std::function<int(const QString&, const QString&, int)> handler;
-    return handler;
-}
-} // namespace
-
-void TMasterDetailEditfm::SetDefaultOnMessageBox(
-    std::function<int(const QString&, const QString&, int)> handler) {
-    defaultMessageBox() = std::move(handler);
-}
-
 int TMasterDetailEditfm::ShowMessage(const QString& text, const QString& caption, int flags) {
     if (OnMessageBox) return OnMessageBox(text, caption, flags);
-    if (defaultMessageBox()) return defaultMessageBox()(text, caption, flags);
     return TClientUtils::MsgBox(text, caption, flags);
 }
 

@@ -158,10 +158,6 @@ public:
     // The message box: text, caption ("提示" or "错误提示"), TClientUtils::MsgBox
     // flags; returns the id:: of the button chosen.
     std::function<int(const QString& text, const QString& caption, int flags)> OnMessageBox;
-    // The class-level default for editors whose OnMessageBox is unset (a
-    // host's own themed box, a demonstration that runs unattended); an empty
-    // function restores TClientUtils::MsgBox.
-    static void SetDefaultOnMessageBox(std::function<int(const QString&, const QString&, int)> handler);
 
 Q_SIGNALS:
     void DocumentLoaded(int key);

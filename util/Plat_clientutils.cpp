@@ -185,6 +185,17 @@ QStringList TClientUtils::GetAppLinkListValue(const QString& text) {
     return splitLines(t);
 }
 
+bool TClientUtils::GetAppLinkValue(const QStringList& lines, const QString& name, QString& value) {
+    for (const QString& line : lines) {
+        const qsizetype eq = line.indexOf(u'=');
+        if (eq > 0 && line.left(eq).trimmed().compare(name, Qt::CaseInsensitive) == 0) {
+            value = line.mid(eq + 1);
+            return true;
+        }
+    }
+    return false;
+}
+
 QString TClientUtils::GetAppDir() {
     // Without an application object there is no executable path to ask for;
     // the working directory is the best answer then.

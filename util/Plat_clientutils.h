@@ -19,6 +19,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace lnq {
 
 class IConnection;
@@ -76,6 +78,10 @@ public:
     // lines "a=1" and "b=2". A trailing separator adds no empty last line; the
     // empty text gives the empty list.
     static QStringList GetAppLinkListValue(const QString& text);
+    // The value of the first "name=value" line whose name (blanks around it
+    // ignored) equals name regardless of letter case; false when no line
+    // names it. The value is returned as written.
+    static bool GetAppLinkValue(const QStringList& lines, const QString& name, QString& value);
 
     // Directory of the running executable with a trailing "/".
     static QString GetAppDir();
@@ -115,6 +121,11 @@ public:
     // the themed message box (returns the button that closed it) and clearing
     // a string grid below its fixed first row and column.
     static int MsgBox(const QString& text, const QString& caption, int flags);
+    // A process-wide replacement of the message box (tests, unattended
+    // demonstrations answer without a window); an empty function restores the
+    // box. Returns the replacement it replaces.
+    using TMsgBoxFn = std::function<int(const QString& text, const QString& caption, int flags)>;
+    static TMsgBoxFn SetMsgBoxHandler(TMsgBoxFn handler);
     static void ClearLNQStringGrid(TLNQStringGrid& grid);
 };
 

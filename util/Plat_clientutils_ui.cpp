@@ -89,7 +89,21 @@ QMessageBox::Icon kindFor(int flags) {
 
 } // namespace
 
+namespace {
+TClientUtils::TMsgBoxFn& msgBoxHandler() {
+    static TClientUtils::TMsgBoxFn handler;
+    return handler;
+}
+} // namespace
+
+TClientUtils::TMsgBoxFn TClientUtils::SetMsgBoxHandler(TMsgBoxFn handler) {
+    TMsgBoxFn previous = std::move(msgBoxHandler());
+    msgBoxHandler() = std::move(handler);
+    return previous;
+}
+
 int TClientUtils::MsgBox(const QString& text, const QString& caption, int flags) {
+    if (msgBoxHandler()) return msgBoxHandler()(text, caption, flags);
     // The caption is not shown: the box carries the application's name.
     Q_UNUSED(caption);
     ThemedMessageBox box(QApplication::activeWindow());

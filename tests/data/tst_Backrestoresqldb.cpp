@@ -28,21 +28,20 @@ struct Recorder : TBackRestoreExecutor {
     QString failOn; // a statement starting with it raises EDatabaseError
 
     void check(const QString& sql) {
-        if (!failOn.isEmpty() && sql.startsWith(failOn))
-            throw EDatabaseError(QStringLiteral("服务器拒绝: ") + sql);
+        if (!failOn.isEmpty() && sql.startsWith(failOn)) throw EDatabaseError(u"服务器拒绝: "_qs + sql);
     }
     void Connect(const QString& connStr) override {
-        log << connStr + QStringLiteral(" | <connect>");
-        check(QStringLiteral("<connect>"));
+        log << connStr + u" | <connect>"_qs;
+        check(u"<connect>"_qs);
     }
     void Execute(const QString& connStr, const QStringList& statements) override {
         for (const QString& s : statements) {
-            log << connStr + QStringLiteral(" | ") + s;
+            log << connStr + u" | "_qs + s;
             check(s);
         }
     }
     void Open(const QString& connStr, const QString& sql, TDataSet& target) override {
-        log << connStr + QStringLiteral(" | ") + sql;
+        log << connStr + u" | "_qs + sql;
         check(sql);
         for (const Result& r : results) {
             if (!sql.startsWith(r.prefix)) continue;
@@ -59,7 +58,7 @@ struct Recorder : TBackRestoreExecutor {
             return;
         }
         TFieldDefs none(1);
-        none[0].Name = QStringLiteral("name");
+        none[0].Name = u"name"_qs;
         target.BeginLoad(none);
         target.EndLoad();
     }
@@ -101,8 +100,7 @@ private:
                            "CREATE TABLE Sys_Option (vKeyName TEXT, vKeyValue TEXT, vUserID TEXT);"));
         c.BeginTrans();
         for (int i = 1; i <= n; ++i)
-            c.Execute(QStringLiteral("insert into T (iNo, vName) values (") + QString::number(i) +
-                      QStringLiteral(", '客户')"));
+            c.Execute(u"insert into T (iNo, vName) values ("_qs + QString::number(i) + u", '客户')"_qs);
         c.CommitTrans();
     }
 
@@ -118,24 +116,21 @@ private Q_SLOTS:
         auto rec = std::make_unique<Recorder>();
         m_rec = rec.get();
         m_comp->SetExecutor(std::move(rec));
-        m_comp->SetUser(QStringLiteral("sa"));
-        m_comp->SetPassword(QStringLiteral("pw"));
-        m_comp->SetDatabaseName(QStringLiteral("Shop"));
+        m_comp->SetUser(u"sa"_qs);
+        m_comp->SetPassword(u"pw"_qs);
+        m_comp->SetDatabaseName(u"Shop"_qs);
         m_rec->results = {
-            {QStringLiteral(" EXEC sp_helpfile"),
-             {QStringLiteral("name"), QStringLiteral("filename"), QStringLiteral("usage")},
-             {{QStringLiteral("master"), QStringLiteral("C:\\MSSQL\\DATA\\master.mdf   "),
-               QStringLiteral("data only")}}},
-            {QStringLiteral(" RESTORE FILELISTONLY"),
-             {QStringLiteral("LogicalName"), QStringLiteral("Type")},
-             {{QStringLiteral("old_dat"), QStringLiteral("D")},
-              {QStringLiteral("old_log"), QStringLiteral("L")}}},
-            {QStringLiteral(" USE [Shop] EXEC sp_helpfile"),
-             {QStringLiteral("name"), QStringLiteral("usage")},
-             {{QStringLiteral("cur_log"), QStringLiteral("log only")},
-              {QStringLiteral("cur_dat"), QStringLiteral("data only")}}},
-            {QStringLiteral(" USE Master SELECT name"), {QStringLiteral("name")}, {{QStringLiteral("Shop")}}},
-            {QStringLiteral(" select * from [Shop]"), {QStringLiteral("id")}, {{QStringLiteral("7")}}},
+            {u" EXEC sp_helpfile"_qs,
+             {u"name"_qs, u"filename"_qs, u"usage"_qs},
+             {{u"master"_qs, u"C:\\MSSQL\\DATA\\master.mdf   "_qs, u"data only"_qs}}},
+            {u" RESTORE FILELISTONLY"_qs,
+             {u"LogicalName"_qs, u"Type"_qs},
+             {{u"old_dat"_qs, u"D"_qs}, {u"old_log"_qs, u"L"_qs}}},
+            {u" USE [Shop] EXEC sp_helpfile"_qs,
+             {u"name"_qs, u"usage"_qs},
+             {{u"cur_log"_qs, u"log only"_qs}, {u"cur_dat"_qs, u"data only"_qs}}},
+            {u" USE Master SELECT name"_qs, {u"name"_qs}, {{u"Shop"_qs}}},
+            {u" select * from [Shop]"_qs, {u"id"_qs}, {{u"7"_qs}}},
         };
     }
     void cleanup() { m_comp.reset(); }
@@ -145,12 +140,9 @@ private Q_SLOTS:
     void texts() {
         QCOMPARE(m_comp->GetConnStr(), kConn);
         QCOMPARE(TLNQBackRestoreSQLDB::MasterConnStr(kConn), kMaster);
-        for (const auto& [in, out] :
-             {std::pair{QStringLiteral("D:\\Data"), QStringLiteral("D:\\Data\\")},
-              std::pair{QStringLiteral("D:\\Data\\"), QStringLiteral("D:\\Data\\")}}) {
-            m_comp->SetFileNameRestoreTarget(in);
-            QCOMPARE(m_comp->FileNameRestoreTarget(), out);
-        }
+        // A folder already ending in a backslash keeps one (restore() sets one without).
+        m_comp->SetFileNameRestoreTarget(u"D:\\Data\\"_qs);
+        QCOMPARE(m_comp->FileNameRestoreTarget(), u"D:\\Data\\"_qs);
     }
 
     void replSubstr_data() {
@@ -158,52 +150,28 @@ private Q_SLOTS:
         QTest::addColumn<QString>("replace");
         QTest::addColumn<QString>("source");
         QTest::addColumn<QString>("result");
-        QTest::newRow("all") << "Shop"
-                             << "master"
-                             << "a=Shop;b=Shop"
-                             << "a=master;b=master";
+        auto row = [](const char* name, const char* find, const char* replace, const char* source,
+                      const char* result) { QTest::newRow(name) << find << replace << source << result; };
+        row("all", "Shop", "master", "a=Shop;b=Shop", "a=master;b=master");
         // A deletion that brings a new occurrence together removes it too.
-        QTest::newRow("repeated") << "ab"
-                                  << ""
-                                  << "aabb"
-                                  << "";
-        QTest::newRow("none") << "x"
-                              << "y"
-                              << "abc"
-                              << "abc";
-        QTest::newRow("empty find") << ""
-                                    << "y"
-                                    << "abc"
-                                    << "abc";
+        row("repeated", "ab", "", "aabb", "");
+        row("none", "x", "y", "abc", "abc");
+        row("empty find", "", "y", "abc", "abc");
         // A replacement holding the find text is made once per occurrence.
-        QTest::newRow("self") << "a"
-                              << "aa"
-                              << "bab"
-                              << "baab";
-        QTest::newRow("case") << "Master"
-                              << "master"
-                              << "MASTER Master"
-                              << "MASTER master";
+        row("self", "a", "aa", "bab", "baab");
+        row("case", "Master", "master", "MASTER Master", "MASTER master");
         // The replacement completes an occurrence with the text before it.
-        QTest::newRow("cascade") << "ab"
-                                 << "b"
-                                 << "aaab"
-                                 << "b";
-        QTest::newRow("growing") << "ab"
-                                 << "bba"
-                                 << "aab"
-                                 << "bbbbaa";
+        row("cascade", "ab", "b", "aaab", "b");
+        row("growing", "ab", "bba", "aab", "bbbbaa");
     }
     void replSubstrThatNeverEnds() {
         // Each "ab" -> "bab" ... holds its find text: replaced once each.
-        QCOMPARE(TLNQBackRestoreSQLDB::repl_substr(QStringLiteral("ab"), QStringLiteral("bab"),
-                                                   QStringLiteral("aab")),
-                 QStringLiteral("abab"));
+        QCOMPARE(TLNQBackRestoreSQLDB::repl_substr(u"ab"_qs, u"bab"_qs, u"aab"_qs), u"abab"_qs);
         // "ab" -> "bbaa" doubles the b's for every a passed: the result would be
         // exponentially long.
         QVERIFY_THROWS_EXCEPTION(
-            EConvertError, TLNQBackRestoreSQLDB::repl_substr(QStringLiteral("ab"), QStringLiteral("bbaa"),
-                                                             QString(2000, QLatin1Char('a')) + "b"));
+            EConvertError,
+            TLNQBackRestoreSQLDB::repl_substr(u"ab"_qs, u"bbaa"_qs, QString(2000, QLatin1Char('a')) + "b"));
     }
     void replSubstr() {
         QFETCH(QString, find);
@@ -216,74 +184,66 @@ private Q_SLOTS:
     void statements_data() {
         QTest::addColumn<int>("op");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("backup")
-            << 0 << QStringList{kConn + " | backup database Shop to disk = 'D:\\bak\\o'k.bak' with format"};
-        QTest::newRow("delete") << 1
-                                << QStringList{
-                                       kConn +
-                                       " |  IF EXISTS (SELECT name FROM master.dbo.sysdatabases WHERE "
-                                       "name = N'O''Neil')  DROP DATABASE [O'Neil]"};
-        QTest::newRow("check db") << 2
-                                  << QStringList{kConn +
-                                                 " |  USE Master SELECT name FROM master.dbo.sysdatabases "
-                                                 "WHERE name = N'Shop'"};
-        QTest::newRow("check table")
-            << 3
-            << QStringList{kConn +
-                           " |  select * from [Shop].dbo.sysobjects  where id = object_id(N'[dbo].[Cust]') "};
-        QTest::newRow("non query") << 4 << QStringList{kConn + " | USE  [Shop] update T set a=1"};
-        QTest::newRow("query") << 5 << QStringList{kConn + " |  USE [Shop] select 1"};
-        QTest::newRow("update value")
-            << 6
-            << QStringList{kConn + " | USE [Shop] DELETE Dic WHERE vCode='k''1'",
-                           kConn + " |  INSERT INTO Dic(vCode, vName) VALUES('k''1','值')"};
-        QTest::newRow("update option")
-            << 7
-            << QStringList{
-                   kConn + " | USE [Shop] DELETE Sys_Option WHERE vKeyName='打印机'",
-                   kConn + " |  INSERT INTO Sys_Option(vKeyName, vKeyValue, vUserID) VALUES('打印机','LPT1', "
-                           "'默认')"};
-        QTest::newRow("run sql") << 8 << QStringList{kConn + " | dbcc checkdb"};
-        QTest::newRow("master file") << 9 << QStringList{kMaster + " |  EXEC sp_helpfile "};
-        QTest::newRow("test conn") << 10 << QStringList{kConn + " | <connect>"};
+        // Each statement is logged after the connection string it ran on.
+        auto row = [](const char* name, int op, QStringList sql, const QString& conn = kConn) {
+            for (QString& s : sql)
+                s.prepend(conn + u" | "_qs);
+            QTest::newRow(name) << op << sql;
+        };
+        row("backup", 0, {"backup database Shop to disk = 'D:\\bak\\o'k.bak' with format"});
+        row("delete", 1,
+            {" IF EXISTS (SELECT name FROM master.dbo.sysdatabases WHERE name = N'O''Neil')  DROP DATABASE "
+             "[O'Neil]"});
+        row("check db", 2, {" USE Master SELECT name FROM master.dbo.sysdatabases WHERE name = N'Shop'"});
+        row("check table", 3,
+            {" select * from [Shop].dbo.sysobjects  where id = object_id(N'[dbo].[Cust]') "});
+        row("non query", 4, {"USE  [Shop] update T set a=1"});
+        row("query", 5, {" USE [Shop] select 1"});
+        row("update value", 6,
+            {"USE [Shop] DELETE Dic WHERE vCode='k''1'",
+             " INSERT INTO Dic(vCode, vName) VALUES('k''1','值')"});
+        row("update option", 7,
+            {"USE [Shop] DELETE Sys_Option WHERE vKeyName='打印机'",
+             " INSERT INTO Sys_Option(vKeyName, vKeyValue, vUserID) VALUES('打印机','LPT1', '默认')"});
+        row("run sql", 8, {"dbcc checkdb"});
+        row("master file", 9, {" EXEC sp_helpfile "}, kMaster);
+        row("test conn", 10, {"<connect>"});
     }
     void statements() {
         QFETCH(int, op);
         QFETCH(QStringList, expected);
-        QString sql = QStringLiteral("dbcc checkdb");
+        QString sql = u"dbcc checkdb"_qs;
         switch (op) {
         case 0:
-            m_comp->SetFileNameBackup(QStringLiteral("D:\\bak\\o'k.bak"));
+            m_comp->SetFileNameBackup(u"D:\\bak\\o'k.bak"_qs);
             QVERIFY(m_comp->BackupDB());
             break;
         case 1:
-            QVERIFY(m_comp->DeleteDataBase(QStringLiteral("O'Neil")));
+            QVERIFY(m_comp->DeleteDataBase(u"O'Neil"_qs));
             break;
         case 2:
-            QVERIFY(m_comp->CheckDataBase(QStringLiteral("Shop")));
+            QVERIFY(m_comp->CheckDataBase(u"Shop"_qs));
             break;
         case 3:
-            QVERIFY(m_comp->CheckTableExists(QStringLiteral("Cust")));
+            QVERIFY(m_comp->CheckTableExists(u"Cust"_qs));
             break;
         case 4:
-            m_comp->ExcuteSQLNonQuery(QStringLiteral("update T set a=1"));
+            m_comp->ExcuteSQLNonQuery(u"update T set a=1"_qs);
             break;
         case 5:
-            QVERIFY(m_comp->ExcuteSQLQuery(QStringLiteral("select 1")) != nullptr);
+            QVERIFY(m_comp->ExcuteSQLQuery(u"select 1"_qs) != nullptr);
             break;
         case 6:
-            m_comp->UpdateValue(QStringLiteral("Dic"), QStringLiteral("vCode"), QStringLiteral("k'1"),
-                                QStringLiteral("vName"), QStringLiteral("值"));
+            m_comp->UpdateValue(u"Dic"_qs, u"vCode"_qs, u"k'1"_qs, u"vName"_qs, u"值"_qs);
             break;
         case 7:
-            m_comp->UpdateOption(QStringLiteral("Sys_Option"), QStringLiteral("打印机"),
-                                 QStringLiteral("LPT1"));
+            m_comp->UpdateOption(u"Sys_Option"_qs, u"打印机"_qs, u"LPT1"_qs);
             break;
         case 8:
             m_comp->RunSQL(sql);
             break;
         case 9:
-            QCOMPARE(m_comp->GetMasterFileName(kConn), QStringLiteral("C:\\MSSQL\\DATA\\master.mdf"));
+            QCOMPARE(m_comp->GetMasterFileName(kConn), u"C:\\MSSQL\\DATA\\master.mdf"_qs);
             break;
         case 10:
             QVERIFY(m_comp->TestConn(kConn));
@@ -306,9 +266,9 @@ private Q_SLOTS:
         QFETCH(bool, autoCorrect);
         QFETCH(QString, dir);
         m_comp->SetDBSetupDirValue(setupDir);
-        m_comp->SetFileNameRestoreTarget(QStringLiteral("E:\\新建"));
+        m_comp->SetFileNameRestoreTarget(u"E:\\新建"_qs);
         m_comp->SetAutoCorrectLogicalName(autoCorrect);
-        m_comp->SetFileNameRestore(QStringLiteral("D:\\bak\\shop.bak"));
+        m_comp->SetFileNameRestore(u"D:\\bak\\shop.bak"_qs);
         QVERIFY(m_comp->RestoreDB());
         QStringList expected{
             kMaster + " |  RESTORE FILELISTONLY  FROM DISK='D:\\bak\\shop.bak'",
@@ -355,27 +315,27 @@ private Q_SLOTS:
             ok = m_comp->TestConn(kConn);
             break;
         case 4:
-            ok = m_comp->CheckDataBase(QStringLiteral("Shop"));
+            ok = m_comp->CheckDataBase(u"Shop"_qs);
             break;
         }
         QVERIFY(!ok);
-        QVERIFY2(m_comp->GetLastErrorMsg().startsWith(QStringLiteral("服务器拒绝: ") + failOn),
+        QVERIFY2(m_comp->GetLastErrorMsg().startsWith(u"服务器拒绝: "_qs + failOn),
                  qPrintable(m_comp->GetLastErrorMsg()));
         // A restore whose statement failed goes no further.
         if (op == 1) QVERIFY(!m_rec->log.last().contains(QLatin1String("ALTER DATABASE")));
     }
 
     void helperErrorsReachTheCaller() {
-        m_rec->failOn = QStringLiteral("USE  [Shop]");
-        QVERIFY_THROWS_EXCEPTION(EDatabaseError, m_comp->ExcuteSQLNonQuery(QStringLiteral("x")));
+        m_rec->failOn = u"USE  [Shop]"_qs;
+        QVERIFY_THROWS_EXCEPTION(EDatabaseError, m_comp->ExcuteSQLNonQuery(u"x"_qs));
         QVERIFY(m_comp->GetLastErrorMsg().contains(QLatin1String("USE  [Shop] x")));
     }
 
     void checkDatabaseWantsTheExactName() {
-        QVERIFY(!m_comp->CheckDataBase(QStringLiteral("shop")));
+        QVERIFY(!m_comp->CheckDataBase(u"shop"_qs));
         m_rec->results.clear();
-        QVERIFY(!m_comp->CheckDataBase(QStringLiteral("Shop")));
-        QVERIFY(!m_comp->CheckTableExists(QStringLiteral("Cust")));
+        QVERIFY(!m_comp->CheckDataBase(u"Shop"_qs));
+        QVERIFY(!m_comp->CheckTableExists(u"Cust"_qs));
     }
 
     void liveSqlServer() {
@@ -389,75 +349,72 @@ private Q_SLOTS:
             if (k.compare(QLatin1String("Password"), Qt::CaseInsensitive) == 0) c.SetPassword(v);
             if (k.compare(QLatin1String("Data Source"), Qt::CaseInsensitive) == 0) server = v.toLower();
         }
-        if (!QStringList{QStringLiteral("(local)"), QStringLiteral("."), QStringLiteral("localhost"),
-                         QStringLiteral("127.0.0.1")}
-                 .contains(server))
+        if (!QStringList{u"(local)"_qs, u"."_qs, u"localhost"_qs, u"127.0.0.1"_qs}.contains(server))
             QSKIP("the component works on the local default instance only");
         QVERIFY2(c.TestConn(c.GetConnStr()), qPrintable(c.GetLastErrorMsg()));
         const QString master = c.GetMasterFileName(c.GetConnStr());
         QVERIFY2(master.endsWith(QLatin1String(".mdf"), Qt::CaseInsensitive), qPrintable(master));
-        c.SetDatabaseName(QStringLiteral("master"));
-        QVERIFY(c.CheckDataBase(QStringLiteral("master")));
-        QVERIFY(!c.CheckDataBase(QStringLiteral("lnq_no_such_db")));
+        c.SetDatabaseName(u"master"_qs);
+        QVERIFY(c.CheckDataBase(u"master"_qs));
+        QVERIFY(!c.CheckDataBase(u"lnq_no_such_db"_qs));
     }
 
     // ---------------------------------------------------------------- embedded
 
     void embeddedBackupAndRestore() {
-        const QString cur = path(QStringLiteral("cur.db"));
+        const QString cur = path(u"cur.db"_qs);
         makeDb(cur, 5);
         auto& c = embedded(cur);
         c.SetDatabaseName(QString());
-        c.SetFileNameBackup(path(QStringLiteral("cur.bak")));
+        c.SetFileNameBackup(path(u"cur.bak"_qs));
         QVERIFY2(c.BackupDB(), qPrintable(c.GetLastErrorMsg()));
-        QVERIFY(TLNQBackRestoreSQLDB::IntegrityCheck(path(QStringLiteral("cur.bak"))).isEmpty());
+        QVERIFY(TLNQBackRestoreSQLDB::IntegrityCheck(path(u"cur.bak"_qs)).isEmpty());
 
         // Under a new name into the current folder; then replacing it.
-        c.SetDatabaseName(QStringLiteral("副本"));
-        c.SetFileNameRestore(path(QStringLiteral("cur.bak")));
-        QVERIFY(!c.CheckDataBase(QStringLiteral("副本")));
+        c.SetDatabaseName(u"副本"_qs);
+        c.SetFileNameRestore(path(u"cur.bak"_qs));
+        QVERIFY(!c.CheckDataBase(u"副本"_qs));
         QVERIFY2(c.RestoreDB(), qPrintable(c.GetLastErrorMsg()));
-        const QString copy = path(QStringLiteral("副本.db"));
-        QCOMPARE(c.EmbeddedDatabaseFile(QStringLiteral("副本")), copy);
-        QVERIFY(c.CheckDataBase(QStringLiteral("副本")));
-        QCOMPARE(rowCount(copy, QStringLiteral("select count(*) from T")), 5);
+        const QString copy = path(u"副本.db"_qs);
+        QCOMPARE(c.EmbeddedDatabaseFile(u"副本"_qs), copy);
+        QVERIFY(c.CheckDataBase(u"副本"_qs));
+        QCOMPARE(rowCount(copy, u"select count(*) from T"_qs), 5);
         makeDb(cur, 9);
         c.SetDatabaseName(QString());
         QVERIFY(c.BackupDB());
-        c.SetDatabaseName(QStringLiteral("副本"));
+        c.SetDatabaseName(u"副本"_qs);
         QVERIFY(c.RestoreDB());
-        QCOMPARE(rowCount(copy, QStringLiteral("select count(*) from T")), 9);
+        QCOMPARE(rowCount(copy, u"select count(*) from T"_qs), 9);
 
         // Custom directory; the helpers work in DatabaseName.
-        QDir(m_dir.path()).mkdir(QStringLiteral("sub"));
+        QDir(m_dir.path()).mkdir(u"sub"_qs);
         c.SetDBSetupDir(TDBSetupDir::dirCustom);
-        c.SetFileNameRestoreTarget(path(QStringLiteral("sub")));
-        c.SetDatabaseName(QStringLiteral("Shop"));
+        c.SetFileNameRestoreTarget(path(u"sub"_qs));
+        c.SetDatabaseName(u"Shop"_qs);
         QVERIFY(c.RestoreDB());
-        QVERIFY(QFile::exists(path(QStringLiteral("sub/Shop.db"))));
-        QVERIFY(c.CheckTableExists(QStringLiteral("t")));
-        QVERIFY(!c.CheckTableExists(QStringLiteral("Nope")));
-        c.UpdateOption(QStringLiteral("Sys_Option"), QStringLiteral("打印机"), QStringLiteral("LPT1"));
-        c.UpdateOption(QStringLiteral("Sys_Option"), QStringLiteral("打印机"), QStringLiteral("LPT2"));
-        c.UpdateValue(QStringLiteral("Sys_Option"), QStringLiteral("vKeyName"), QStringLiteral("k'1"),
-                      QStringLiteral("vKeyValue"), QStringLiteral("v"));
-        auto q = c.ExcuteSQLQuery(
-            QStringLiteral("select vKeyName, vKeyValue, vUserID from Sys_Option order by vKeyName"));
+        QVERIFY(QFile::exists(path(u"sub/Shop.db"_qs)));
+        QVERIFY(c.CheckTableExists(u"t"_qs));
+        QVERIFY(!c.CheckTableExists(u"Nope"_qs));
+        c.UpdateOption(u"Sys_Option"_qs, u"打印机"_qs, u"LPT1"_qs);
+        c.UpdateOption(u"Sys_Option"_qs, u"打印机"_qs, u"LPT2"_qs);
+        c.UpdateValue(u"Sys_Option"_qs, u"vKeyName"_qs, u"k'1"_qs, u"vKeyValue"_qs, u"v"_qs);
+        auto q =
+            c.ExcuteSQLQuery(u"select vKeyName, vKeyValue, vUserID from Sys_Option order by vKeyName"_qs);
         QCOMPARE(q->RecordCount(), 2);
-        QCOMPARE(q->FieldByName(QStringLiteral("vKeyName")).AsString(), QStringLiteral("k'1"));
+        QCOMPARE(q->FieldByName(u"vKeyName"_qs).AsString(), u"k'1"_qs);
         q->Next();
-        QCOMPARE(q->FieldByName(QStringLiteral("vKeyValue")).AsString(), QStringLiteral("LPT2"));
-        QCOMPARE(q->FieldByName(QStringLiteral("vUserID")).AsString(), QStringLiteral("默认"));
+        QCOMPARE(q->FieldByName(u"vKeyValue"_qs).AsString(), u"LPT2"_qs);
+        QCOMPARE(q->FieldByName(u"vUserID"_qs).AsString(), u"默认"_qs);
         q.reset();
         QString logical;
-        QVERIFY(c.GetDBLogicalName(QString(), QStringLiteral("Shop"), logical, QStringLiteral("L")));
-        QCOMPARE(logical, QStringLiteral("Shop_Log"));
+        QVERIFY(c.GetDBLogicalName(QString(), u"Shop"_qs, logical, u"L"_qs));
+        QCOMPARE(logical, u"Shop_Log"_qs);
 
-        QVERIFY(c.DeleteDataBase(QStringLiteral("Shop")));
-        QVERIFY(!QFile::exists(path(QStringLiteral("sub/Shop.db"))));
-        QVERIFY(!c.CheckDataBase(QStringLiteral("Shop")));
-        QVERIFY(c.DeleteDataBase(QStringLiteral("Shop"))); // gone already: nothing to do
-        QVERIFY(!c.DeleteDataBase(QString()));             // never the current one
+        QVERIFY(c.DeleteDataBase(u"Shop"_qs));
+        QVERIFY(!QFile::exists(path(u"sub/Shop.db"_qs)));
+        QVERIFY(!c.CheckDataBase(u"Shop"_qs));
+        QVERIFY(c.DeleteDataBase(u"Shop"_qs)); // gone already: nothing to do
+        QVERIFY(!c.DeleteDataBase(QString())); // never the current one
         QVERIFY(QFile::exists(cur));
     }
 
@@ -468,7 +425,7 @@ private Q_SLOTS:
         QByteArray damaged;
         {
             // A real database whose pages after the first are overwritten.
-            const QString f = path(QStringLiteral("dmg.db"));
+            const QString f = path(u"dmg.db"_qs);
             makeDb(f, 400);
             QFile file(f);
             QVERIFY(file.open(QIODevice::ReadOnly));
@@ -476,22 +433,20 @@ private Q_SLOTS:
             for (qsizetype i = 4096 + 100; i < damaged.size(); i += 7)
                 damaged[i] = static_cast<char>(0x5A);
         }
-        QTest::newRow("not a database") << QByteArray("这不是数据库 at all, just text") << QString()
-                                        << QStringLiteral("备份文件不是数据库");
+        QTest::newRow("not a database")
+            << QByteArray("这不是数据库 at all, just text") << QString() << u"备份文件不是数据库"_qs;
         QTest::newRow("truncated header")
-            << QByteArray("SQLite format 3\0\x10", 18) << QString() << QStringLiteral("备份文件已损坏");
-        QTest::newRow("damaged pages") << damaged << QString() << QStringLiteral("备份文件已损坏");
-        QTest::newRow("interrupted after copy")
-            << QByteArray() << QStringLiteral("copy") << QStringLiteral("中断于 copy");
-        QTest::newRow("interrupted before rename")
-            << QByteArray() << QStringLiteral("check") << QStringLiteral("中断于 check");
+            << QByteArray("SQLite format 3\0\x10", 18) << QString() << u"备份文件已损坏"_qs;
+        QTest::newRow("damaged pages") << damaged << QString() << u"备份文件已损坏"_qs;
+        QTest::newRow("interrupted after copy") << QByteArray() << u"copy"_qs << u"中断于 copy"_qs;
+        QTest::newRow("interrupted before rename") << QByteArray() << u"check"_qs << u"中断于 check"_qs;
     }
     void badBackupLeavesTheDatabase() {
         QFETCH(QByteArray, content);
         QFETCH(QString, step);
         QFETCH(QString, message);
-        const QString cur = path(QStringLiteral("live.db"));
-        const QString target = path(QStringLiteral("Target.db"));
+        const QString cur = path(u"live.db"_qs);
+        const QString target = path(u"Target.db"_qs);
         makeDb(cur, 3);
         makeDb(target, 4);
         QFile f(target);
@@ -499,7 +454,7 @@ private Q_SLOTS:
         const QByteArray before = f.readAll();
         f.close();
 
-        const QString bak = path(QStringLiteral("in.bak"));
+        const QString bak = path(u"in.bak"_qs);
         QFile::remove(bak);
         if (content.isEmpty()) {
             TLNQBackRestoreSQLDB::OnlineCopy(cur, bak);
@@ -509,22 +464,22 @@ private Q_SLOTS:
             b.write(content);
         }
         auto& c = embedded(cur);
-        c.SetDatabaseName(QStringLiteral("Target"));
+        c.SetDatabaseName(u"Target"_qs);
         c.SetFileNameRestore(bak);
         c.OnRestoreStep = [&](const QString& s) {
-            if (s == step) throw EInOutError(QStringLiteral("中断于 ") + s);
+            if (s == step) throw EInOutError(u"中断于 "_qs + s);
         };
         QVERIFY(!c.RestoreDB());
         QVERIFY2(c.GetLastErrorMsg().startsWith(message), qPrintable(c.GetLastErrorMsg()));
         QVERIFY(f.open(QIODevice::ReadOnly));
         QCOMPARE(f.readAll(), before);
-        QCOMPARE(rowCount(target, QStringLiteral("select count(*) from T")), 4);
+        QCOMPARE(rowCount(target, u"select count(*) from T"_qs), 4);
         // No temporary file is left behind.
-        QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("*.tmp")}, QDir::Files), QStringList());
+        QCOMPARE(QDir(m_dir.path()).entryList({u"*.tmp"_qs}, QDir::Files), QStringList());
     }
 
     void backupWhileAnotherConnectionWrites() {
-        const QString cur = path(QStringLiteral("busy.db"));
+        const QString cur = path(u"busy.db"_qs);
         makeDb(cur, 0);
         QAtomicInt committed(0);
         QAtomicInt stop(0);
@@ -554,20 +509,19 @@ private Q_SLOTS:
         QList<int> seen;
         for (int round = 0; round < 3; ++round) {
             const int low = committed.loadAcquire();
-            c.SetFileNameBackup(path(QStringLiteral("busy.bak")));
+            c.SetFileNameBackup(path(u"busy.bak"_qs));
             QVERIFY2(c.BackupDB(), qPrintable(c.GetLastErrorMsg()));
             const int high = committed.loadAcquire();
-            c.SetDatabaseName(QStringLiteral("restored"));
-            c.SetFileNameRestore(path(QStringLiteral("busy.bak")));
+            c.SetDatabaseName(u"restored"_qs);
+            c.SetFileNameRestore(path(u"busy.bak"_qs));
             QVERIFY2(c.RestoreDB(), qPrintable(c.GetLastErrorMsg()));
             c.SetDatabaseName(QString());
-            const QString restored = path(QStringLiteral("restored.db"));
+            const QString restored = path(u"restored.db"_qs);
             QCOMPARE(TLNQBackRestoreSQLDB::IntegrityCheck(restored), QString());
             // Rows are 1..n without a gap: n is one count the writer committed.
-            const int n = rowCount(restored, QStringLiteral("select count(*) from T"));
-            QCOMPARE(rowCount(restored, QStringLiteral("select isnull(max(iNo), 0) from T")), n);
-            QVERIFY2(n >= low && n <= high + 1,
-                     qPrintable(QStringLiteral("%1 in %2..%3").arg(n).arg(low).arg(high)));
+            const int n = rowCount(restored, u"select count(*) from T"_qs);
+            QCOMPARE(rowCount(restored, u"select isnull(max(iNo), 0) from T"_qs), n);
+            QVERIFY2(n >= low && n <= high + 1, qPrintable(u"%1 in %2..%3"_qs.arg(n).arg(low).arg(high)));
             seen << n;
         }
         stop.storeRelease(1);

@@ -40,7 +40,7 @@ void loadGoods(TDataSet& ds) {
         b.SetFloat(3, r.price);
         b.SetText(4, QString::fromLatin1(r.day));
         b.SetInteger(5, r.flag);
-        if (r.id % 2) b.SetText(6, QStringLiteral("n%1").arg(r.id));
+        if (r.id % 2) b.SetText(6, u"n%1"_qs.arg(r.id));
         b.EndRow();
     }
     ds.EndLoad();
@@ -73,7 +73,7 @@ private Q_SLOTS:
 void TestClientDataSet::copyFromTakesCurrentView() {
     TADODataSet src;
     loadGoods(src);
-    src.SetSort(QStringLiteral("Qty DESC"));
+    src.SetSort(u"Qty DESC"_qs);
     src.SetOnFilterRecord([](TDataSet& d, bool& a) {
         a = d.FieldByName("Flag").AsBoolean() || d.FieldByName("ID").AsInteger() == 2;
     });
@@ -86,7 +86,7 @@ void TestClientDataSet::copyFromTakesCurrentView() {
     QVERIFY(copy.Bof());
     QCOMPARE(src.RecNo(), 2); // source cursor untouched
     QCOMPARE(copy.FieldNames(), src.FieldNames());
-    QCOMPARE(copy.FieldByName(QStringLiteral("Day")).DataType(), TFieldType::ftDateTime);
+    QCOMPARE(copy.FieldByName(u"Day"_qs).DataType(), TFieldType::ftDateTime);
     QCOMPARE(copy.ValueAt(3, 4), src.ValueAt(3, 4));
     QVERIFY(copy.IsNullAt(0, 6));
     // Copying an open dataset onto itself keeps its rows.
@@ -102,17 +102,17 @@ void TestClientDataSet::copyIsIndependent() {
     TClientDataSet b;
     b.CopyFrom(a);
     b.Edit();
-    b.FieldByName(QStringLiteral("Name")).SetAsString(QStringLiteral("changed"));
+    b.FieldByName(u"Name"_qs).SetAsString(u"changed"_qs);
     b.Post();
     b.Delete();
-    QCOMPARE(a.FieldByName(QStringLiteral("Name")).AsString(), QStringLiteral("apple"));
+    QCOMPARE(a.FieldByName(u"Name"_qs).AsString(), u"apple"_qs);
     QCOMPARE(a.RecordCount(), 6);
     QCOMPARE(b.RecordCount(), 5);
     // A pending edit of the source is posted before copying.
     a.Edit();
-    a.FieldByName(QStringLiteral("Qty")).SetAsInteger(99);
+    a.FieldByName(u"Qty"_qs).SetAsInteger(99);
     b.CopyFrom(a);
-    QCOMPARE(b.FieldByName(QStringLiteral("Qty")).AsInteger(), 99);
+    QCOMPARE(b.FieldByName(u"Qty"_qs).AsInteger(), 99);
     QCOMPARE(a.State(), TDataSetState::dsBrowse);
 }
 
@@ -141,54 +141,54 @@ void TestClientDataSet::indexes() {
     QFETCH(QList<int>, order);
     TClientDataSet ds;
     loadGoods(ds);
-    ds.AddIndex(QStringLiteral("IX"), fields, TIndexOptions(options), descFields);
+    ds.AddIndex(u"IX"_qs, fields, TIndexOptions(options), descFields);
     QCOMPARE(idsByRow(ds), (QList<int>{1, 2, 3, 4, 5, 6})); // defining does not select
-    ds.SetIndexName(QStringLiteral("ix"));
+    ds.SetIndexName(u"ix"_qs);
     QCOMPARE(idsByRow(ds), order);
     // The current record stays current, at its place in the new order.
-    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), 1);
+    QCOMPARE(ds.FieldByName(u"ID"_qs).AsInteger(), 1);
     QCOMPARE(ds.RecNo(), order.indexOf(1) + 1);
     ds.First();
-    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), order.first());
+    QCOMPARE(ds.FieldByName(u"ID"_qs).AsInteger(), order.first());
     ds.Last();
-    QCOMPARE(ds.FieldByName(QStringLiteral("ID")).AsInteger(), order.last());
+    QCOMPARE(ds.FieldByName(u"ID"_qs).AsInteger(), order.last());
 }
 
 void TestClientDataSet::indexErrorsAndReset() {
     TClientDataSet ds;
     loadGoods(ds);
     try {
-        ds.SetIndexName(QStringLiteral("IXNone"));
+        ds.SetIndexName(u"IXNone"_qs);
         QFAIL("no error");
     } catch (const EDatabaseError& e) {
-        QVERIFY(e.Message().contains(QStringLiteral("IXNone")));
+        QVERIFY(e.Message().contains(u"IXNone"_qs));
     }
-    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.SetIndexFieldNames(QStringLiteral("Qty;Zip")));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.SetIndexFieldNames(u"Qty;Zip"_qs));
     QCOMPARE(ds.IndexFieldNames(), QString());
-    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.AddIndex(QStringLiteral("IXE"), QString()));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.AddIndex(u"IXE"_qs, QString()));
 
     // The grid's pattern: clear the definitions, add one, select it.
     ds.IndexDefs().clear();
-    ds.AddIndex(QStringLiteral("IXDQty"), QStringLiteral("Qty"), TIndexOption::ixDescending);
-    ds.SetIndexName(QStringLiteral("IXDQty"));
-    QCOMPARE(ds.IndexName(), QStringLiteral("IXDQty"));
+    ds.AddIndex(u"IXDQty"_qs, u"Qty"_qs, TIndexOption::ixDescending);
+    ds.SetIndexName(u"IXDQty"_qs);
+    QCOMPARE(ds.IndexName(), u"IXDQty"_qs);
     QCOMPARE(idsByRow(ds), (QList<int>{2, 6, 5, 1, 3, 4}));
-    ds.SetIndexFieldNames(QStringLiteral("Price"));
+    ds.SetIndexFieldNames(u"Price"_qs);
     QCOMPARE(ds.IndexName(), QString()); // one replaces the other
     QCOMPARE(idsByRow(ds), (QList<int>{6, 2, 1, 5, 4, 3}));
-    ds.SetIndexName(QStringLiteral("IXDQty"));
+    ds.SetIndexName(u"IXDQty"_qs);
     QCOMPARE(ds.IndexFieldNames(), QString());
     // Redefining the selected index re-sorts; deleting it restores insertion order.
-    ds.AddIndex(QStringLiteral("IXDQty"), QStringLiteral("ID"), TIndexOption::ixDescending);
+    ds.AddIndex(u"IXDQty"_qs, u"ID"_qs, TIndexOption::ixDescending);
     QCOMPARE(idsByRow(ds), (QList<int>{6, 5, 4, 3, 2, 1}));
-    ds.DeleteIndex(QStringLiteral("IXDQty"));
+    ds.DeleteIndex(u"IXDQty"_qs);
     QCOMPARE(ds.IndexName(), QString());
     QCOMPARE(idsByRow(ds), (QList<int>{1, 2, 3, 4, 5, 6}));
-    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.DeleteIndex(QStringLiteral("IXDQty")));
+    QVERIFY_THROWS_EXCEPTION(EDatabaseError, ds.DeleteIndex(u"IXDQty"_qs));
     // An index chosen before loading applies when the rows arrive.
     TClientDataSet later;
-    later.AddIndex(QStringLiteral("ByQty"), QStringLiteral("Qty"));
-    later.SetIndexName(QStringLiteral("ByQty"));
+    later.AddIndex(u"ByQty"_qs, u"Qty"_qs);
+    later.SetIndexName(u"ByQty"_qs);
     later.CopyFrom(ds);
     QCOMPARE(idsByRow(later), (QList<int>{4, 3, 1, 5, 2, 6}));
 }
@@ -251,32 +251,22 @@ void TestClientDataSet::filterText() {
 void TestClientDataSet::filterTextErrors_data() {
     QTest::addColumn<QString>("filter");
     QTest::addColumn<QString>("mentions");
-    QTest::newRow("unknown field") << "Zip = 1"
-                                   << "Zip";
-    QTest::newRow("unknown bracketed field") << "[Unit Price] > 1"
-                                             << "Unit Price";
-    QTest::newRow("unterminated string") << "Name = 'abc"
-                                         << "字符串";
-    QTest::newRow("missing right parenthesis") << "(Qty = 1 or Qty = 2"
-                                               << "右括号";
-    QTest::newRow("dangling operator") << "Qty >"
-                                       << "缺少";
-    QTest::newRow("missing operator") << "Qty 5"
-                                      << "5";
-    QTest::newRow("lone non-boolean") << "Name"
-                                      << "Name";
-    QTest::newRow("bad character") << "Qty ~ 5"
-                                   << "~";
-    QTest::newRow("bad date for date field") << "Day = 'yesterday'"
-                                             << "yesterday";
-    QTest::newRow("text for number field") << "Qty = 'many'"
-                                           << "many";
-    QTest::newRow("is without null") << "Note is 5"
-                                     << "NULL";
-    QTest::newRow("empty parentheses") << "()"
-                                       << ")";
-    QTest::newRow("bad hash date") << "Day = #2024-13-45#"
-                                   << "2024-13-45";
+    auto row = [](const char* name, const char* filter, const char* mentions) {
+        QTest::newRow(name) << QString::fromUtf8(filter) << QString::fromUtf8(mentions);
+    };
+    row("unknown field", "Zip = 1", "Zip");
+    row("unknown bracketed field", "[Unit Price] > 1", "Unit Price");
+    row("unterminated string", "Name = 'abc", "字符串");
+    row("missing right parenthesis", "(Qty = 1 or Qty = 2", "右括号");
+    row("dangling operator", "Qty >", "缺少");
+    row("missing operator", "Qty 5", "5");
+    row("lone non-boolean", "Name", "Name");
+    row("bad character", "Qty ~ 5", "~");
+    row("bad date for date field", "Day = 'yesterday'", "yesterday");
+    row("text for number field", "Qty = 'many'", "many");
+    row("is without null", "Note is 5", "NULL");
+    row("empty parentheses", "()", ")");
+    row("bad hash date", "Day = #2024-13-45#", "2024-13-45");
     // A long literal is quoted in part only, whatever the field's kind.
     QTest::newRow("long text for boolean field") << "Flag = '" + QString(1000, u'是') + "'"
                                                  << "Flag";
@@ -289,7 +279,7 @@ void TestClientDataSet::filterTextErrors() {
     QFETCH(QString, mentions);
     TClientDataSet ds;
     loadGoods(ds);
-    ds.SetFilter(QStringLiteral("Qty > 5"));
+    ds.SetFilter(u"Qty > 5"_qs);
     ds.SetFiltered(true);
     QCOMPARE(idsByRow(ds), (QList<int>{2, 5, 6}));
     try {
@@ -300,35 +290,34 @@ void TestClientDataSet::filterTextErrors() {
         QVERIFY(e.Message().size() < 200);
     }
     // The previous filter stays in force.
-    QCOMPARE(ds.Filter(), QStringLiteral("Qty > 5"));
+    QCOMPARE(ds.Filter(), u"Qty > 5"_qs);
     QCOMPARE(idsByRow(ds), (QList<int>{2, 5, 6}));
 }
 
 void TestClientDataSet::filterTextWithCallbackAndEdits() {
     TClientDataSet ds;
     loadGoods(ds);
-    ds.SetFilter(QStringLiteral("Qty > 2"));
-    ds.SetOnFilterRecord(
-        [](TDataSet& d, bool& a) { a = d.FieldByName(QStringLiteral("Price")).AsFloat() < 5; });
+    ds.SetFilter(u"Qty > 2"_qs);
+    ds.SetOnFilterRecord([](TDataSet& d, bool& a) { a = d.FieldByName(u"Price"_qs).AsFloat() < 5; });
     ds.SetFiltered(true);
     QCOMPARE(idsByRow(ds), (QList<int>{1, 2, 5, 6})); // both must accept
     // A posted change is judged by the filter text too.
-    QVERIFY(ds.Locate(QStringLiteral("ID"), 2));
+    QVERIFY(ds.Locate(u"ID"_qs, 2));
     ds.Edit();
-    ds.FieldByName(QStringLiteral("Qty")).SetAsInteger(1);
+    ds.FieldByName(u"Qty"_qs).SetAsInteger(1);
     ds.Post();
     QCOMPARE(idsByRow(ds), (QList<int>{1, 5, 6}));
     ds.Append();
-    ds.FieldByName(QStringLiteral("ID")).SetAsInteger(7);
-    ds.FieldByName(QStringLiteral("Qty")).SetAsInteger(3);
-    ds.FieldByName(QStringLiteral("Price")).SetAsFloat(1);
+    ds.FieldByName(u"ID"_qs).SetAsInteger(7);
+    ds.FieldByName(u"Qty"_qs).SetAsInteger(3);
+    ds.FieldByName(u"Price"_qs).SetAsFloat(1);
     ds.Post();
     QCOMPARE(idsByRow(ds), (QList<int>{1, 5, 6, 7}));
     // An empty filter text leaves only the callback.
     ds.SetFilter(QString());
     QCOMPARE(idsByRow(ds), (QList<int>{1, 2, 5, 6, 7}));
     // A filter naming a field the next record set lacks: that load opens unfiltered and says why.
-    ds.SetFilter(QStringLiteral("Qty > 2"));
+    ds.SetFilter(u"Qty > 2"_qs);
     TClientDataSet other;
     other.BeginLoad({def("X", TFieldType::ftInteger)}).EndRow();
     other.EndLoad();

@@ -10,7 +10,6 @@
 #include "data/Plat_dataenvironment.h"
 #include "demo/BackupScreen_ui.h"
 #include "demo/DemoConnection.h"
-#include "demo/DemoPrompt_ui.h"
 #include "demo/DemoScreens.h"
 #include "demo/DemoServices.h"
 #include "demo/ListScreens_ui.h"
@@ -71,13 +70,13 @@ private Q_SLOTS:
         m_services->SetConnection(m_conn);
         m_services->RegisterReceiptTable(QStringLiteral("SaleOrder"), QStringLiteral("Sal_SaleMain"),
                                          QStringLiteral("vReceiptNo"));
-        SetDemoMsgBox([this](const QString& text, const QString&, int flags) {
+        TClientUtils::SetMsgBoxHandler([this](const QString& text, const QString&, int flags) {
             m_messages << text;
             return (flags & 0x0F) == mb::YesNo ? id::Yes : id::Ok;
         });
     }
     void cleanupTestCase() {
-        SetDemoMsgBox({});
+        TClientUtils::SetMsgBoxHandler({});
         m_services.reset();
         m_conn.reset();
         TDataEnvironment::FreeInstance();

@@ -3,6 +3,7 @@
 #include "forms/MasterDetailEdit_ui.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Clock.h"
+#include "util/Plat_clientutils.h"
 #include "util/Plat_clientutils_ui.h"
 
 #include <QAbstractItemModelTester>
@@ -313,9 +314,9 @@ private Q_SLOTS:
         Fixture f;
         QVERIFY(!f.form->Modified());
         QTest::keyClicks(f.form->remark, "x");
-        // Through the class-level box this time.
+        // Through the process-wide message box this time.
         f.form->OnMessageBox = {};
-        TMasterDetailEditfm::SetDefaultOnMessageBox([&f](const QString& text, const QString&, int) {
+        TClientUtils::SetMsgBoxHandler([&f](const QString& text, const QString&, int) {
             f.messages << text;
             return f.answer;
         });
@@ -324,7 +325,7 @@ private Q_SLOTS:
         QVERIFY(f.form->isVisible());
         f.answer = id::No;
         QVERIFY(f.form->close());
-        TMasterDetailEditfm::SetDefaultOnMessageBox({});
+        TClientUtils::SetMsgBoxHandler({});
         QCOMPARE(f.messages, QStringList(2, "单据已修改，是否保存？"));
     }
 };

@@ -22,6 +22,8 @@
 
 #include <QRegularExpression>
 
+#include <memory>
+
 namespace {
 
 using lnqtool::Io;
@@ -97,27 +99,43 @@ QString cellText(const QVariant& v) {
     return t;
 }
 
-int show(const QStringList& args, Io& io) {
+// One document of the command line: the arguments parsed, the database
+// open and the document loaded.
+struct Opened {
     Parsed p;
-    if (!parse(QStringLiteral("show"), args, false, p, io)) return 2;
     lnq::TADOConnection ado;
-    lnqtool::OpenDatabase(ado, p.db);
-    lnq::TInterfacedADOConnection conn(ado);
-    lnq::TMasterDetailDocument doc(conn, p.settings);
+    std::unique_ptr<lnq::TInterfacedADOConnection> conn;
+    std::unique_ptr<lnq::TMasterDetailDocument> doc;
     lnq::TDocumentValues master;
     std::vector<lnq::TDocumentValues> lines;
-    if (!doc.Load(p.key, master, lines)) {
-        io.err << "lnq: " << p.settings.MasterTable << " has no row " << p.settings.MasterKeyField << "="
-               << p.key << "\n";
-        return 1;
+    bool confirmed() const {
+        return master.value(p.settings.ConfirmStateField.toUpper()).toString() == p.settings.ConfirmedState();
     }
+};
+
+// 0 when the document is loaded, otherwise the exit code (2 for the
+// arguments, 1 for a missing document).
+int open(const QString& command, const QStringList& args, bool withUser, Opened& d, Io& io) {
+    if (!parse(command, args, withUser, d.p, io)) return 2;
+    lnqtool::OpenDatabase(d.ado, d.p.db);
+    d.conn = std::make_unique<lnq::TInterfacedADOConnection>(d.ado);
+    d.doc = std::make_unique<lnq::TMasterDetailDocument>(*d.conn, d.p.settings);
+    if (d.doc->Load(d.p.key, d.master, d.lines)) return 0;
+    io.err << "lnq: " << d.p.settings.MasterTable << " has no row " << d.p.settings.MasterKeyField << "="
+           << d.p.key << "\n";
+    return 1;
+}
+
+int show(const QStringList& args, Io& io) {
+    Opened d;
+    if (const int rc = open(QStringLiteral("show"), args, false, d, io)) return rc;
     // Field names as the tables spell them, in their column order.
-    for (const QString& name : doc.MasterFieldNames())
-        io.out << name << '\t' << cellText(master.value(name.toUpper())) << '\n';
+    for (const QString& name : d.doc->MasterFieldNames())
+        io.out << name << '\t' << cellText(d.master.value(name.toUpper())) << '\n';
     io.out << '\n';
-    const QStringList names = doc.DetailFieldNames();
+    const QStringList names = d.doc->DetailFieldNames();
     io.out << names.join(QLatin1Char('\t')) << '\n';
-    for (const lnq::TDocumentValues& line : lines) {
+    for (const lnq::TDocumentValues& line : d.lines) {
         QStringList cells;
         for (const QString& name : names)
             cells << cellText(line.value(name.toUpper()));
@@ -127,29 +145,15 @@ int show(const QStringList& args, Io& io) {
 }
 
 int confirmation(const QString& command, const QStringList& args, bool confirm, Io& io) {
-    Parsed p;
-    if (!parse(command, args, true, p, io)) return 2;
-    lnq::TADOConnection ado;
-    lnqtool::OpenDatabase(ado, p.db);
-    lnq::TInterfacedADOConnection conn(ado);
-    lnq::TMasterDetailDocument doc(conn, p.settings);
-    lnq::TDocumentValues master;
-    std::vector<lnq::TDocumentValues> lines;
-    if (!doc.Load(p.key, master, lines)) {
-        io.err << "lnq: " << p.settings.MasterTable << " has no row " << p.settings.MasterKeyField << "="
-               << p.key << "\n";
+    Opened d;
+    if (const int rc = open(command, args, true, d, io)) return rc;
+    const QString target = confirm ? d.p.settings.ConfirmedState() : d.p.settings.UnconfirmedState();
+    if (d.confirmed() == confirm) {
+        io.err << "lnq: document " << d.p.key << " is " << target << " already\n";
         return 1;
     }
-    const QString target = confirm ? p.settings.ConfirmedState() : p.settings.UnconfirmedState();
-    const bool confirmed =
-        master.value(p.settings.ConfirmStateField.toUpper()).toString() == p.settings.ConfirmedState();
-    if (confirmed == confirm) {
-        io.err << "lnq: document " << p.key << " is " << (confirm ? target : p.settings.UnconfirmedState())
-               << " already\n";
-        return 1;
-    }
-    doc.SetConfirmation(p.key, confirm, p.user, lnq::Clock::today());
-    io.out << p.key << '\t' << target << '\n';
+    d.doc->SetConfirmation(d.p.key, confirm, d.p.user, lnq::Clock::today());
+    io.out << d.p.key << '\t' << target << '\n';
     return 0;
 }
 
@@ -162,25 +166,15 @@ int unconfirmCommand(const QStringList& args, Io& io) {
 }
 
 int deleteCommand(const QStringList& args, Io& io) {
-    Parsed p;
-    if (!parse(QStringLiteral("delete"), args, false, p, io)) return 2;
-    lnq::TADOConnection ado;
-    lnqtool::OpenDatabase(ado, p.db);
-    lnq::TInterfacedADOConnection conn(ado);
-    lnq::TMasterDetailDocument doc(conn, p.settings);
-    lnq::TDocumentValues master;
-    std::vector<lnq::TDocumentValues> lines;
-    if (!doc.Load(p.key, master, lines)) {
-        io.err << "lnq: " << p.settings.MasterTable << " has no row " << p.settings.MasterKeyField << "="
-               << p.key << "\n";
+    Opened d;
+    if (const int rc = open(QStringLiteral("delete"), args, false, d, io)) return rc;
+    if (d.confirmed()) {
+        io.err << "lnq: document " << d.p.key << " is " << d.p.settings.ConfirmedState()
+               << ": cancel it first\n";
         return 1;
     }
-    if (master.value(p.settings.ConfirmStateField.toUpper()).toString() == p.settings.ConfirmedState()) {
-        io.err << "lnq: document " << p.key << " is " << p.settings.ConfirmedState() << ": cancel it first\n";
-        return 1;
-    }
-    doc.Delete(p.key);
-    io.out << "deleted " << p.key << " with " << lines.size() << " lines\n";
+    d.doc->Delete(d.p.key);
+    io.out << "deleted " << d.p.key << " with " << d.lines.size() << " lines\n";
     return 0;
 }
 
