@@ -89,34 +89,25 @@ private Q_SLOTS:
         QTest::addColumn<int>("route");
         QTest::addColumn<QString>("screen");
         QTest::addColumn<QString>("key");
-        const int edit = int(TLinkRoute::RecordEdit), del = int(TLinkRoute::RecordDelete),
-                  order = int(TLinkRoute::OrderEdit), screen = int(TLinkRoute::Screen),
-                  none = int(TLinkRoute::Unknown);
-        QTest::newRow("edit") << "app://Customer?Action=EDIT&KeyField=12" << edit << "Customer"
-                              << "12";
-        QTest::newRow("insert, any case") << "APP://customer?action=insert" << edit << "Customer"
-                                          << "";
-        QTest::newRow("delete") << "app://Product?Action=DELETE&KeyField=3" << del << "Product"
-                                << "3";
-        QTest::newRow("edit without key") << "app://Agent?Action=EDIT" << screen << "Agent"
-                                          << "";
-        QTest::newRow("detail") << "app://Supplier?KeyField=7" << screen << "Supplier"
-                                << "7";
-        QTest::newRow("order edit") << "app://SaleOrder?Action=EDIT&KeyField=5" << order << "SaleOrder"
-                                    << "5";
-        QTest::newRow("order insert") << "app://SaleOrder?Action=INSERT" << order << "SaleOrder"
-                                      << "";
-        QTest::newRow("order detail") << "app://SaleOrder?KeyField=5" << screen << "SaleOrder"
-                                      << "5";
-        QTest::newRow("property link")
-            << "app://ShowContactDetail?iCustomerNo=3&vContact=王伟" << screen << "Customer"
-            << "";
-        QTest::newRow("unknown target") << "app://Nowhere?Action=EDIT&KeyField=1" << none << ""
-                                        << "1";
-        QTest::newRow("not app") << "http://www.example.com/?KeyField=1" << none << ""
-                                 << "";
-        QTest::newRow("no target") << "app://?Action=INSERT" << none << ""
-                                   << "";
+        const auto add = [](const char* name, const char* link, TLinkRoute route, const char* screen,
+                            const char* key) {
+            QTest::newRow(name) << QString::fromUtf8(link) << int(route) << QString::fromUtf8(screen)
+                                << QString::fromUtf8(key);
+        };
+        const auto edit = TLinkRoute::RecordEdit, screen = TLinkRoute::Screen, order = TLinkRoute::OrderEdit,
+                   none = TLinkRoute::Unknown;
+        add("edit", "app://Customer?Action=EDIT&KeyField=12", edit, "Customer", "12");
+        add("insert, any case", "APP://customer?action=insert", edit, "Customer", "");
+        add("delete", "app://Product?Action=DELETE&KeyField=3", TLinkRoute::RecordDelete, "Product", "3");
+        add("edit without key", "app://Agent?Action=EDIT", screen, "Agent", "");
+        add("detail", "app://Supplier?KeyField=7", screen, "Supplier", "7");
+        add("order edit", "app://SaleOrder?Action=EDIT&KeyField=5", order, "SaleOrder", "5");
+        add("order insert", "app://SaleOrder?Action=INSERT", order, "SaleOrder", "");
+        add("order detail", "app://SaleOrder?KeyField=5", screen, "SaleOrder", "5");
+        add("property link", "app://ShowContactDetail?iCustomerNo=3&vContact=王伟", screen, "Customer", "");
+        add("unknown target", "app://Nowhere?Action=EDIT&KeyField=1", none, "", "1");
+        add("not app", "http://www.example.com/?KeyField=1", none, "", "");
+        add("no target", "app://?Action=INSERT", none, "", "");
     }
     void routes() {
         QFETCH(QString, link);
@@ -402,7 +393,8 @@ private Q_SLOTS:
     }
 
     // Backup, check and restore of the database in use, as the screen's
-    // buttons run them; a damaged backup and the database in use are refused.
+    // buttons run them; the database in use and a path outside are refused
+    // (damaged backups are the lnq backup tool's tests).
     void backupScreen() {
         TDemoBackupfm screen(m_ado->DatabaseFile());
         QTemporaryDir folder;
@@ -417,17 +409,6 @@ private Q_SLOTS:
         QVERIFY(!screen.Restore(file, QFileInfo(m_ado->DatabaseFile()).completeBaseName()));
         QVERIFY(screen.Log()->toPlainText().contains(QStringLiteral("不能恢复到正在使用的数据库")));
         QVERIFY(!screen.Restore(file, QStringLiteral("../elsewhere")));
-        const QString damaged = folder.filePath(QStringLiteral("damaged.bak"));
-        {
-            QFile in(file), out(damaged);
-            QVERIFY(in.open(QIODevice::ReadOnly) && out.open(QIODevice::WriteOnly));
-            QByteArray bytes = in.readAll();
-            bytes.truncate(bytes.size() / 3);
-            out.write(bytes);
-        }
-        QVERIFY(!screen.CheckBackup(damaged));
-        QVERIFY(!screen.Restore(damaged, QStringLiteral("restored-copy")));
-        QVERIFY(QFileInfo::exists(restored)); // the earlier restore stays
         QFile::remove(restored);
     }
 

@@ -116,7 +116,7 @@ private Q_SLOTS:
     }
 
     // Every control of a saved form comes back as its class with the
-    // properties the form gives it (and the defaults of those it does not).
+    // properties the form gives it.
     void formsLoadWithTheControls() {
         QUiLoader ui;
         ui.clearPluginPaths();
@@ -159,14 +159,10 @@ private Q_SLOTS:
             {"customer", "lnq::TLNQSuperEdit", "ValueField", "vCustomerName"},
             {"customer", "lnq::TLNQSuperEdit", "AutoCheckAuthority", false},
             {"customer", "lnq::TLNQSuperEdit", "Column2Width", 160},
-            {"customer", "lnq::TLNQSuperEdit", "Column3Width", 0},
             {"customer", "lnq::TLNQSuperEdit", "DropDownWidth", 500},
             {"customer", "lnq::TLNQSuperEdit", "DropDownHeight", 300},
             {"customer", "lnq::TLNQSuperEdit", "HasAddButton", true},
-            {"customer", "lnq::TLNQSuperEdit", "HasClearButton", true},
-            {"customer", "lnq::TLNQSuperEdit", "HasSearchButton", false},
             {"customer", "lnq::TLNQSuperEdit", "HasRefreshButton", false},
-            {"customer", "lnq::TLNQSuperEdit", "No", "0"},
             {"record", "lnq::TLNQDataWebBrowser", "ColumnCount", 3},
             {"card", "lnq::TDataView", "ColumnCount", 4},
         };

@@ -119,30 +119,17 @@ private Q_SLOTS:
         QTest::addColumn<QString>("op");
         QTest::addColumn<QString>("box");
         QTest::addColumn<QString>("sql");
-        QTest::newRow("text") << "名称"
-                              << "等于(精确地)"
-                              << "EditValueString"
-                              << "vName= 'o'k'";
-        QTest::newRow("number") << "iQty"
-                                << "小于"
-                                << "EditValueNumber"
-                                << "iQty< 12.5";
-        QTest::newRow("yes/no") << "bFlag"
-                                << "否"
-                                << ""
-                                << "bFlag=0";
-        QTest::newRow("date") << "日期"
-                              << "大于"
-                              << "DateTimePicker"
-                              << "DateDiff(d,dDay,'2024-03-05' )<0 ";
-        QTest::newRow("recent days") << "日期"
-                                     << "最近N天"
-                                     << "EditValueNumber"
-                                     << "DateDiff(d,dDay,GetDate() )<= 12.5";
-        QTest::newRow("blob offers nothing") << "imgPic"
-                                             << ""
-                                             << ""
-                                             << "";
+        const auto add = [](const char* row, const char* field, const char* op, const char* box,
+                            const char* sql) {
+            QTest::newRow(row) << QString::fromUtf8(field) << QString::fromUtf8(op) << QString::fromUtf8(box)
+                               << QString::fromUtf8(sql);
+        };
+        add("text", "名称", "等于(精确地)", "EditValueString", "vName= 'o'k'");
+        add("number", "iQty", "小于", "EditValueNumber", "iQty< 12.5");
+        add("yes/no", "bFlag", "否", "", "bFlag=0");
+        add("date", "日期", "大于", "DateTimePicker", "DateDiff(d,dDay,'2024-03-05' )<0 ");
+        add("recent days", "日期", "最近N天", "EditValueNumber", "DateDiff(d,dDay,GetDate() )<= 12.5");
+        add("blob offers nothing", "imgPic", "", "", "");
     }
     void valueBoxes() {
         QFETCH(QString, field);

@@ -3,18 +3,17 @@
 // and building, sharing, editing, renaming, deleting and saving views through
 // the popup menu and the editor's dialogs, with Sys_FileBase read back.
 
+#include "common/HostServices.h"
 #include "common/SampleDb.h"
 #include "common/TestMain.h"
 #include "common/WidgetDriver.h"
 #include "data/ADOConnection.h"
-#include "data/Plat_adodatabasese.h"
 #include "data/Plat_dataenvironment.h"
 #include "data/SampleDatabase.h"
 #include "filter/Ctrl_FilterEditorFM.h"
 #include "filter/Ctrl_FilterFrame.h"
 #include "filter/ViewStream.h"
 #include "util/Gbk.h"
-#include "util/Plat_servicesinterface.h"
 #include "web/Ctrl_datawebbrowser.h"
 
 #include <QBuffer>
@@ -32,54 +31,28 @@
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeWidget>
-#include <cstring>
 
 using namespace lnq;
 using namespace lnqtest;
 
 namespace {
 
-// The host's idea of the current user.
-class UserConnection : public TInterfacedADOConnection {
-public:
-    using TInterfacedADOConnection::TInterfacedADOConnection;
-    void GetCurrentUser(int& userNo, char* code, int& codeLen, char* name, int& nameLen) override {
-        userNo = 2;
-        const QByteArray c = Gbk::encode(QStringLiteral("zhangwei"));
-        const QByteArray n = Gbk::encode(QStringLiteral("张伟"));
-        std::memcpy(code, c.constData(), static_cast<size_t>(c.size()));
-        codeLen = static_cast<int>(c.size());
-        std::memcpy(name, n.constData(), static_cast<size_t>(n.size()));
-        nameLen = static_cast<int>(n.size());
-    }
-};
-
 // A host keeping its history of opened views.
-class Services : public IServicesInterface {
+class Services : public HostServices {
 public:
     QList<QPair<QString, QString>> recent; // caption, SQL
     QList<QPair<QString, QString>> added;
-    void GetOptionValue(const char*, char*, int&) override {}
-    void GetOptionValueEx(const char*, const char*, char*, int&) override {}
-    void SetOptionValueEx(const char*, const char*, const char*) override {}
-    void GetReceiptNo(const char*, char*, int&) override {}
-    void GetReceiptNoSetting(const char*, char*, int&, char*, int&, char*, int&, char*, int&) override {}
-    void SetReceiptNoSetting(const char*, const char*, const char*, const char*, const char*) override {}
-    void GetImeName(char*, int&) override {}
-    void OpenAppLink(const char*) override {}
     int GetRecentCount(const char* ext) override {
         return qstrcmp(ext, ".CUS") == 0 ? int(recent.size()) : 0;
     }
     bool GetRecentItem(const char*, int index, char* caption, int& captionLen, char* sql,
                        int& sqlLen) override {
         if (index < 0 || index >= recent.size()) return false;
-        const QByteArray c = Gbk::encode(recent[index].first);
-        const QByteArray s = Gbk::encode(recent[index].second);
-        if (c.size() > captionLen || s.size() > sqlLen) return false;
-        std::memcpy(caption, c.constData(), size_t(c.size()));
-        std::memcpy(sql, s.constData(), size_t(s.size()));
-        captionLen = int(c.size());
-        sqlLen = int(s.size());
+        if (Gbk::encode(recent[index].first).size() > captionLen ||
+            Gbk::encode(recent[index].second).size() > sqlLen)
+            return false;
+        putGbk(recent[index].first, caption, captionLen);
+        putGbk(recent[index].second, sql, sqlLen);
         return true;
     }
     void AddRecentItem(const char*, const char* caption, const char* sql) override {
@@ -92,13 +65,6 @@ void pickField(QWidget* form, const QString& caption) {
 }
 void pickOperator(QWidget* form, const QString& name) {
     pickComboText(child<QComboBox>(form, "ComboboxOpType"), name);
-}
-
-QStringList fieldEntries(QWidget* form) {
-    QStringList out;
-    for (QToolButton* entry : child<QMenu>(form, "FieldMenu")->findChildren<QToolButton*>())
-        out << entry->text();
-    return out;
 }
 
 void toggleCheck(QListWidget* list, const QString& text) {
@@ -200,9 +166,6 @@ private Q_SLOTS:
             << "常用视图\\北京客户" << true
             << "select * from Cust_CustomersMain where 1=1   and (vProvince= '北京' ) "
                "and vCreateUser='zhangwei'";
-        QTest::newRow("conditions")
-            << "常用视图\\北京客户" << false
-            << "select * from Cust_CustomersMain where 1=1   and (vProvince= '北京' )";
         QTest::newRow("user substituted")
             << "销售分析\\北京重点客户" << false
             << "select * from Cust_CustomersMain where 1=1   and (vProvince= '北京' And "
@@ -261,15 +224,11 @@ private Q_SLOTS:
     void newViewSharedWithUsersAndGroups() {
         m_frame->TreeView()->setCurrentItem(find("销售分析\\北京重点客户"));
         QString title, folder, emptyMessage, duplicateMessage;
-        QStringList fields, textOps, valueBoxes;
+        QStringList valueBoxes;
         whenModal<TFilterEditorFM>([&](TFilterEditorFM* form) {
             title = form->windowTitle();
             folder = child<QLineEdit>(form, "EditGroup")->text();
-            fields = fieldEntries(form);
             pickField(form, QStringLiteral("客户名称"));
-            auto* ops = child<QComboBox>(form, "ComboboxOpType");
-            for (int i = 0; i < ops->count(); ++i)
-                textOps << ops->itemText(i);
             pickOperator(form, QStringLiteral("包含"));
             commitText(child<QLineEdit>(form, "EditValueString"), QStringLiteral("北京"));
             click(form, "ButtonAdd");
@@ -301,10 +260,6 @@ private Q_SLOTS:
         action("新建视图(&N)")->trigger();
         QCOMPARE(title, QStringLiteral("新建视图"));
         QCOMPARE(folder, QStringLiteral("销售分析"));
-        QVERIFY(fields.contains(QStringLiteral("客户名称")));
-        for (const char* hidden : {"共享", "允许用户", "允许组", "bShare", "vAllowedUsers", "vAllowedGroups"})
-            QVERIFY2(!fields.contains(QString::fromUtf8(hidden)), hidden);
-        QCOMPARE(textOps, (QStringList{"包含", "不包含", "等于(精确地)", "不等于(精确地)"}));
         QCOMPARE(valueBoxes, QStringList());
         QCOMPARE(emptyMessage, QStringLiteral("视图名称/所属组都不能为空！"));
         QCOMPARE(duplicateMessage, QStringLiteral("重复的视图名称"));
@@ -371,26 +326,17 @@ private Q_SLOTS:
         QTest::addColumn<QString>("command");
         QTest::addColumn<QString>("input");
         QTest::addColumn<QString>("message");
-        QTest::newRow("edit, not owner") << "常用视图\\北京客户"
-                                         << "修改视图(&E)"
-                                         << ""
-                                         << "你不具有该视图的修改权限!";
-        QTest::newRow("rename, not owner") << "常用视图\\北京客户"
-                                           << "修改视图名称(&R)"
-                                           << ""
-                                           << "你不具有该视图的修改权限!";
-        QTest::newRow("delete, not owner") << "常用视图\\代理商"
-                                           << "删除视图(&D)"
-                                           << ""
-                                           << "你不具有该视图的删除权限!";
-        QTest::newRow("rename with backslash") << "销售分析\\大客户"
-                                               << "修改视图名称(&R)"
-                                               << "a\\b"
-                                               << "不合法的视图名称a\\b";
-        QTest::newRow("rename to a taken name") << "销售分析\\大客户"
-                                                << "修改视图名称(&R)"
-                                                << "北京重点客户"
-                                                << "不能修改, 重复的视图名称！";
+        const auto add = [](const char* name, const char* path, const char* command, const char* input,
+                            const char* message) {
+            QTest::newRow(name) << QString::fromUtf8(path) << QString::fromUtf8(command)
+                                << QString::fromUtf8(input) << QString::fromUtf8(message);
+        };
+        add("edit, not owner", "常用视图\\北京客户", "修改视图(&E)", "", "你不具有该视图的修改权限!");
+        add("rename, not owner", "常用视图\\北京客户", "修改视图名称(&R)", "", "你不具有该视图的修改权限!");
+        add("delete, not owner", "常用视图\\代理商", "删除视图(&D)", "", "你不具有该视图的删除权限!");
+        add("rename with backslash", "销售分析\\大客户", "修改视图名称(&R)", "a\\b", "不合法的视图名称a\\b");
+        add("rename to a taken name", "销售分析\\大客户", "修改视图名称(&R)", "北京重点客户",
+            "不能修改, 重复的视图名称！");
     }
     void refusals() {
         QFETCH(QString, path);

@@ -58,13 +58,6 @@ TDateTime at(int y, int m, int d, int h = 0, int mi = 0) {
     return DateTimeFromQt(QDateTime(QDate(y, m, d), QTime(h, mi)));
 }
 
-QStringList names(TDataSet& ds) {
-    QStringList result;
-    for (ds.First(); !ds.Eof(); ds.Next())
-        result << ds.FieldByName(QStringLiteral("Name")).AsString();
-    return result;
-}
-
 void fixToday(const QDate& d) {
     Clock::setFixedNow(QDateTime(d, QTime(9, 30)));
 }
@@ -76,131 +69,112 @@ class TestFilterItem : public QObject {
 private Q_SLOTS:
     void cleanup() { Clock::setFixedNow(std::nullopt); }
 
-    void textOperators_data() {
-        QTest::addColumn<QString>("field");
+    // One row per branch of each operator; the field is the one of the
+    // filter type (Name, Qty, Day, Flag).
+    void operators_data() {
+        QTest::addColumn<TFilterType>("type");
+        QTest::addColumn<QVariant>("field");
         QTest::addColumn<QString>("op");
         QTest::addColumn<QString>("value");
         QTest::addColumn<bool>("accepts");
-        QTest::newRow("包含 yes") << "北京海淀区"
-                                  << "包含"
-                                  << "海淀" << true;
-        QTest::newRow("包含 no") << "北京海淀区"
-                                 << "包含"
-                                 << "朝阳" << false;
-        QTest::newRow("包含 case-sensitive") << "Beijing"
-                                             << "包含"
-                                             << "bei" << false;
-        QTest::newRow("包含 empty value refuses") << "北京"
-                                                  << "包含"
-                                                  << "" << false;
-        QTest::newRow("包含 empty value empty field") << ""
-                                                      << "包含"
-                                                      << "" << false;
-        QTest::newRow("不包含 yes") << "北京海淀区"
-                                    << "不包含"
-                                    << "朝阳" << true;
-        QTest::newRow("不包含 no") << "北京海淀区"
-                                   << "不包含"
-                                   << "海淀" << false;
-        QTest::newRow("不包含 empty value accepts") << "北京"
-                                                    << "不包含"
-                                                    << "" << true;
-        QTest::newRow("等于 exact") << "abc"
-                                    << "等于"
-                                    << "abc" << true;
-        QTest::newRow("等于 case differs") << "abc"
-                                           << "等于"
-                                           << "ABC" << false;
-        QTest::newRow("等于 trailing blank") << "abc "
-                                             << "等于"
-                                             << "abc" << false;
-        QTest::newRow("不等于 differs") << "abc"
-                                        << "不等于"
-                                        << "abd" << true;
-        QTest::newRow("不等于 same") << "abc"
-                                     << "不等于"
-                                     << "abc" << false;
-        QTest::newRow("(全部)") << "abc"
-                                << "(全部)"
-                                << "zzz" << true;
-        QTest::newRow("number operator on text") << "abc"
-                                                 << "大于"
-                                                 << "zzz" << true;
-        QTest::newRow("unknown operator") << "abc"
-                                          << "介于"
-                                          << "zzz" << true;
-    }
-    void textOperators() {
-        QFETCH(QString, field);
-        QFETCH(QString, op);
-        QFETCH(QString, value);
-        QFETCH(bool, accepts);
-        auto ds = oneRow({field});
-        TFilterItem item(QStringLiteral("Name"), TFilterType::ftFilterText, op, value);
-        QCOMPARE(item.CanAccept(*ds), accepts);
-    }
+        const auto text = [](const char* name, const char* field, const char* op, const char* value,
+                             bool ok) {
+            QTest::newRow(name) << TFilterType::ftFilterText << QVariant(QString::fromUtf8(field))
+                                << QString::fromUtf8(op) << QString::fromUtf8(value) << ok;
+        };
+        text("包含 yes", "北京海淀区", "包含", "海淀", true);
+        text("包含 case-sensitive", "Beijing", "包含", "bei", false);
+        text("包含 empty value refuses", "北京", "包含", "", false);
+        text("不包含 yes", "北京海淀区", "不包含", "朝阳", true);
+        text("不包含 no", "北京海淀区", "不包含", "海淀", false);
+        text("不包含 empty value accepts", "北京", "不包含", "", true);
+        text("等于 exact", "abc", "等于", "abc", true);
+        text("等于 trailing blank", "abc ", "等于", "abc", false);
+        text("不等于 differs", "abc", "不等于", "abd", true);
+        text("不等于 same", "abc", "不等于", "abc", false);
+        text("(全部)", "abc", "(全部)", "zzz", true);
+        text("number operator on text", "abc", "大于", "zzz", true);
 
-    void numberOperators_data() {
-        QTest::addColumn<double>("field");
-        QTest::addColumn<QString>("op");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<bool>("accepts");
-        QTest::newRow("等于 same") << 10.0 << "等于"
-                                   << "10" << true;
-        QTest::newRow("等于 within tolerance") << 10.0005 << "等于"
-                                               << "10" << true;
-        QTest::newRow("等于 outside") << 10.002 << "等于"
-                                      << "10" << false;
-        QTest::newRow("等于 exactly 0.001 apart") << 0.0 << "等于"
-                                                  << "0.001" << false;
-        QTest::newRow("不等于 exactly 0.001 apart") << 0.0 << "不等于"
-                                                    << "0.001" << false;
-        QTest::newRow("不等于 apart") << 0.0 << "不等于"
-                                      << "0.002" << true;
-        QTest::newRow("不等于 same") << 5.0 << "不等于"
-                                     << "5" << false;
-        QTest::newRow("大于 equal accepts") << 5.0 << "大于"
-                                            << "5" << true;
-        QTest::newRow("大于 slightly below accepts") << 4.9995 << "大于"
-                                                     << "5" << true;
-        QTest::newRow("大于 below") << 4.99 << "大于"
-                                    << "5" << false;
-        QTest::newRow("大于 above") << 7.0 << "大于"
-                                    << "5" << true;
-        QTest::newRow("小于 equal refuses") << 5.0 << "小于"
-                                            << "5" << false;
-        QTest::newRow("小于 margin not reached") << 4.9995 << "小于"
-                                                 << "5" << false;
-        QTest::newRow("小于 below") << 4.99 << "小于"
-                                    << "5" << true;
-        QTest::newRow("大于等于 equal") << 5.0 << "大于等于"
-                                        << "5" << true;
-        QTest::newRow("大于等于 slightly below") << 4.9995 << "大于等于"
-                                                 << "5" << true;
-        QTest::newRow("大于等于 below") << 4.99 << "大于等于"
-                                        << "5" << false;
-        QTest::newRow("小于等于 equal") << 5.0 << "小于等于"
-                                        << "5" << true;
-        QTest::newRow("小于等于 slightly above") << 5.0005 << "小于等于"
-                                                 << "5" << true;
-        QTest::newRow("小于等于 above") << 5.01 << "小于等于"
-                                        << "5" << false;
-        QTest::newRow("negative value") << -3.5 << "等于"
-                                        << "-3.5" << true;
-        QTest::newRow("exponent value") << 1500.0 << "等于"
-                                        << "1.5e3" << true;
-        QTest::newRow("(全部)") << 1.0 << "(全部)"
-                                << "9" << true;
-        QTest::newRow("text operator on number") << 1.0 << "包含"
-                                                 << "9" << true;
+        const auto number = [](const char* name, double field, const char* op, const char* value, bool ok) {
+            QTest::newRow(name) << TFilterType::ftFilterNumber << QVariant(field) << QString::fromUtf8(op)
+                                << QString::fromUtf8(value) << ok;
+        };
+        number("等于 within tolerance", 10.0005, "等于", "10", true);
+        number("等于 outside", 10.002, "等于", "10", false);
+        number("等于 exactly 0.001 apart", 0.0, "等于", "0.001", false);
+        number("不等于 exactly 0.001 apart", 0.0, "不等于", "0.001", false);
+        number("不等于 apart", 0.0, "不等于", "0.002", true);
+        number("大于 slightly below accepts", 4.9995, "大于", "5", true);
+        number("大于 below", 4.99, "大于", "5", false);
+        number("小于 equal refuses", 5.0, "小于", "5", false);
+        number("小于 margin not reached", 4.9995, "小于", "5", false);
+        number("小于 below", 4.99, "小于", "5", true);
+        number("大于等于 slightly below", 4.9995, "大于等于", "5", true);
+        number("大于等于 below", 4.99, "大于等于", "5", false);
+        number("小于等于 slightly above", 5.0005, "小于等于", "5", true);
+        number("小于等于 above", 5.01, "小于等于", "5", false);
+        number("negative value", -3.5, "等于", "-3.5", true);
+        number("exponent value", 1500.0, "等于", "1.5e3", true);
+        number("text operator on number", 1.0, "包含", "9", true);
+
+        const auto date = [](const char* name, TDateTime field, const char* op, const char* value, bool ok) {
+            QTest::newRow(name) << TFilterType::ftFilterDate << QVariant(field) << QString::fromUtf8(op)
+                                << QString::fromUtf8(value) << ok;
+        };
+        const TDateTime sameDayLate = at(2024, 3, 5, 23, 59);
+        const TDateTime nextDay = at(2024, 3, 6, 0, 1);
+        const TDateTime dayBefore = at(2024, 3, 4, 12, 0);
+        date("等于 same day refuses", sameDayLate, "等于", "2024/3/5", false);
+        date("等于 next day accepts", nextDay, "等于", "2024/3/5", true);
+        date("等于 day before refuses", dayBefore, "等于", "2024/3/5", false);
+        date("大于 same day", sameDayLate, "大于", "2024/3/5", false);
+        date("大于 next day", nextDay, "大于", "2024-03-05", true);
+        date("小于 day before", dayBefore, "小于", "2024/3/5", true);
+        date("小于 same day", sameDayLate, "小于", "2024/3/5", false);
+        date("大于等于 same day", sameDayLate, "大于等于", "2024/3/5 08:00", true);
+        date("大于等于 day before", dayBefore, "大于等于", "2024/3/5", false);
+        date("小于等于 same day", sameDayLate, "小于等于", "2024/3/5", true);
+        date("小于等于 next day", nextDay, "小于等于", "2024/3/5", false);
+        date("不等于 same day", sameDayLate, "不等于", "2024/3/5", false);
+        date("不等于 next day", nextDay, "不等于", "2024/3/5", true);
+        date("unparsable value is day 0", at(1899, 12, 31), "大于", "三月五日", true);
+        date("empty value is day 0", at(1899, 12, 30, 18, 0), "大于", "", false);
+        date("text operator on date", nextDay, "包含", "x", true);
+
+        const auto flag = [](const char* name, bool field, const char* op, bool ok) {
+            QTest::newRow(name) << TFilterType::ftFilterBoolean << QVariant(field) << QString::fromUtf8(op)
+                                << QString() << ok;
+        };
+        flag("是 true", true, "是", true);
+        flag("是 false", false, "是", false);
+        flag("否 true", true, "否", false);
+        flag("否 false", false, "否", true);
+        flag("等于 unknown for yes/no", false, "等于", true);
     }
-    void numberOperators() {
-        QFETCH(double, field);
+    void operators() {
+        QFETCH(TFilterType, type);
+        QFETCH(QVariant, field);
         QFETCH(QString, op);
         QFETCH(QString, value);
         QFETCH(bool, accepts);
-        auto ds = oneRow({QString(), field});
-        TFilterItem item(QStringLiteral("Qty"), TFilterType::ftFilterNumber, op, value);
+        Row row;
+        QString name;
+        switch (type) {
+        case TFilterType::ftFilterText:
+            row.name = field.toString(), name = QStringLiteral("Name");
+            break;
+        case TFilterType::ftFilterNumber:
+            row.qty = field.toDouble(), name = QStringLiteral("Qty");
+            break;
+        case TFilterType::ftFilterDate:
+            row.day = field.toDouble(), name = QStringLiteral("Day");
+            break;
+        default:
+            row.flag = field.toBool(), name = QStringLiteral("Flag");
+            break;
+        }
+        auto ds = oneRow(row);
+        TFilterItem item(name, type, op, value);
         QCOMPARE(item.CanAccept(*ds), accepts);
     }
 
@@ -257,189 +231,47 @@ private Q_SLOTS:
         QCOMPARE(item.GetFieldTypeName(), QString());
     }
 
-    void dateComparisons_data() {
-        QTest::addColumn<TDateTime>("field");
-        QTest::addColumn<QString>("op");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<bool>("accepts");
-        const TDateTime sameDayLate = at(2024, 3, 5, 23, 59);
-        const TDateTime nextDay = at(2024, 3, 6, 0, 1);
-        const TDateTime dayBefore = at(2024, 3, 4, 12, 0);
-        QTest::newRow("等于 same day refuses") << sameDayLate << "等于"
-                                               << "2024/3/5" << false;
-        QTest::newRow("等于 next day accepts") << nextDay << "等于"
-                                               << "2024/3/5" << true;
-        QTest::newRow("等于 day before refuses") << dayBefore << "等于"
-                                                 << "2024/3/5" << false;
-        QTest::newRow("大于 same day") << sameDayLate << "大于"
-                                       << "2024/3/5" << false;
-        QTest::newRow("大于 next day") << nextDay << "大于"
-                                       << "2024-03-05" << true;
-        QTest::newRow("小于 day before") << dayBefore << "小于"
-                                         << "2024/3/5" << true;
-        QTest::newRow("小于 same day") << sameDayLate << "小于"
-                                       << "2024/3/5" << false;
-        QTest::newRow("大于等于 same day") << sameDayLate << "大于等于"
-                                           << "2024/3/5 08:00" << true;
-        QTest::newRow("大于等于 day before") << dayBefore << "大于等于"
-                                             << "2024/3/5" << false;
-        QTest::newRow("小于等于 same day") << sameDayLate << "小于等于"
-                                           << "2024/3/5" << true;
-        QTest::newRow("小于等于 next day") << nextDay << "小于等于"
-                                           << "2024/3/5" << false;
-        QTest::newRow("不等于 same day") << sameDayLate << "不等于"
-                                         << "2024/3/5" << false;
-        QTest::newRow("不等于 next day") << nextDay << "不等于"
-                                         << "2024/3/5" << true;
-        QTest::newRow("unparsable value is day 0") << at(1899, 12, 31) << "大于"
-                                                   << "三月五日" << true;
-        QTest::newRow("empty value is day 0") << at(1899, 12, 30, 18, 0) << "大于"
-                                              << "" << false;
-        QTest::newRow("(全部)") << nextDay << "(全部)"
-                                << "x" << true;
-        QTest::newRow("text operator on date") << nextDay << "包含"
-                                               << "x" << true;
-    }
-    void dateComparisons() {
-        QFETCH(TDateTime, field);
-        QFETCH(QString, op);
-        QFETCH(QString, value);
-        QFETCH(bool, accepts);
-        auto ds = oneRow({QString(), 0, field});
-        TFilterItem item(QStringLiteral("Day"), TFilterType::ftFilterDate, op, value);
-        QCOMPARE(item.CanAccept(*ds), accepts);
-    }
-
     // Relative operators on fixed days: a Sunday (2024-03-10), the 1st of a
     // month (Friday 2024-03-01), the 31st (Sunday 2024-03-31), a leap day
     // (Thursday 2024-02-29), a year end (Tuesday 2024-12-31) and a week that
-    // begins on the 1st (Monday 2024-01-01, Monday 2024-07-01).
+    // begins on the 1st (Monday 2024-01-01). The week, month and year windows
+    // are checked day by day below; these rows pin their odd corners.
     void relativeDates_data() {
         QTest::addColumn<QDate>("today");
         QTest::addColumn<TDateTime>("field");
         QTest::addColumn<QString>("op");
         QTest::addColumn<QString>("value");
         QTest::addColumn<bool>("accepts");
-        const QDate sunday(2024, 3, 10);
-        QTest::newRow("昨天") << sunday << at(2024, 3, 9, 23, 0) << "昨天"
-                              << "" << true;
-        QTest::newRow("昨天 not today") << sunday << at(2024, 3, 10) << "昨天"
-                                        << "" << false;
-        QTest::newRow("今天 late") << sunday << at(2024, 3, 10, 23, 59) << "今天"
-                                   << "" << true;
-        QTest::newRow("今天 not tomorrow") << sunday << at(2024, 3, 11) << "今天"
-                                           << "" << false;
-        QTest::newRow("明天") << sunday << at(2024, 3, 11, 8, 0) << "明天"
-                              << "" << true;
-        QTest::newRow("最近N天 N-th day") << sunday << at(2024, 3, 7, 15, 0) << "最近N天"
-                                          << "3" << true;
-        QTest::newRow("最近N天 yesterday refused") << sunday << at(2024, 3, 9) << "最近N天"
-                                                   << "3" << false;
-        QTest::newRow("最近N天 today refused") << sunday << at(2024, 3, 10) << "最近N天"
-                                               << "3" << false;
-        QTest::newRow("最近N天 partial number") << sunday << at(2024, 3, 7) << "最近N天"
-                                                << "3天" << true;
-        QTest::newRow("最近N天 no number is today") << sunday << at(2024, 3, 10) << "最近N天"
-                                                    << "天" << true;
-        QTest::newRow("随后N天 N-th day") << sunday << at(2024, 3, 12) << "随后N天"
-                                          << "2" << true;
-        QTest::newRow("随后N天 tomorrow refused") << sunday << at(2024, 3, 11) << "随后N天"
-                                                  << "2" << false;
-        QTest::newRow("这个星期 Monday before Sunday") << sunday << at(2024, 3, 4) << "这个星期"
-                                                       << "" << true;
-        QTest::newRow("这个星期 the Sunday") << sunday << at(2024, 3, 10, 23, 0) << "这个星期"
-                                             << "" << true;
-        QTest::newRow("这个星期 previous Sunday") << sunday << at(2024, 3, 3, 23, 0) << "这个星期"
-                                                  << "" << false;
-        QTest::newRow("这个星期 next Monday") << sunday << at(2024, 3, 11) << "这个星期"
-                                              << "" << false;
-        QTest::newRow("上个星期 Monday") << sunday << at(2024, 2, 26) << "上个星期"
-                                         << "" << true;
-        QTest::newRow("上个星期 Sunday") << sunday << at(2024, 3, 3) << "上个星期"
-                                         << "" << true;
-        QTest::newRow("上个星期 this week") << sunday << at(2024, 3, 4) << "上个星期"
-                                            << "" << false;
-        QTest::newRow("下个星期 Monday") << sunday << at(2024, 3, 11) << "下个星期"
-                                         << "" << true;
-        QTest::newRow("下个星期 Sunday") << sunday << at(2024, 3, 17, 12, 0) << "下个星期"
-                                         << "" << true;
-        QTest::newRow("下个星期 week after") << sunday << at(2024, 3, 18) << "下个星期"
-                                             << "" << false;
-        QTest::newRow("上月 mid-month never") << sunday << at(2024, 2, 10) << "上月"
-                                              << "" << false;
-        QTest::newRow("本月 week start not 1st") << sunday << at(2024, 3, 5) << "本月"
-                                                 << "" << false;
-
-        const QDate first(2024, 3, 1);
-        QTest::newRow("1st 上月 leap day") << first << at(2024, 2, 29, 18, 0) << "上月"
-                                           << "" << true;
-        QTest::newRow("1st 上月 Feb 1") << first << at(2024, 2, 1) << "上月"
-                                        << "" << true;
-        QTest::newRow("1st 上月 this month") << first << at(2024, 3, 1) << "上月"
-                                             << "" << false;
-        QTest::newRow("1st 下月 April 30") << first << at(2024, 4, 30) << "下月"
-                                           << "" << true;
-        QTest::newRow("1st 下月 May 1") << first << at(2024, 5, 1) << "下月"
-                                        << "" << false;
-        QTest::newRow("1st 去年 is a month") << first << at(2023, 3, 15) << "去年"
-                                             << "" << true;
-        QTest::newRow("1st 去年 other month") << first << at(2023, 6, 15) << "去年"
-                                              << "" << false;
-        QTest::newRow("1st 明年 is a month") << first << at(2025, 3, 31) << "明年"
-                                             << "" << true;
-        QTest::newRow("1st 本月 week began in Feb") << first << at(2024, 3, 5) << "本月"
-                                                    << "" << false;
-        QTest::newRow("1st 昨天 leap day") << first << at(2024, 2, 29) << "昨天"
-                                           << "" << true;
-
-        const QDate thirtyFirst(2024, 3, 31);
-        QTest::newRow("31st 上月 never") << thirtyFirst << at(2024, 2, 29) << "上月"
-                                         << "" << false;
-        QTest::newRow("31st 下月 never") << thirtyFirst << at(2024, 4, 30) << "下月"
-                                         << "" << false;
-        QTest::newRow("31st 这个星期 Monday") << thirtyFirst << at(2024, 3, 25) << "这个星期"
-                                              << "" << true;
-        QTest::newRow("31st 明天") << thirtyFirst << at(2024, 4, 1) << "明天"
-                                   << "" << true;
-
-        const QDate leap(2024, 2, 29);
-        QTest::newRow("leap 这个星期 Monday") << leap << at(2024, 2, 26) << "这个星期"
-                                              << "" << true;
-        QTest::newRow("leap 这个星期 Sunday in March") << leap << at(2024, 3, 3) << "这个星期"
-                                                       << "" << true;
-        QTest::newRow("leap 明天") << leap << at(2024, 3, 1) << "明天"
-                                   << "" << true;
-        QTest::newRow("leap 最近N天 365") << leap << at(2023, 3, 1) << "最近N天"
-                                          << "365" << true;
-        QTest::newRow("leap 去年 never") << leap << at(2023, 2, 28) << "去年"
-                                         << "" << false;
-
-        const QDate yearEnd(2024, 12, 31);
-        QTest::newRow("year end 明天") << yearEnd << at(2025, 1, 1) << "明天"
-                                       << "" << true;
-        QTest::newRow("year end 这个星期 into next year") << yearEnd << at(2025, 1, 5) << "这个星期"
-                                                          << "" << true;
-        QTest::newRow("year end 下个星期") << yearEnd << at(2025, 1, 6) << "下个星期"
-                                           << "" << true;
-        QTest::newRow("year end 明年 never") << yearEnd << at(2025, 12, 31) << "明年"
-                                             << "" << false;
-        QTest::newRow("year end 今年 never") << yearEnd << at(2024, 12, 15) << "今年"
-                                             << "" << false;
-
-        const QDate monday1st(2024, 1, 3); // week began on Monday 2024-01-01
-        QTest::newRow("week from 1st 本月 accepts") << monday1st << at(2024, 1, 31) << "本月"
-                                                    << "" << true;
-        QTest::newRow("week from 1st 本月 next month") << monday1st << at(2024, 2, 1) << "本月"
-                                                       << "" << false;
-        QTest::newRow("week from 1st 今年 is a month") << monday1st << at(2024, 1, 20) << "今年"
-                                                       << "" << true;
-        QTest::newRow("week from 1st 今年 March refused") << monday1st << at(2024, 3, 20) << "今年"
-                                                          << "" << false;
-        const QDate july(2024, 7, 7); // Sunday; week began Monday 2024-07-01
-        QTest::newRow("July 今年 accepts July") << july << at(2024, 7, 31) << "今年"
-                                                << "" << true;
-        QTest::newRow("July 今年 refuses June") << july << at(2024, 6, 30) << "今年"
-                                                << "" << false;
+        const auto add = [](const char* name, QDate today, TDateTime field, const char* op, const char* value,
+                            bool ok) {
+            QTest::newRow(name) << today << field << QString::fromUtf8(op) << QString::fromUtf8(value) << ok;
+        };
+        const QDate sunday(2024, 3, 10), first(2024, 3, 1), thirtyFirst(2024, 3, 31), leap(2024, 2, 29),
+            yearEnd(2024, 12, 31), monday1st(2024, 1, 3);
+        add("昨天", sunday, at(2024, 3, 9, 23, 0), "昨天", "", true);
+        add("昨天 not today", sunday, at(2024, 3, 10), "昨天", "", false);
+        add("今天 late", sunday, at(2024, 3, 10, 23, 59), "今天", "", true);
+        add("今天 not tomorrow", sunday, at(2024, 3, 11), "今天", "", false);
+        add("明天", sunday, at(2024, 3, 11, 8, 0), "明天", "", true);
+        add("最近N天 N-th day", sunday, at(2024, 3, 7, 15, 0), "最近N天", "3", true);
+        add("最近N天 yesterday refused", sunday, at(2024, 3, 9), "最近N天", "3", false);
+        add("最近N天 today refused", sunday, at(2024, 3, 10), "最近N天", "3", false);
+        add("最近N天 partial number", sunday, at(2024, 3, 7), "最近N天", "3天", true);
+        add("最近N天 no number is today", sunday, at(2024, 3, 10), "最近N天", "天", true);
+        add("随后N天 N-th day", sunday, at(2024, 3, 12), "随后N天", "2", true);
+        add("随后N天 tomorrow refused", sunday, at(2024, 3, 11), "随后N天", "2", false);
+        add("这个星期 the Sunday", sunday, at(2024, 3, 10, 23, 0), "这个星期", "", true);
+        add("本月 week start not 1st", sunday, at(2024, 3, 5), "本月", "", false);
+        add("1st 上月 leap day", first, at(2024, 2, 29, 18, 0), "上月", "", true);
+        add("1st 去年 is a month", first, at(2023, 3, 15), "去年", "", true);
+        add("1st 昨天 leap day", first, at(2024, 2, 29), "昨天", "", true);
+        add("31st 上月 never", thirtyFirst, at(2024, 2, 29), "上月", "", false);
+        add("31st 明天", thirtyFirst, at(2024, 4, 1), "明天", "", true);
+        add("leap 明天", leap, at(2024, 3, 1), "明天", "", true);
+        add("leap 最近N天 365", leap, at(2023, 3, 1), "最近N天", "365", true);
+        add("year end 明天", yearEnd, at(2025, 1, 1), "明天", "", true);
+        add("year end 这个星期 into next year", yearEnd, at(2025, 1, 5), "这个星期", "", true);
+        add("week from 1st 本月 accepts", monday1st, at(2024, 1, 31), "本月", "", true);
     }
     void relativeDates() {
         QFETCH(QDate, today);
@@ -505,18 +337,6 @@ private Q_SLOTS:
         QVERIFY(accepted > 100); // the windows are not all empty
     }
 
-    void todayFollowsTheClock() {
-        auto ds = oneRow({QString(), 0, at(2024, 3, 10, 12, 0)});
-        TFilterItem item(QStringLiteral("Day"), TFilterType::ftFilterDate, QStringLiteral("这个星期"),
-                         QString());
-        fixToday(QDate(2024, 3, 10));
-        QVERIFY(item.CanAccept(*ds));
-        fixToday(QDate(2024, 3, 11));
-        QVERIFY(!item.CanAccept(*ds));
-        fixToday(QDate(2024, 3, 4));
-        QVERIFY(item.CanAccept(*ds));
-    }
-
     void passReadsTheClockOnce() {
         auto ds = oneRow({QString(), 0, at(2024, 3, 10, 12, 0)});
         TFilterList list;
@@ -527,27 +347,7 @@ private Q_SLOTS:
             fixToday(QDate(2024, 3, 11));
             QVERIFY(list.Accepts(*ds)); // still the day the pass began
         }
-        QVERIFY(!list.Accepts(*ds)); // after the pass the clock is read again
-    }
-
-    void booleanOperators_data() {
-        QTest::addColumn<bool>("field");
-        QTest::addColumn<QString>("op");
-        QTest::addColumn<bool>("accepts");
-        QTest::newRow("是 true") << true << "是" << true;
-        QTest::newRow("是 false") << false << "是" << false;
-        QTest::newRow("否 true") << true << "否" << false;
-        QTest::newRow("否 false") << false << "否" << true;
-        QTest::newRow("(全部)") << false << "(全部)" << true;
-        QTest::newRow("等于 unknown for yes/no") << false << "等于" << true;
-    }
-    void booleanOperators() {
-        QFETCH(bool, field);
-        QFETCH(QString, op);
-        QFETCH(bool, accepts);
-        auto ds = oneRow({QString(), 0, 0, field});
-        TFilterItem item(QStringLiteral("Flag"), TFilterType::ftFilterBoolean, op, QString());
-        QCOMPARE(item.CanAccept(*ds), accepts);
+        QVERIFY(!list.Accepts(*ds)); // after the pass the clock is read on every call
     }
 
     void everyOfferedOperatorIsUnderstood() {
@@ -623,11 +423,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QDate>("date");
         QTest::newRow("short format") << "2024/3/5" << QDate(2024, 3, 5);
-        QTest::newRow("short format padded") << "2024/03/05" << QDate(2024, 3, 5);
         QTest::newRow("with time") << "2024/3/5 14:30" << QDate(2024, 3, 5);
-        QTest::newRow("with seconds") << "2024/3/5 14:30:59" << QDate(2024, 3, 5);
         QTest::newRow("iso") << "2024-03-05" << QDate(2024, 3, 5);
-        QTest::newRow("iso with time") << "2024-03-05 23:59:59" << QDate(2024, 3, 5);
         QTest::newRow("iso T") << "2024-03-05T10:00:00" << QDate(2024, 3, 5);
         QTest::newRow("blanks around") << "  2024/2/29 " << QDate(2024, 2, 29);
         QTest::newRow("empty") << "" << QDate();
@@ -652,7 +449,6 @@ private Q_SLOTS:
         QTest::newRow("decimal part dropped") << "3.7" << 3;
         QTest::newRow("sign") << " -3" << -3;
         QTest::newRow("none") << "abc" << 0;
-        QTest::newRow("empty") << "" << 0;
     }
     void myStrToInt() {
         QFETCH(QString, text);
@@ -666,17 +462,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("name");
         const auto keep = TFilterType::ftFilterBoolean; // the "current" value passed in
         QTest::newRow("string") << TFieldType::ftString << TFilterType::ftFilterText << "文本";
-        QTest::newRow("memo") << TFieldType::ftMemo << TFilterType::ftFilterText << "文本";
         QTest::newRow("wide string") << TFieldType::ftWideString << TFilterType::ftFilterText << "文本";
         QTest::newRow("FMT-BCD is a number") << TFieldType::ftFMTBcd << TFilterType::ftFilterNumber << "数值";
         QTest::newRow("bytes is a number") << TFieldType::ftBytes << TFilterType::ftFilterNumber << "数值";
         QTest::newRow("integer") << TFieldType::ftInteger << TFilterType::ftFilterNumber << "数值";
-        QTest::newRow("currency") << TFieldType::ftCurrency << TFilterType::ftFilterNumber << "数值";
         QTest::newRow("time") << TFieldType::ftTime << TFilterType::ftFilterDate << "日期";
-        QTest::newRow("date-time") << TFieldType::ftDateTime << TFilterType::ftFilterDate << "日期";
         QTest::newRow("boolean") << TFieldType::ftBoolean << TFilterType::ftFilterBoolean << "是否";
         QTest::newRow("blob keeps") << TFieldType::ftBlob << keep << "";
-        QTest::newRow("unknown keeps") << TFieldType::ftUnknown << keep << "";
     }
     void fieldTypeMappings() {
         QFETCH(TFieldType, fieldType);
@@ -708,34 +500,6 @@ private Q_SLOTS:
         QCOMPARE(list.FindByField(QStringLiteral("Day")), nullptr);
         list.Clear();
         QVERIFY(list.IsEmpty());
-    }
-
-    void listAsRecordFilter() {
-        fixToday(QDate(2024, 3, 10));
-        std::vector<Row> rows;
-        for (int i = 0; i < 30; ++i)
-            rows.push_back({i % 2 ? QStringLiteral("北京%1").arg(i) : QStringLiteral("上海%1").arg(i),
-                            double(i), at(2024, 3, 1) + i});
-        TClientDataSet ds;
-        load(ds, rows);
-        TFilterList list;
-        list.Add(QStringLiteral("Name"), TFilterType::ftFilterText, QStringLiteral("包含"),
-                 QStringLiteral("北京"));
-        list.Add(QStringLiteral("Day"), TFilterType::ftFilterDate, QStringLiteral("这个星期"), QString());
-        ds.SetOnFilterRecord([&list](TDataSet& d, bool& accept) { accept = list.Accepts(d); });
-        {
-            auto pass = list.BeginPass();
-            ds.SetFiltered(true);
-        }
-        // The week 2024-03-04 .. 03-10 is rows 3..9; the odd rows are 北京.
-        QCOMPARE(names(ds), (QStringList{"北京3", "北京5", "北京7", "北京9"}));
-        // The next Sunday's week is rows 10..16.
-        fixToday(QDate(2024, 3, 17));
-        {
-            auto pass = list.BeginPass();
-            ds.Refilter();
-        }
-        QCOMPARE(names(ds), (QStringList{"北京11", "北京13", "北京15"}));
     }
 
     void fieldFollowsTheDatasetLayout() {

@@ -39,36 +39,25 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("views");
         const QStringList shared{"常用视图\\北京客户", "常用视图\\本月新增客户", "常用视图\\代理商",
                                  "旧版视图\\上海客户"};
+        const auto add = [](const char* row, const char* ext, const char* user, const char* groups,
+                            const QStringList& views) {
+            QTest::newRow(row) << QString::fromUtf8(ext) << QString::fromUtf8(user)
+                               << QString::fromUtf8(groups) << views;
+        };
         // Shared views only: a user with no rights of any kind.
-        QTest::newRow("shared only") << ".CUS"
-                                     << "nobody"
-                                     << "" << shared;
+        add("shared only", ".CUS", "nobody", "", shared);
         // Owner of a private view, and of one that lists other users.
-        QTest::newRow("owner")
-            << ".CUS"
-            << "lina"
-            << ""
-            << QStringList{"常用视图\\北京客户", "常用视图\\本月新增客户",       "常用视图\\代理商",
-                           "旧版视图\\上海客户", "销售分析\\重点或大额信用客户", "销售分析\\最近30天拜访"};
+        add("owner", ".CUS", "lina", "",
+            shared + QStringList{"销售分析\\重点或大额信用客户", "销售分析\\最近30天拜访"});
         // Allowed by name only.
-        QTest::newRow("allowed user") << ".CUS"
-                                      << "wangfang"
-                                      << "" << shared + QStringList{"销售分析\\重点或大额信用客户"};
+        add("allowed user", ".CUS", "wangfang", "", shared + QStringList{"销售分析\\重点或大额信用客户"});
         // Allowed by group only, the group given in its two-character form.
-        QTest::newRow("allowed group") << ".CUS"
-                                       << "machao"
-                                       << "[C" << QStringList{"客服专区\\待回访客户"} + shared;
-        QTest::newRow("group of several")
-            << ".SAL"
-            << "wujie"
-            << "[B[D" << QStringList{"财务\\大额销售单", "常用视图\\今天的销售单", "常用视图\\未审核销售单"};
+        add("allowed group", ".CUS", "machao", "[C", QStringList{"客服专区\\待回访客户"} + shared);
+        add("group of several", ".SAL", "wujie", "[B[D",
+            {"财务\\大额销售单", "常用视图\\今天的销售单", "常用视图\\未审核销售单"});
         // A name that is a prefix of an allowed one is not allowed.
-        QTest::newRow("prefix of a name") << ".CUS"
-                                          << "lin"
-                                          << "" << shared;
-        QTest::newRow("other extension") << ".PRD"
-                                         << "admin"
-                                         << "[A" << QStringList();
+        add("prefix of a name", ".CUS", "lin", "", shared);
+        add("other extension", ".PRD", "admin", "[A", {});
     }
     void visibleViews() {
         QFETCH(QString, ext);
@@ -170,22 +159,17 @@ private Q_SLOTS:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("kept");
-        QTest::newRow("initials") << "北京客户"
-                                  << "bjkh" << true;
-        QTest::newRow("initials, capitals") << "北京客户"
-                                            << "BJ" << true;
-        QTest::newRow("initials inside") << "本月新增客户"
-                                         << "xzkh" << true;
-        QTest::newRow("other initials") << "北京重点客户"
-                                        << "bjkh" << false;
-        QTest::newRow("text") << "重点或大额信用客户"
-                              << "大额" << true;
-        QTest::newRow("latin text, case") << "VIP客户"
-                                          << "vip" << true;
-        QTest::newRow("no match") << "代理商"
-                                  << "北京" << false;
-        QTest::newRow("empty keeps all") << "代理商"
-                                         << "  " << true;
+        const auto add = [](const char* row, const char* name, const char* text, bool kept) {
+            QTest::newRow(row) << QString::fromUtf8(name) << QString::fromUtf8(text) << kept;
+        };
+        add("initials", "北京客户", "bjkh", true);
+        add("initials, capitals", "北京客户", "BJ", true);
+        add("initials inside", "本月新增客户", "xzkh", true);
+        add("other initials", "北京重点客户", "bjkh", false);
+        add("text", "重点或大额信用客户", "大额", true);
+        add("latin text, case", "VIP客户", "vip", true);
+        add("no match", "代理商", "北京", false);
+        add("empty keeps all", "代理商", "  ", true);
     }
     void searchBoxMatches() {
         QFETCH(QString, name);

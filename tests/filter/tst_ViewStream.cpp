@@ -90,16 +90,10 @@ private Q_SLOTS:
         TConditionList list;
         list.Add(QStringLiteral("a=1"), QStringLiteral("客户"), QStringLiteral("客户 是 "));
         // "客户" is BF CD BB A7 in GBK.
-        const QByteArray expected = Bytes()
-                                        .byte(3)
-                                        .byte(0)
-                                        .byte(0)
-                                        .int32(1)
-                                        .raw("a=1")
-                                        .raw("\xBF\xCD\xBB\xA7")
-                                        .raw("\xBF\xCD\xBB\xA7 \xCA\xC7 ")
-                                        .data;
-        QCOMPARE(save(list, false), expected);
+        Bytes expected;
+        expected.byte(3).byte(0).byte(0).int32(1).raw("a=1");
+        expected.raw("\xBF\xCD\xBB\xA7").raw("\xBF\xCD\xBB\xA7 \xCA\xC7 ");
+        QCOMPARE(save(list, false), expected.data);
         QCOMPARE(save(TConditionList(), true), Bytes().byte(3).byte(0).byte(1).int32(0).data);
     }
 
@@ -160,22 +154,11 @@ private Q_SLOTS:
         QTest::newRow("version 2 raw sql")
             << Bytes().byte(2).byte(1).raw("select 1 where \xBF\xCD\xBB\xA7='x'").data
             << "select 1 where 客户='x'" << true;
-        QTest::newRow("version 3 match one") << Bytes()
-                                                    .byte(3)
-                                                    .byte(0)
-                                                    .byte(0)
-                                                    .int32(3)
-                                                    .raw("p1")
-                                                    .raw("")
-                                                    .raw("")
-                                                    .raw("p2")
-                                                    .raw("")
-                                                    .raw("")
-                                                    .raw("p3")
-                                                    .raw("")
-                                                    .raw("")
-                                                    .data
-                                             << " and (p1 OR p2 OR p3 )" << false;
+        Bytes three;
+        three.byte(3).byte(0).byte(0).int32(3);
+        for (const char* piece : {"p1", "p2", "p3"})
+            three.raw(piece).raw("").raw("");
+        QTest::newRow("version 3 match one") << three.data << " and (p1 OR p2 OR p3 )" << false;
         QTest::newRow("no conditions") << Bytes().byte(3).byte(0).byte(1).int32(0).data << " )" << false;
         QTest::newRow("negative count") << Bytes().byte(3).byte(0).byte(1).int32(-5).data << " )" << false;
         QTest::newRow("raw sql ignores match byte")

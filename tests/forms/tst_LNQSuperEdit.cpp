@@ -95,30 +95,25 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected"); // empty: no query runs
 
         const QString base = QStringLiteral("select iCustomerNo, vPYCode from Cust_CustomersMain");
-        QTest::newRow("apostrophe doubled")
-            << base << "vCustomerName" << false << "O'Neil" << base + " where vPYCode like '%O''Neil%'";
-        QTest::newRow("letters win over digits")
-            << base << "vCustomerName" << false << "12a" << base + " where vPYCode like '%12a%'";
-        QTest::newRow("digits only") << base << "vCustomerName" << false << "123"
-                                     << base + " where iCustomerNo like '%123%'";
-        QTest::newRow("chinese") << base << "vCustomerName" << false << "华信A"
-                                 << base + " where vCustomerName like '%华信A%'";
-        QTest::newRow("chinese without value field") << base << "" << false << "华信"
-                                                     << "";
-        QTest::newRow("punctuation only") << base << "vCustomerName" << false << "-/ "
-                                          << "";
-        QTest::newRow("lower-case where and authority")
-            << base + " where bIsAgent = 0"
-            << "vCustomerName" << true << "bj"
-            << base + " where bIsAgent = 0 and vPYCode like '%bj%' and vProvince = '北京'";
-        QTest::newRow("authority after the filter's where")
-            << base << "vCustomerName" << true << "bj"
-            << base + " where vPYCode like '%bj%' and vProvince = '北京'";
-        QTest::newRow("authority only for customers")
-            << "select iProductNo as iCustomerNo, vProductName as vPYCode from St_Products"
-            << "vCustomerName" << true << "7"
-            << "select iProductNo as iCustomerNo, vProductName as vPYCode from St_Products where iCustomerNo "
-               "like '%7%'";
+        const auto add = [](const char* row, const QString& sqls, const char* valueField, bool authority,
+                            const char* typed, const QString& expected) {
+            QTest::newRow(row) << sqls << QString::fromUtf8(valueField) << authority
+                               << QString::fromUtf8(typed) << expected;
+        };
+        const char* v = "vCustomerName";
+        add("apostrophe doubled", base, v, false, "O'Neil", base + " where vPYCode like '%O''Neil%'");
+        add("letters win over digits", base, v, false, "12a", base + " where vPYCode like '%12a%'");
+        add("digits only", base, v, false, "123", base + " where iCustomerNo like '%123%'");
+        add("chinese", base, v, false, "华信A", base + " where vCustomerName like '%华信A%'");
+        add("chinese without value field", base, "", false, "华信", "");
+        add("punctuation only", base, v, false, "-/ ", "");
+        add("lower-case where and authority", base + " where bIsAgent = 0", v, true, "bj",
+            base + " where bIsAgent = 0 and vPYCode like '%bj%' and vProvince = '北京'");
+        add("authority after the filter's where", base, v, true, "bj",
+            base + " where vPYCode like '%bj%' and vProvince = '北京'");
+        const QString products = "select iProductNo as iCustomerNo, vProductName as vPYCode from St_Products";
+        add("authority only for customers", products, v, true, "7",
+            products + " where iCustomerNo like '%7%'");
     }
     void filterSql() {
         QFETCH(QString, sqls);
@@ -236,15 +231,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("sqls");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("rows") << kCustomers << "bjhx"
-                              << "";
-        QTest::newRow("no rows") << kCustomers << "zzzzq"
-                                 << "无内容显示";
-        QTest::newRow("missing table") << "select * from NoSuchTable"
-                                       << "bj"
-                                       << "无法打开数据集";
-        QTest::newRow("hostile text stays quoted") << kCustomers << "x' or 1=1 --"
-                                                   << "无内容显示";
+        const auto add = [](const char* row, const QString& sqls, const char* typed, const char* shown) {
+            QTest::newRow(row) << sqls << QString::fromUtf8(typed) << QString::fromUtf8(shown);
+        };
+        add("rows", kCustomers, "bjhx", "");
+        add("no rows", kCustomers, "zzzzq", "无内容显示");
+        add("missing table", "select * from NoSuchTable", "bj", "无法打开数据集");
+        add("hostile text stays quoted", kCustomers, "x' or 1=1 --", "无内容显示");
     }
     void messagesInPlaceOfTheGrid() {
         QFETCH(QString, sqls);

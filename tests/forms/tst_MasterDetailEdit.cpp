@@ -1,7 +1,5 @@
-#include "common/HostServices.h"
-#include "common/SampleDb.h"
+#include "common/FormFixture.h"
 #include "common/TestMain.h"
-#include "common/WidgetDriver.h"
 #include "forms/MasterDetailEdit_ui.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Clock.h"
@@ -13,7 +11,6 @@
 #include <QDateTimeEdit>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QTemporaryDir>
 #include <QToolButton>
 
 using namespace lnq;
@@ -85,41 +82,15 @@ protected:
     bool CanUndoConfirm() override { return allowUndo; }
 };
 
-struct Fixture {
-    QTemporaryDir dir;
-    TADOConnection ado;
-    std::shared_ptr<UserConnection> conn;
-    HostServices services;
-    std::unique_ptr<OrderForm> form;
-    QStringList messages;
-    int answer = id::Yes;
-
-    explicit Fixture(const QString& word = {}) {
-        openSmallSample(ado, dir.filePath("s.db"));
-        conn = std::make_shared<UserConnection>(ado);
-        form = std::make_unique<OrderForm>(conn, &services);
-        form->word = word;
-        form->OnMessageBox = [this](const QString& text, const QString&, int) {
-            messages << text;
-            return answer;
-        };
-        form->FormCreate();
-        form->resize(800, 500);
-        form->show();
-        form->activateWindow();
-        (void)QTest::qWaitForWindowActive(form.get());
+struct Fixture : FormFixture<OrderForm> {
+    explicit Fixture(const QString& word = {})
+        : FormFixture({800, 500}, [&word](OrderForm& f) { f.word = word; }) {}
+    // A column expression of the order's master row; the count of its lines.
+    QVariant master(const char* expr, int key) {
+        return scalar(QString("select ") + expr + " from Sal_SaleMain where iNo=" + QString::number(key));
     }
-    TLNQStringGrid& grid() { return *form->DetailGrid(); }
-    QVariant scalar(const QString& sql) {
-        auto ds = conn->ExecuteWithQuery(sql);
-        return ds->IsEmpty() ? QVariant() : ds->Fields(0).AsVariant();
-    }
-    // Types into a cell as a user does and leaves it with Enter.
-    void typeCell(const char* col, int row, const QString& text) {
-        grid().setFocus();
-        grid().FocusCell(grid().ColByName(col), row);
-        typeKeys(&grid(), text);
-        pressKey(&grid(), Qt::Key_Return);
+    int lineCount(int key) {
+        return scalar("select count(*) from Sal_SaleDetail where iMasterNo=" + QString::number(key)).toInt();
     }
     void click(const char* button) { QTest::mouseClick(form->Button(button), Qt::LeftButton); }
     // A new order with two lines, saved; its key.
@@ -152,21 +123,11 @@ private Q_SLOTS:
         const int key = f.enterOrder("XS-T-1");
         QVERIFY2(key > 0, qPrintable(f.messages.join('|')));
         QVERIFY(!f.form->Modified());
-        QCOMPARE(
-            f.scalar("select vCustomerName from Sal_SaleMain where iNo=" + QString::number(key)).toString(),
-            QStringLiteral("北京华信通达科技有限公司"));
-        QCOMPARE(
-            f.scalar(
-                 "select vCreateUser + '/' + vModifyUser + '/' + vConfirmState from Sal_SaleMain where iNo=" +
-                 QString::number(key))
-                .toString(),
-            QStringLiteral("zhangwei/zhangwei/未确认"));
-        QCOMPARE(
-            f.scalar("select dCreateDate from Sal_SaleMain where iNo=" + QString::number(key)).toDateTime(),
-            QDateTime(QDate(2026, 3, 9), QTime(10, 30)));
-        QCOMPARE(
-            f.scalar("select count(*) from Sal_SaleDetail where iMasterNo=" + QString::number(key)).toInt(),
-            2);
+        QCOMPARE(f.master("vCustomerName", key).toString(), QStringLiteral("北京华信通达科技有限公司"));
+        QCOMPARE(f.master("vCreateUser + '/' + vModifyUser + '/' + vConfirmState", key).toString(),
+                 QStringLiteral("zhangwei/zhangwei/未确认"));
+        QCOMPARE(f.master("dCreateDate", key).toDateTime(), QDateTime(QDate(2026, 3, 9), QTime(10, 30)));
+        QCOMPARE(f.lineCount(key), 2);
         QCOMPARE(f.scalar("select sum(mAmount) from Sal_SaleDetail where iMasterNo=" + QString::number(key))
                      .toDouble(),
                  57.5);
@@ -225,12 +186,8 @@ private Q_SLOTS:
         f.click("SpeedButtonDoConfirm");
         QVERIFY(f.form->Confirmed());
         QCOMPARE(f.messages.last(), w + "成功");
-        QCOMPARE(f.scalar("select vConfirmState + '/' + vConfirmUser from Sal_SaleMain where iNo=" +
-                          QString::number(key))
-                     .toString(),
-                 "已" + w + "/张伟");
-        QCOMPARE(f.scalar("select dConfirmDate from Sal_SaleMain where iNo=" + QString::number(key)).toDate(),
-                 QDate(2026, 3, 9));
+        QCOMPARE(f.master("vConfirmState + '/' + vConfirmUser", key).toString(), "已" + w + "/张伟");
+        QCOMPARE(f.master("dConfirmDate", key).toDate(), QDate(2026, 3, 9));
         QCOMPARE(f.scalar("select count(*) from Sal_SaleDetail" + where + " and vConfirmState='已" + w + "'")
                      .toInt(),
                  2);
@@ -271,9 +228,7 @@ private Q_SLOTS:
         const int key = f.enterOrder("XS-T-3");
         if (operation == "undo") QVERIFY(f.form->DoConfirm());
         const auto veto = [](TMasterDetailEditfm&, bool& can) { can = false; };
-        const QString before = f.scalar("select vRemark + '/' + vConfirmState from Sal_SaleMain where iNo=" +
-                                        QString::number(key))
-                                   .toString();
+        const QString before = f.master("vRemark + '/' + vConfirmState", key).toString();
         bool done = true;
         if (operation == "save") {
             byEvent ? void(f.form->OnBeforeSave = veto) : void(f.form->allowSave = false);
@@ -292,13 +247,8 @@ private Q_SLOTS:
         }
         QVERIFY(!done);
         QCOMPARE(f.form->KeyValue(), key);
-        QCOMPARE(f.scalar("select vRemark + '/' + vConfirmState from Sal_SaleMain where iNo=" +
-                          QString::number(key))
-                     .toString(),
-                 before);
-        QCOMPARE(
-            f.scalar("select count(*) from Sal_SaleDetail where iMasterNo=" + QString::number(key)).toInt(),
-            2);
+        QCOMPARE(f.master("vRemark + '/' + vConfirmState", key).toString(), before);
+        QCOMPARE(f.lineCount(key), 2);
     }
 
     void deleteRemovesMasterAndLines() {
@@ -310,10 +260,8 @@ private Q_SLOTS:
         f.answer = id::Yes;
         f.click("SpeedButtonDelete");
         QCOMPARE(f.form->KeyValue(), 0);
-        QCOMPARE(f.scalar("select count(*) from Sal_SaleMain where iNo=" + QString::number(key)).toInt(), 0);
-        QCOMPARE(
-            f.scalar("select count(*) from Sal_SaleDetail where iMasterNo=" + QString::number(key)).toInt(),
-            0);
+        QCOMPARE(f.master("count(*)", key).toInt(), 0);
+        QCOMPARE(f.lineCount(key), 0);
     }
 
     void failedSaveRollsBackAndKeepsTheForm() {
@@ -328,10 +276,8 @@ private Q_SLOTS:
         QVERIFY(f.messages.last().startsWith("保存失败："));
         QVERIFY(f.messages.last().contains("数量超出范围"));
         // The database as it was: the old remark, the two old lines.
-        QVERIFY(f.scalar("select vRemark from Sal_SaleMain where iNo=" + QString::number(key)).isNull());
-        QCOMPARE(
-            f.scalar("select count(*) from Sal_SaleDetail where iMasterNo=" + QString::number(key)).toInt(),
-            2);
+        QVERIFY(f.master("vRemark", key).isNull());
+        QCOMPARE(f.lineCount(key), 2);
         // The form as the user left it.
         QCOMPARE(f.form->remark->text(), QStringLiteral("lost?"));
         QCOMPARE(f.form->DetailLineCount(), 3);

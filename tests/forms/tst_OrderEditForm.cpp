@@ -1,7 +1,5 @@
-#include "common/HostServices.h"
-#include "common/SampleDb.h"
+#include "common/FormFixture.h"
 #include "common/TestMain.h"
-#include "common/WidgetDriver.h"
 #include "demo/OrderEditForm_ui.h"
 #include "forms/Ctrl_LNQSuperEdit.h"
 #include "forms/Ctrl_SuperEditFm.h"
@@ -14,7 +12,6 @@
 
 #include <QDateTimeEdit>
 #include <QLabel>
-#include <QTemporaryDir>
 #include <QToolButton>
 
 using namespace lnq;
@@ -34,44 +31,9 @@ void chooseProductInDialogs(int productNo) {
     };
 }
 
-struct Fixture {
-    QTemporaryDir dir;
-    TADOConnection ado;
-    std::shared_ptr<UserConnection> conn;
-    HostServices services;
-    std::unique_ptr<TOrderEditfm> form;
-    QStringList messages;
-
-    explicit Fixture(const QByteArray& hostReceipt = {}) {
-        openSmallSample(ado, dir.filePath("s.db"));
-        conn = std::make_shared<UserConnection>(ado);
-        services.receiptNo = hostReceipt;
-        form = std::make_unique<TOrderEditfm>(conn, &services);
-        form->OnMessageBox = [this](const QString& text, const QString&, int) {
-            messages << text;
-            return id::Yes;
-        };
-        form->FormCreate();
-        form->resize(900, 520);
-        form->show();
-        form->activateWindow();
-        (void)QTest::qWaitForWindowActive(form.get());
-    }
-    TLNQStringGrid& grid() { return *form->DetailGrid(); }
-    QVariant scalar(const QString& sql) {
-        auto ds = conn->ExecuteWithQuery(sql);
-        return ds->IsEmpty() ? QVariant() : ds->Fields(0).AsVariant();
-    }
-    // A closed drop-down or dialog leaves no active window on the offscreen
-    // platform; the user's next click would activate the form again.
-    void activate() { QApplication::setActiveWindow(form.get()); }
-    void typeCell(const char* col, int row, const QString& text) {
-        activate();
-        grid().setFocus();
-        grid().FocusCell(grid().ColByName(col), row);
-        typeKeys(&grid(), text);
-        pressKey(&grid(), Qt::Key_Return);
-    }
+struct Fixture : FormFixture<TOrderEditfm> {
+    explicit Fixture(const QByteArray& hostReceipt = {})
+        : FormFixture({900, 520}, [&](TOrderEditfm&) { services.receiptNo = hostReceipt; }) {}
     void chooseCustomer(const QString& typed) {
         form->CustomerEdit()->setFocus();
         QTest::keyClicks(form->CustomerEdit(), typed);
@@ -144,11 +106,6 @@ private Q_SLOTS:
             f.scalar("select count(*) from Sal_SaleDetail where iMasterNo=" + k + " and iProductNo in (3,5)")
                 .toInt(),
             2);
-
-        if (const QByteArray shot = qgetenv("LNQ_ORDER_SHOT"); !shot.isEmpty()) {
-            QTest::qWait(50); // pending layout requests
-            f.form->grab().save(QString::fromLocal8Bit(shot));
-        }
 
         // Confirmed: the goods button and the customer are locked too.
         QVERIFY(f.form->DoConfirm());

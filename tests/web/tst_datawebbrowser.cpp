@@ -151,20 +151,18 @@ private Q_SLOTS:
     void hrefs_data() {
         QTest::addColumn<QString>("caption");
         QTest::addColumn<QString>("html");
-        QTest::newRow("web") << "网址"
-                             << "<a href=\"v\" target=\"_blank\">v</a>";
-        QTest::newRow("mail") << "邮箱"
-                              << "<a href=\"app://ShowMailManageDetail?Phone=v&k=1\">v</a>";
-        QTest::newRow("EMAIL") << "EMAIL"
-                               << "<a href=\"app://ShowMailManageDetail?Phone=v&k=1\">v</a>";
-        QTest::newRow("Email is no mail caption") << "Email"
-                                                  << "v";
-        QTest::newRow("mobile") << "移动电话"
-                                << "<a href=\"app://ShowMessageManageDetail?Phone=v&k=1\">v</a>";
-        QTest::newRow("mobile, short") << "手机"
-                                       << "<a href=\"app://ShowMessageManageDetail?Phone=v&k=1\">v</a>";
-        QTest::newRow("other") << "电话"
-                               << "v";
+        const auto add = [](const char* row, const char* caption, const char* html) {
+            QTest::newRow(row) << QString::fromUtf8(caption) << QString::fromUtf8(html);
+        };
+        const char* mail = "<a href=\"app://ShowMailManageDetail?Phone=v&k=1\">v</a>";
+        const char* mobile = "<a href=\"app://ShowMessageManageDetail?Phone=v&k=1\">v</a>";
+        add("web", "网址", "<a href=\"v\" target=\"_blank\">v</a>");
+        add("mail", "邮箱", mail);
+        add("EMAIL", "EMAIL", mail);
+        add("Email is no mail caption", "Email", "v");
+        add("mobile", "移动电话", mobile);
+        add("mobile, short", "手机", mobile);
+        add("other", "电话", "v");
     }
     void hrefs() {
         QFETCH(QString, caption);
@@ -192,17 +190,17 @@ private Q_SLOTS:
         QTest::addColumn<bool>("handler");
         QTest::addColumn<QString>("toApp");
         QTest::addColumn<QString>("toDesktop");
-        QTest::newRow("app link keeps its case")
-            << "app://ShowContactDetail?iCustomerNo=5" << true << "app://ShowContactDetail?iCustomerNo=5"
-            << "";
-        QTest::newRow("scheme in capitals") << "APP://Edit?Key=1" << true << "APP://Edit?Key=1"
-                                            << "";
-        QTest::newRow("mixed case") << "App://x" << true << "App://x"
-                                    << "";
-        QTest::newRow("web link") << "http://www.Example.cn/a" << true << ""
-                                  << "http://www.example.cn/a";
-        QTest::newRow("app link, no handler") << "app://X" << false << ""
-                                              << "";
+        const auto add = [](const char* row, const char* href, bool handler, const char* toApp,
+                            const char* toDesktop) {
+            QTest::newRow(row) << QString::fromUtf8(href) << handler << QString::fromUtf8(toApp)
+                               << QString::fromUtf8(toDesktop);
+        };
+        add("app link keeps its case", "app://ShowContactDetail?iCustomerNo=5", true,
+            "app://ShowContactDetail?iCustomerNo=5", "");
+        add("scheme in capitals", "APP://Edit?Key=1", true, "APP://Edit?Key=1", "");
+        add("mixed case", "App://x", true, "App://x", "");
+        add("web link", "http://www.Example.cn/a", true, "", "http://www.example.cn/a");
+        add("app link, no handler", "app://X", false, "", "");
     }
     void navigation() {
         QFETCH(QString, href);
