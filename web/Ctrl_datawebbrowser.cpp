@@ -67,7 +67,19 @@ void TLNQDataWebBrowser::keyPressEvent(QKeyEvent* event) {
 
 void TLNQDataWebBrowser::LoadHtml(const QString& html) {
     m_html = html;
-    setHtml(html);
+    m_pagePending = true;
+    if (isVisible()) EnsurePageLoaded();
+}
+
+void TLNQDataWebBrowser::EnsurePageLoaded() {
+    if (!m_pagePending) return;
+    m_pagePending = false;
+    setHtml(m_html);
+}
+
+void TLNQDataWebBrowser::showEvent(QShowEvent* event) {
+    EnsurePageLoaded();
+    QTextBrowser::showEvent(event);
 }
 
 void TLNQDataWebBrowser::CommShowDataSet(const TDataSet& dataSet, const QString& layoutName) {

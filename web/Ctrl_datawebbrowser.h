@@ -63,6 +63,11 @@ public:
 
     // The HTML last loaded, exactly as built.
     const QString& PageHtml() const { return m_html; }
+    // The page is laid out for the width it is shown at: while the viewer is
+    // hidden (a collapsed side panel, a form being built) the newest page
+    // waits and is laid out once when the viewer appears, not at every record
+    // change and every resize before that. This lays out a waiting page now.
+    void EnsurePageLoaded();
 
     // How links other than app:// open; the desktop's handler unless replaced.
     std::function<void(const QUrl& url)> OnOpenExternal;
@@ -73,12 +78,14 @@ public:
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void LoadHtml(const QString& html);
 
     TDataWebPage m_page;
     QString m_html;
+    bool m_pagePending = false;
     QString m_pressedHref; // raw href under the last mouse press / keyboard focus
 };
 

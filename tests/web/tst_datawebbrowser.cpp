@@ -107,7 +107,16 @@ private Q_SLOTS:
             cells("网址", 10, "<a href=\"http://a.cn/B\" target=\"_blank\">http://a.cn/B</a>", 23) +
             QStringLiteral("</tr></table></body></html>");
         QCOMPARE(browser.PageHtml(), expected);
-        // The page is shown as well as kept.
+        // A hidden viewer lays the page out when it appears; a shown one at once.
+        QVERIFY(browser.toPlainText().isEmpty());
+        browser.show();
+        QVERIFY(browser.toPlainText().contains(QStringLiteral("北京华信")));
+        browser.ShowText(QStringLiteral("全部客户"));
+        QCOMPARE(browser.toPlainText(), QStringLiteral("全部客户"));
+        browser.hide();
+        browser.CommShowDataSet(*ds);
+        QCOMPARE(browser.toPlainText(), QStringLiteral("全部客户"));
+        browser.EnsurePageLoaded();
         QVERIFY(browser.toPlainText().contains(QStringLiteral("北京华信")));
     }
 
