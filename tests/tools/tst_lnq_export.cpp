@@ -140,6 +140,9 @@ private Q_SLOTS:
         QTest::newRow("bad filter") << QStringList{"grid",          "--db",     "@DB", "--sql",
                                                    "select 1 as a", "--filter", "a"}
                                     << 2 << "--filter wants";
+        QTest::newRow("filter of two parts")
+            << QStringList{"grid", "--db", "@DB", "--sql", "select 1 as a", "--filter", "a,等于"} << 2
+            << "--filter wants";
         QTest::newRow("unknown field")
             << QStringList{"grid", "--db", "@DB", "--sql", "select 1 as a", "--sort", "zz"} << 1 << "zz";
         QTest::newRow("missing table")

@@ -113,6 +113,8 @@ private Q_SLOTS:
         QTest::newRow("two conditions")
             << QStringList{"--filter", "vName", "包含", "北京", "--filter", "mPrice", "大于等于", "10"}
             << "2 4";
+        QTest::newRow("one-argument and three-argument forms")
+            << QStringList{"--filter", "vName,包含,北京", "--filter", "mPrice", "大于等于", "10"} << "2 4";
         QTest::newRow("collation order") << QStringList{"--sort", "vName"} << "5 3 6 4 2 1";
         QTest::newRow("filtered, sorted descending")
             << QStringList{"--filter", "mPrice", "大于", "6", "--sort", "mPrice DESC, vName"} << "3 2 5 4";

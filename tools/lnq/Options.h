@@ -60,6 +60,28 @@ inline bool ParseValuedOptions(const QStringList& args, const QStringList& value
     return true;
 }
 
+// A quick filter after "--filter" at args[i]: either one argument
+// "FIELD,OP,VALUE" (the value may hold commas) or three, FIELD OP VALUE. A
+// field name holds no comma, which tells the two apart. On success i is on
+// the filter's last argument and filter holds field, operator and value.
+inline bool TakeFilter(const QStringList& args, qsizetype& i, QStringList& filter, QString& error) {
+    const QString first = args.value(i + 1);
+    if (first.contains(QLatin1Char(','))) {
+        const QStringList parts = first.split(QLatin1Char(','));
+        if (parts.size() >= 3) {
+            filter = {parts[0], parts[1], parts.mid(2).join(QLatin1Char(','))};
+            i += 1;
+            return true;
+        }
+    } else if (i + 3 < args.size()) {
+        filter = args.mid(i + 1, 3);
+        i += 3;
+        return true;
+    }
+    error = QStringLiteral("--filter wants FIELD,OP,VALUE or FIELD OP VALUE");
+    return false;
+}
+
 // Opens an embedded database file (which must exist: the embedded driver would
 // create an empty one) or a connection string ("Provider=...").
 inline void OpenDatabase(lnq::TADOConnection& connection, const QString& db) {

@@ -1,9 +1,10 @@
 // Database commands of the lnq tool:
 //   lnq init-db PATH [--sample] [--force]   create an embedded database
-//   lnq sql --db PATH [--json] [--filter FIELD OP VALUE]... [--sort SORT] "SQL"
+//   lnq sql --db PATH [--json] [--filter FIELD,OP,VALUE]... [--sort SORT] "SQL"
 //                                            run one SQL text through IConnection;
 //                                            the rows narrowed by quick-filter
-//                                            conditions and ordered by a sort text
+//                                            conditions (also FIELD OP VALUE as
+//                                            three arguments) and ordered by a sort text
 
 #include "data/ADOConnection.h"
 #include "data/Plat_adodatabasese.h"
@@ -141,9 +142,14 @@ int runSql(const QStringList& args, Io& io) {
             db = args[++i];
         else if (a == QLatin1String("--sort") && i + 1 < args.size())
             sort = args[++i];
-        else if (a == QLatin1String("--filter") && i + 3 < args.size()) {
-            filters << args.mid(i + 1, 3);
-            i += 3;
+        else if (a == QLatin1String("--filter")) {
+            QStringList filter;
+            QString error;
+            if (!lnqtool::TakeFilter(args, i, filter, error)) {
+                io.err << "lnq sql: " << error << "\n";
+                return 2;
+            }
+            filters << filter;
         } else if (a == QLatin1String("--json"))
             json = true;
         else if (!haveSql && !a.startsWith(QLatin1String("--"))) {
@@ -155,7 +161,7 @@ int runSql(const QStringList& args, Io& io) {
         }
     }
     if (db.isEmpty() || !haveSql) {
-        io.err << "usage: lnq sql --db PATH [--json] [--filter FIELD OP VALUE]... [--sort SORT] \"SQL\"\n";
+        io.err << "usage: lnq sql --db PATH [--json] [--filter FIELD,OP,VALUE]... [--sort SORT] \"SQL\"\n";
         return 2;
     }
     if (!QFileInfo(db).isFile()) {
@@ -217,7 +223,7 @@ const lnqtool::Registrar
                    initDb});
 const lnqtool::Registrar
     sqlCommand({QStringLiteral("sql"),
-                QStringLiteral("sql --db PATH [--json] [--filter FIELD OP VALUE]... [--sort SORT] \"SQL\"  "
+                QStringLiteral("sql --db PATH [--json] [--filter FIELD,OP,VALUE]... [--sort SORT] \"SQL\"  "
                                "run SQL on an embedded database; rows as tab-separated "
                                "text or a JSON array, narrowed by quick-filter "
                                "conditions (\"vName 包含 北京\") and ordered by a sort "

@@ -1,6 +1,6 @@
 // lnq grid: what the data grid shows for a query, from a script.
 //
-//   lnq grid --db DB --sql SQL [--filter FIELD,OPERATOR,VALUE]... [--sort FIELD]
+//   lnq grid --db DB --sql SQL [--filter FIELD,OP,VALUE]... [--sort FIELD]
 //            [--desc] [--sum FIELD]... [--count FIELD] [--decimals N] [--currency]
 //            [--limit N]
 //       Runs SQL (SQL Server text) on DB (an embedded database file or a
@@ -20,6 +20,7 @@
 #include "filter/FilterItem.h"
 #include "grid/data/DBGridCalc.h"
 #include "tools/lnq/Command.h"
+#include "tools/lnq/Options.h"
 #include "util/Exceptions.h"
 
 #include <QMap>
@@ -50,15 +51,23 @@ QString line(const QStringList& cells) {
 
 int run(const QStringList& args, Io& io) {
     QString db, sql, sort, count;
-    QStringList filters, sums;
+    QStringList sums;
+    QList<QStringList> filters; // field, operator, value
     bool desc = false, currency = false;
     int decimals = 2;
     qint64 limit = -1;
-    for (int i = 0; i < args.size(); ++i) {
+    for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& a = args[i];
         const bool flag = a == QLatin1String("--desc") || a == QLatin1String("--currency");
         if (flag) {
             (a == QLatin1String("--desc") ? desc : currency) = true;
+            continue;
+        }
+        if (a == QLatin1String("--filter")) {
+            QStringList filter;
+            QString error;
+            if (!lnqtool::TakeFilter(args, i, filter, error)) return usageError(io, error);
+            filters << filter;
             continue;
         }
         if (!a.startsWith(QLatin1String("--")))
@@ -70,8 +79,6 @@ int run(const QStringList& args, Io& io) {
             db = v;
         else if (a == QLatin1String("--sql"))
             sql = v;
-        else if (a == QLatin1String("--filter"))
-            filters << v;
         else if (a == QLatin1String("--sort"))
             sort = v;
         else if (a == QLatin1String("--sum"))
@@ -101,13 +108,10 @@ int run(const QStringList& args, Io& io) {
     ds.CopyFrom(query);
 
     lnq::TFilterList list;
-    for (const QString& f : filters) {
-        const QStringList parts = f.split(u',');
-        if (parts.size() < 3) return usageError(io, QStringLiteral("--filter wants FIELD,OP,VALUE: ") + f);
-        const lnq::TField& field = ds.FieldByName(parts[0]); // EDatabaseError for an unknown field
-        const QString value = parts.mid(2).join(u',');
+    for (const QStringList& f : filters) {
+        const lnq::TField& field = ds.FieldByName(f[0]); // EDatabaseError for an unknown field
         list.Add(field.FieldName(), lnq::FilterTypeOfField(field.DataType(), lnq::TFilterType::ftFilterDate),
-                 parts[1], value);
+                 f[1], f[2]);
     }
     if (!list.IsEmpty()) {
         auto pass = list.BeginPass();
