@@ -5,7 +5,8 @@
 //    never merge into a comment start, a quote or a bracket),
 //  - keeps every string literal of the input that could end a literal or
 //    start a comment (quotes, "--", "/*", ";") inside a quoted token (a
-//    literal, or a quoted name for a literal used as a column alias),
+//    literal, or a quoted name for a literal used as a column alias), unless
+//    the literal was folded away and its text is nowhere in the output,
 //  - is one statement, as the input was,
 // (an error message too stays linear in the input)
 // and then runs on an in-memory database (one connection for the whole run,
@@ -151,7 +152,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         // A zero character is spliced between quoted pieces: each piece stays quoted.
         for (const QString& piece : t.text.split(QChar(0))) {
             if (!dangerous(piece)) continue;
-            bool kept = false;
+            // Quoted, or gone altogether: an operand of "+ NULL" is folded
+            // away with its literal, which leaves no text of it behind.
+            bool kept = !out.contains(piece);
             for (const QString& l : outLiterals)
                 kept = kept || l.contains(piece);
             if (!kept)
