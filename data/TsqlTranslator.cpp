@@ -327,20 +327,24 @@ int checkedTypeSize(const TypeSpec& t) {
              n.toLower() + QStringLiteral("' exceeds the maximum allowed for any data type (") +
              QString::number(limit) + QStringLiteral(")."));
     };
+    // A length or precision of 0 (or less) is refused before any size check.
+    const auto requirePositive = [&] {
+        if (v[0] < 1) fail(QStringLiteral("Length or precision 0 is invalid."));
+    };
     const bool unicode = n == QLatin1String("NCHAR") || n == QLatin1String("NVARCHAR");
     const bool sized = unicode || n == QLatin1String("CHAR") || n == QLatin1String("VARCHAR") ||
                        n == QLatin1String("BINARY") || n == QLatin1String("VARBINARY");
     if (sized) {
         if (v.size() != 1)
             fail(QStringLiteral("Incorrect type length: ") + n + u'(' + excerpt(t.args) + u')');
-        if (v[0] < 1) fail(QStringLiteral("Length or precision specification 0 is invalid."));
+        requirePositive();
         const int limit = unicode ? kMaxUnicodeLength : kMaxBytesLength;
         if (v[0] > limit) tooLarge(v[0], limit);
         return int(v[0]);
     }
     if (n == QLatin1String("DECIMAL") || n == QLatin1String("NUMERIC")) {
         if (v.size() > 2) fail(QStringLiteral("Incorrect type length: ") + n + u'(' + excerpt(t.args) + u')');
-        if (v[0] < 1) fail(QStringLiteral("Length or precision specification 0 is invalid."));
+        requirePositive();
         if (v[0] > kMaxDecimalPrecision) tooLarge(v[0], kMaxDecimalPrecision);
         if (v.size() == 2 && (v[1] < 0 || v[1] > v[0]))
             fail(QStringLiteral("The scale (") + QString::number(v[1]) +
