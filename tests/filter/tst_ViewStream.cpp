@@ -1,3 +1,4 @@
+#include "common/PipeDevice.h"
 #include "common/TestMain.h"
 #include "filter/ViewStream.h"
 #include "util/Exceptions.h"
@@ -30,30 +31,6 @@ struct Bytes {
         return *this;
     }
     Bytes& text(const QString& s) { return raw(Gbk::encode(s)); }
-};
-
-// A pipe: sequential, no size, and the bytes arrive a few at a time, so
-// that bytesAvailable() never tells how much is still to come.
-class Pipe : public QIODevice {
-public:
-    explicit Pipe(const QByteArray& data) : m_data(data) {
-        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    }
-    bool isSequential() const override { return true; }
-
-protected:
-    qint64 readData(char* out, qint64 max) override {
-        const qint64 n = qMin<qint64>(qMin<qint64>(max, 3), m_data.size() - m_pos);
-        if (n <= 0) return -1;
-        memcpy(out, m_data.constData() + m_pos, size_t(n));
-        m_pos += n;
-        return n;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_pos = 0;
 };
 
 QString load(const QByteArray& bytes, bool& isSQL) {
@@ -287,7 +264,9 @@ private Q_SLOTS:
                  QStringLiteral("客户名称 包含 北京"));
         list.Add(QStringLiteral("nQty > 5"), QStringLiteral("数量"), QStringLiteral("数量 大于 5"));
         const QByteArray full = save(list, false);
-        Pipe pipe(full.left(full.size() - cut));
+        // A pipe: no size, the bytes arrive a few at a time, and
+        // bytesAvailable() never tells how much is still to come.
+        lnqtest::PipeDevice pipe(full.left(full.size() - cut), {.piece = 3, .unbuffered = true});
         if (cut) {
             QVERIFY_THROWS_EXCEPTION(EReadError, ReadStoredView(pipe));
             return;

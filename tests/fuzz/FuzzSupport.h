@@ -3,6 +3,7 @@
 // Asia/Shanghai, headless widgets), one application object for the whole
 // run, and a hard stop for a broken property.
 
+#include "common/PipeDevice.h"
 #include "util/Gbk.h"
 
 #include <QApplication>
@@ -77,29 +78,12 @@ inline void init(bool widgets = false) {
 
 // A sequential device over fixed bytes that hands them out in pieces of at
 // most `piece` bytes, as a pipe does: no size, no seeking.
-class SequentialBytes : public QIODevice {
-public:
-    SequentialBytes(const QByteArray& data, qint64 piece) : m_data(data), m_piece(piece > 0 ? piece : 1) {
-        open(QIODevice::ReadOnly);
-    }
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override { return m_data.size() - m_pos + QIODevice::bytesAvailable(); }
-
-protected:
-    qint64 readData(char* out, qint64 max) override {
-        const qint64 n = qMin(qMin(max, m_piece), qint64(m_data.size()) - m_pos);
-        if (n <= 0) return -1;
-        std::memcpy(out, m_data.constData() + m_pos, size_t(n));
-        m_pos += n;
-        return n;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_piece;
-    qint64 m_pos = 0;
-};
+inline lnqtest::PipeOptions pipePieces(qint64 piece) {
+    lnqtest::PipeOptions o;
+    o.piece = piece > 0 ? piece : 1;
+    o.reportsAvailable = true;
+    return o;
+}
 
 // Defines LLVMFuzzerInitialize for a target: the application object, then
 // one run on `warmUp`, so that what the libraries set up once and keep (font
@@ -109,7 +93,7 @@ private:
     extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);                                 \
     extern "C" int LLVMFuzzerInitialize(int*, char***) {                                                     \
         lnqfuzz::init(widgets);                                                                              \
-        const QByteArray sample(warmUp, sizeof(warmUp) - 1);                                                                     \
+        const QByteArray sample(warmUp, sizeof(warmUp) - 1);                                                 \
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(sample.constData()), size_t(sample.size())); \
         return 0;                                                                                            \
     }

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     QBuffer buffer(&input);
     buffer.open(QIODevice::ReadOnly);
-    lnqfuzz::SequentialBytes pipe(input, 1 + (mode >> 4));
+    lnqtest::PipeDevice pipe(input, lnqfuzz::pipePieces(1 + (mode >> 4)));
     QIODevice& device = (mode & 1) ? static_cast<QIODevice&>(pipe) : static_cast<QIODevice&>(buffer);
 
     // The operations follow the bits of the mode byte, round and round.

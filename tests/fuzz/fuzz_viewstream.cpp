@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     buffer.open(QIODevice::ReadOnly);
     const std::optional<lnq::TStoredView> view = read(buffer);
 
-    lnqfuzz::SequentialBytes pipe(input, 1 + qint64(size % 7));
+    lnqtest::PipeDevice pipe(input, lnqfuzz::pipePieces(1 + qint64(size % 7)));
     const std::optional<lnq::TStoredView> piped = read(pipe);
     LNQ_FUZZ_CHECK(view.has_value() == piped.has_value(), "a pipe reads like a buffer");
     if (!view) return 0;

@@ -1,3 +1,4 @@
+#include "common/PipeDevice.h"
 #include "common/TestMain.h"
 #include "util/Exceptions.h"
 #include "util/Plat_streams.h"
@@ -9,37 +10,15 @@ using lnq::TUtils_Streams;
 
 namespace {
 
-// A pipe-like device: sequential, reads from `data`, accepts at most
-// `writeLimit` bytes in total before refusing writes.
-class PipeDevice : public QIODevice {
-public:
-    explicit PipeDevice(QByteArray data, qint64 writeLimit = -1)
-        : m_data(std::move(data)), m_limit(writeLimit) {
-        open(QIODevice::ReadWrite);
-    }
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override { return m_data.size() - m_pos + QIODevice::bytesAvailable(); }
-    QByteArray written;
+using lnqtest::PipeDevice;
 
-protected:
-    qint64 readData(char* out, qint64 max) override {
-        const qint64 n = qMin(max, qint64(m_data.size()) - m_pos);
-        memcpy(out, m_data.constData() + m_pos, size_t(n));
-        m_pos += n;
-        return n;
-    }
-    qint64 writeData(const char* in, qint64 len) override {
-        if (m_limit >= 0) len = qMin(len, m_limit - written.size());
-        if (len <= 0) return -1;
-        written.append(in, len);
-        return len;
-    }
-
-private:
-    QByteArray m_data;
-    qint64 m_pos = 0;
-    qint64 m_limit;
-};
+// A filled pipe: sequential, everything available at once.
+lnqtest::PipeOptions filled(qint64 writeLimit = -1) {
+    lnqtest::PipeOptions o;
+    o.reportsAvailable = true;
+    o.writeLimit = writeLimit;
+    return o;
+}
 
 QByteArray le32(qint32 v) {
     QByteArray b(4, '\0');
@@ -146,7 +125,7 @@ private Q_SLOTS:
     }
 
     void peekOnSequentialDevice() {
-        PipeDevice pipe(le32(2) + "hi" + le32(1) + "z");
+        PipeDevice pipe(le32(2) + "hi" + le32(1) + "z", filled());
         QString a, b, c;
         TUtils_Streams::PeekStringFromStream(pipe, a);
         TUtils_Streams::LoadStringFromStream(pipe, b);
@@ -155,7 +134,7 @@ private Q_SLOTS:
         QCOMPARE(b, QStringLiteral("hi"));
         QCOMPARE(c, QStringLiteral("z"));
 
-        PipeDevice busy(le32(1) + "q");
+        PipeDevice busy(le32(1) + "q", filled());
         busy.startTransaction();
         QVERIFY_THROWS_EXCEPTION(lnq::EReadError, TUtils_Streams::PeekStringFromStream(busy, a));
     }
@@ -203,12 +182,12 @@ private Q_SLOTS:
                                  TUtils_Streams::SaveStringToStream(readOnly, QStringLiteral("x")));
 
         // The length goes through, the text does not.
-        PipeDevice full(QByteArray(), 6);
+        PipeDevice full(QByteArray(), filled(6));
         QVERIFY_THROWS_EXCEPTION(lnq::EInOutError,
                                  TUtils_Streams::SaveStringToStream(full, QStringLiteral("abcdef")));
         QCOMPARE(full.written.left(4), le32(6));
 
-        PipeDevice fullList(QByteArray(), 10);
+        PipeDevice fullList(QByteArray(), filled(10));
         QVERIFY_THROWS_EXCEPTION(lnq::EInOutError,
                                  TUtils_Streams::SaveStringsToStream(fullList, QStringList{"ab", "cd"}));
     }

@@ -1,3 +1,4 @@
+#include "common/PipeDevice.h"
 #include "common/TestMain.h"
 #include "grid/core/Ctrl_LNQStringGrid.h"
 #include "util/Exceptions.h"
@@ -31,27 +32,6 @@ void writeAll(const QString& path, const QByteArray& bytes) {
     QVERIFY(f.open(QIODevice::WriteOnly));
     f.write(bytes);
 }
-
-// A pipe-like device: no size, and each read hands out at most a few bytes.
-class TrickleDevice : public QIODevice {
-public:
-    explicit TrickleDevice(QByteArray data) : m_data(std::move(data)) { open(QIODevice::ReadOnly); }
-    bool isSequential() const override { return true; }
-
-protected:
-    qint64 readData(char* out, qint64 max) override {
-        const qint64 n = qMin<qint64>(qMin<qint64>(max, 5), m_data.size() - m_pos);
-        if (n <= 0) return -1;
-        memcpy(out, m_data.constData() + m_pos, size_t(n));
-        m_pos += n;
-        return n;
-    }
-    qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_pos = 0;
-};
 
 } // namespace
 
@@ -319,8 +299,9 @@ private Q_SLOTS:
     void loadFromPipeJoinsLinesSplitAcrossReads() {
         // Lines and GBK characters cross the device's read boundaries.
         const QByteArray longText(70000, 'x');
-        TrickleDevice pipe(QByteArray("vNo\x07vName\x07\r\n") + "1\x07" + longText + "\x07\r\n" + "2\x07" +
-                           Gbk::encode(u"螺丝刀") + "\x07\r\n==END==\r\n");
+        lnqtest::PipeDevice pipe(QByteArray("vNo\x07vName\x07\r\n") + "1\x07" + longText + "\x07\r\n" +
+                                     "2\x07" + Gbk::encode(u"螺丝刀") + "\x07\r\n==END==\r\n",
+                                 {.piece = 5});
         TLNQStringGrid g;
         nameColumns(g, {"vNo", "vName"});
         g.SetRowCount(2);
