@@ -19,6 +19,10 @@ void pinEnvironment(); // locale, time zone, platform
 inline void useChineseFont() {
     lnq::UseChineseApplicationFont(9);
 }
+// One data row of two text columns, the texts given in UTF-8.
+inline void textRow(const char* name, const char* first, const char* second) {
+    QTest::newRow(name) << QString::fromUtf8(first) << QString::fromUtf8(second);
+}
 } // namespace lnqtest
 
 #define LNQ_TEST_MAIN_IMPL(TestObject, AppType, Extra)                                                       \

@@ -108,9 +108,7 @@ private Q_SLOTS:
     void embeddedStrings_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("file");
-        auto row = [](const char* name, const char* text, const char* file) {
-            QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(file);
-        };
+        const auto row = lnqtest::textRow;
         row("quoted path with semicolon", "provider=sqlite; data source='/tmp/x;y.db'", "/tmp/x;y.db");
         row("bare path", "/var/lib/lnq/demo.db", "/var/lib/lnq/demo.db");
         row("bare relative path", "  demo.db ", "demo.db");
@@ -126,9 +124,7 @@ private Q_SLOTS:
     void refusedStrings_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("message");
-        auto row = [](const char* name, const char* text, const char* message) {
-            QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(message);
-        };
+        const auto row = lnqtest::textRow;
         row("empty", "   ", "连接字符串为空");
         row("jet provider", "Provider=Microsoft.Jet.OLEDB.4.0;Data Source= 'a.xls'",
             "不支持的数据库提供程序: Microsoft.Jet.OLEDB.4.0");

@@ -251,9 +251,7 @@ void TestClientDataSet::filterText() {
 void TestClientDataSet::filterTextErrors_data() {
     QTest::addColumn<QString>("filter");
     QTest::addColumn<QString>("mentions");
-    auto row = [](const char* name, const char* filter, const char* mentions) {
-        QTest::newRow(name) << QString::fromUtf8(filter) << QString::fromUtf8(mentions);
-    };
+    const auto row = lnqtest::textRow;
     row("unknown field", "Zip = 1", "Zip");
     row("unknown bracketed field", "[Unit Price] > 1", "Unit Price");
     row("unterminated string", "Name = 'abc", "字符串");

@@ -63,9 +63,7 @@ private Q_SLOTS:
     void captions_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("caption");
-        auto row = [](const char* name, const char* field, const char* caption) {
-            QTest::newRow(name) << QString::fromUtf8(field) << QString::fromUtf8(caption);
-        };
+        const auto row = lnqtest::textRow;
         row("caption", "vName", "客户名称");
         row("null caption shows the name", "vCode", "vCode");
         row("hidden despite a caption", "vSecret", "NotVisible");

@@ -187,9 +187,7 @@ private Q_SLOTS:
     void captionToFieldName_data() {
         QTest::addColumn<QString>("caption");
         QTest::addColumn<QString>("field");
-        const auto add = [](const char* name, const char* caption, const char* field) {
-            QTest::newRow(name) << QString::fromUtf8(caption) << QString::fromUtf8(field);
-        };
+        const auto add = lnqtest::textRow;
         add("dictionary caption", "信用额度", "nCredit");
         add("first of two with the caption", "客户名称", "vName");
         add("field without caption", "vCustNo", "vCustNo");
